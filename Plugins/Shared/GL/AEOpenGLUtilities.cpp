@@ -175,7 +175,8 @@ void AEOpenGLUtilities::DownloadTexture(unsigned int width, unsigned int height,
                                         PF_LayerDef* output, PF_InData* in_data, int format,
                                         unsigned long pixelSize, gl::GLenum pixelType) {
     const SuiteScoper<PF_HandleSuite1> handles(in_data, "PF Handle Suite", 2);
-    const HandleScope handle(*handles.get(), std::size_t{width * height} * pixelSize);
+    const std::uint32_t pixelCount = width * height;
+    const HandleScope handle(*handles.get(), pixelCount * pixelSize);
     if (handle.memory() == nullptr) {
         throw int{PF_Err_OUT_OF_MEMORY};
     }

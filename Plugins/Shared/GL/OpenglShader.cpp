@@ -150,7 +150,7 @@ void OpenglShader::setUniformTexture(const std::string& name, int target, int te
     if (mProgram == 0) {
         return;
     }
-    glActiveTexture(GL_TEXTURE0 + unit);
+    glActiveTexture(GL_TEXTURE0 + static_cast<GLuint>(unit));
     glBindTexture(static_cast<GLenum>(target), static_cast<GLuint>(texture));
     setUniform1i(name, unit);
 }
