@@ -10,24 +10,62 @@
 #include <glbinding/gl33core/gl.h>
 
 #include <array>
+#include <map>
+#include <mutex>
 #include <string>
+#include <vector>
 
 namespace Vexorel::PrismDrift {
 namespace {
 
 using namespace gl33core;
 
-/// glbinding's own key is GLX's current context, which under EGL is 0 for all. The object's address
-/// is unique in the process, and stays taken until the record is released.
-glbinding::ContextHandle recordOf(const NSOpenGLContext* context) {
-    return reinterpret_cast<glbinding::ContextHandle>(context);
+/// glbinding's records of our contexts. Its own key is GLX's current context, which under EGL is 0
+/// for all, so each record gets a key of ours: the address of an object that is never freed, hence
+/// unique in the process. glbinding numbers a new record by how many there are; releasing any but
+/// the newest would let two contexts share one. So records are never released: that of a context
+/// that is gone goes to the next one, which finds the same functions in it.
+class Records {
+public:
+    /// The record of the context with this number, a new or a free one at the first call.
+    glbinding::ContextHandle of(std::uint64_t number) {
+        const std::lock_guard<std::mutex> lock(mMutex);
+        glbinding::ContextHandle& record = mUsed[number];
+        if (record == 0 && !mFree.empty()) {
+            record = mFree.back();
+            mFree.pop_back();
+        } else if (record == 0) {
+            record = reinterpret_cast<glbinding::ContextHandle>(new char);
+        }
+        return record;
+    }
+
+    void giveBack(std::uint64_t number) {
+        const std::lock_guard<std::mutex> lock(mMutex);
+        const auto used = mUsed.find(number);
+        if (used != mUsed.end()) {
+            mFree.push_back(used->second);
+            mUsed.erase(used);
+        }
+    }
+
+private:
+    std::mutex mMutex;
+    std::map<std::uint64_t, glbinding::ContextHandle> mUsed;
+    std::vector<glbinding::ContextHandle> mFree;
+};
+
+/// Never destroyed: a thread may end, and its context with it, after the process's static objects.
+Records& records() {
+    static Records& instance = *new Records;
+    return instance;
 }
 
 /// The number of the context that glbinding has selected on this thread, 0 for none.
 thread_local std::uint64_t tSelected = 0;
 
 void select(const NSOpenGLContext* context) {
-    glbinding::Binding::useContext(recordOf(context));
+    glbinding::Binding::useContext(records().of(context->number()));
     tSelected = context->number();
 }
 
@@ -58,7 +96,7 @@ AEOpenGLContext::~AEOpenGLContext() {
     const std::uint64_t number = mNSContext->number();
     PerContextName::forgetContext(number);
     mNSContext->invalidate();
-    glbinding::Binding::releaseContext(recordOf(mNSContext));
+    records().giveBack(number);
     if (tSelected == number) {
         tSelected = 0;
     }
@@ -107,7 +145,7 @@ void AEOpenGLContext::InitializeOpenGLBindings() {
     if (current == nullptr) {
         return;
     }
-    glbinding::Binding::initialize(recordOf(current), true, false);
+    glbinding::Binding::initialize(records().of(current->number()), true, false);
     select(current);
     writeLine("");
     writeLine("OpenGL Version:  " + glbinding::ContextInfo::version().toString());

@@ -18,8 +18,8 @@ namespace Vexorel::PrismDrift {
 /// another lie in one share group. Whether it is current belongs to the calling thread; the class
 /// keeps no note of it.
 ///
-/// glbinding's table of contexts is one for the process and grows while others read it: making and
-/// destroying contexts must not run beside any GL call. The system keeps to that by holding
+/// glbinding's table of contexts is one for the process and grows while others read it: making a
+/// context must not run beside any GL call. The system keeps to that by holding
 /// AEOpenGLContextManager::mMutex over both.
 class AEOpenGLContext {
 public:
@@ -28,8 +28,8 @@ public:
     /// it can't be made, mNSContext stays null and nothing else happens.
     explicit AEOpenGLContext(const AEOpenGLContext* shareContext);
 
-    /// Unbinds the context if it is current on this thread, destroys it, and drops its record and
-    /// the frame buffer and vertex array names that were kept for it. Makes no GL call.
+    /// Unbinds the context if it is current on this thread, destroys it, and drops the
+    /// frame buffer and vertex array names that were kept for it. Makes no GL call.
     virtual ~AEOpenGLContext();
 
     AEOpenGLContext(const AEOpenGLContext&) = delete;
