@@ -195,10 +195,17 @@ CGLContextObj NSOpenGLContext::lowLevelContext() const {
 bool NSOpenGLContext::makeCurrentContext() {
     const CGLContextObj own = lowLevelContext();
     const RenderingApiScope api;
-    if (!own || !makeEglCurrent(own)) {
-        const EGLint error = own ? eglGetError() : EGL_SUCCESS;
-        mLost = mLost || error == EGL_NOT_INITIALIZED || error == EGL_BAD_CONTEXT ||
-                error == EGL_BAD_DISPLAY || error == EGL_CONTEXT_LOST;
+    if (!own) {
+        return false;
+    }
+    // The driver is asked first: to make current what is current already succeeds without a look
+    // at it.
+    EGLint type = 0;
+    if (eglQueryContext(mDisplay, own.context, EGL_CONTEXT_CLIENT_TYPE, &type) != EGL_TRUE) {
+        mLost = true;
+        return false;
+    }
+    if (!makeEglCurrent(own)) {
         return false;
     }
     tOwnCurrent = {mNumber, own.context};
