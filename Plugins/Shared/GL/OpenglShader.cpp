@@ -31,6 +31,9 @@ void OpenglShader::buildShader() {
     const GLuint program =
         buildProgram(mVertexSource, mFragmentSource, mGeometrySource, mAttributeBindings);
     if (program != 0) {
+        if (mProgram != 0) {
+            glDeleteProgram(mProgram);
+        }
         mProgram = program;
     }
 }
