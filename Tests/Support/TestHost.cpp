@@ -127,6 +127,9 @@ struct Callbacks {
 
     static void* lock(PF_Handle handle) {
         tHost->note("lock");
+        if (tHost->noLock) {
+            return nullptr;
+        }
         ++tHost->handlesLocked;
         block(handle).locked = true;
         return block(handle).memory;

@@ -52,6 +52,7 @@ public:
     PF_Err failure = 7;
     PF_Err iterateResult = 0;
     bool noHandle = false;
+    bool noLock = false;
     /// Called at each call, after it was written down; may throw or bring another command.
     std::function<void(const std::string& call)> onCall;
 

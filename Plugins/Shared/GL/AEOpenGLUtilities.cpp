@@ -47,14 +47,16 @@ private:
 class HandleScope {
 public:
     HandleScope(PF_HandleSuite1& suite, std::size_t size)
-        : mSuite(suite), mHandle(suite.host_new_handle(size)) {
-        if (mHandle == nullptr) {
+        : HandleScope(suite, suite.host_new_handle(size)) {
+        mMemory = mSuite.host_lock_handle(mHandle);
+        if (mMemory == nullptr) {
             throw int{PF_Err_OUT_OF_MEMORY};
         }
-        mMemory = suite.host_lock_handle(mHandle);
     }
     ~HandleScope() {
-        mSuite.host_unlock_handle(mHandle);
+        if (mMemory != nullptr) {
+            mSuite.host_unlock_handle(mHandle);
+        }
         mSuite.host_dispose_handle(mHandle);
     }
     HandleScope(const HandleScope&) = delete;
@@ -63,6 +65,13 @@ public:
     void* memory() const { return mMemory; }
 
 private:
+    /// Apart from the locking, so that a lock that fails disposes of the handle.
+    HandleScope(PF_HandleSuite1& suite, PF_Handle handle) : mSuite(suite), mHandle(handle) {
+        if (mHandle == nullptr) {
+            throw int{PF_Err_OUT_OF_MEMORY};
+        }
+    }
+
     PF_HandleSuite1& mSuite;
     PF_Handle mHandle;
     void* mMemory = nullptr;
@@ -177,9 +186,6 @@ void AEOpenGLUtilities::DownloadTexture(unsigned int width, unsigned int height,
     const SuiteScoper<PF_HandleSuite1> handles(in_data, "PF Handle Suite", 2);
     const std::uint32_t pixelCount = width * height;
     const HandleScope handle(*handles.get(), pixelCount * pixelSize);
-    if (handle.memory() == nullptr) {
-        throw int{PF_Err_OUT_OF_MEMORY};
-    }
     glReadBuffer(GL_COLOR_ATTACHMENT0);
     glReadPixels(0, 0, static_cast<GLsizei>(width), static_cast<GLsizei>(height), GL_RGBA,
                  pixelType, handle.memory());

@@ -61,7 +61,7 @@ void EffectTest::expectSoundFrame() {
     settings.distance = 7;
     settings.scale = {90, 100, 110};
     host.failAdd = host.failCheckout = host.failCheckin = 0;
-    host.noHandle = false;
+    host.noHandle = host.noLock = false;
     host.refusedSuites.clear();
     host.onCall = nullptr;
     expectFrame(host, randomPicture(37, 23, Alpha::random, 5), settings, "sound-frame");

@@ -247,6 +247,8 @@ TEST_F(EntryPoint, CleansUpBehindAFrameThatBreaksOff) {
     const Break breaks[] = {
         {"no handle suite", [&] { host.refusedSuites = {"PF Handle Suite"}; }},
         {"no handle", [&] { host.noHandle = true; }},
+        {"a handle that can't be locked", [&] { host.noLock = true; }},
+        {"a lock that throws", throwAt("lock", 3)},
         {"an int", throwAt("checkout 2", 3)},
         {"an int at the end of the parameters", throwAt("checkin 1", 3)},
         {"an exception", throwAt("checkout 12", std::runtime_error("from the host"))},
