@@ -46,6 +46,13 @@ void setUp() {
     }
 }
 
+/// Makes the shared data context current by way of the driver. One that is current already would
+/// seem to be made current even where the driver has lost it.
+void selectSharedContext(AEOpenGLContext& shared) {
+    Platform::releaseOwnContext();
+    shared.makeContextCurrent();
+}
+
 /// Takes everything down, with the shared data context current; or, where that is current on
 /// another thread, a temporary one of its group.
 void setDown() {
@@ -54,7 +61,7 @@ void setDown() {
         return;
     }
     std::unique_ptr<AEOpenGLContext> temporary;
-    shared->makeContextCurrent();
+    selectSharedContext(*shared);
     if (!shared->isCurrent() && !shared->mNSContext->isLost()) {
         temporary = std::make_unique<AEOpenGLContext>(shared);
     }
@@ -75,7 +82,7 @@ void setDown() {
 bool contextsAreLost() {
     AEOpenGLContext* shared = AEOpenGLContextManager::getSharedDataContext();
     if (shared != nullptr) {
-        shared->makeContextCurrent();
+        selectSharedContext(*shared);
     }
     return shared != nullptr && shared->mNSContext->isLost();
 }
