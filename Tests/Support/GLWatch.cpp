@@ -179,6 +179,15 @@ int GLWatch::callsOf(const std::string& function) {
     return record().calls[function];
 }
 
+int GLWatch::calls() {
+    const std::lock_guard<std::mutex> lock(record().mutex);
+    int count = 0;
+    for (const auto& entry : record().calls) {
+        count += entry.second;
+    }
+    return count;
+}
+
 std::string GLWatch::messages() {
     const std::lock_guard<std::mutex> lock(record().mutex);
     return record().messages;

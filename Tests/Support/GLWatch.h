@@ -34,6 +34,8 @@ public:
 
     /// How often a function was called since the object was made.
     static int callsOf(const std::string& function);
+    /// How many calls there were of all functions.
+    static int calls();
 
     /// All that was written to the message sink.
     static std::string messages();
