@@ -51,14 +51,16 @@ private:
 class HandleScope {
 public:
     HandleScope(PF_HandleSuite1& suite, std::size_t size)
-        : mSuite(suite), mHandle(suite.host_new_handle(size)) {
-        if (mHandle == nullptr) {
+        : HandleScope(suite, suite.host_new_handle(size)) {
+        mMemory = mSuite.host_lock_handle(mHandle);
+        if (mMemory == nullptr) {
             throw int{PF_Err_OUT_OF_MEMORY};
         }
-        mMemory = suite.host_lock_handle(mHandle);
     }
     ~HandleScope() {
-        mSuite.host_unlock_handle(mHandle);
+        if (mMemory != nullptr) {
+            mSuite.host_unlock_handle(mHandle);
+        }
         mSuite.host_dispose_handle(mHandle);
     }
     HandleScope(const HandleScope&) = delete;
@@ -67,6 +69,13 @@ public:
     void* memory() const { return mMemory; }
 
 private:
+    /// Apart from the locking, so that a lock that fails disposes of the handle.
+    HandleScope(PF_HandleSuite1& suite, PF_Handle handle) : mSuite(suite), mHandle(handle) {
+        if (mHandle == nullptr) {
+            throw int{PF_Err_OUT_OF_MEMORY};
+        }
+    }
+
     PF_HandleSuite1& mSuite;
     PF_Handle mHandle;
     void* mMemory = nullptr;
@@ -184,9 +193,6 @@ void AEOpenGLUtilities::DownloadTexture(unsigned int width, unsigned int height,
         throw int{PF_Err_OUT_OF_MEMORY};
     }
     const HandleScope handle(*handles.get(), pixelCount * pixelSize);
-    if (handle.memory() == nullptr) {
-        throw int{PF_Err_OUT_OF_MEMORY};
-    }
     glReadBuffer(GL_COLOR_ATTACHMENT0);
     glReadPixels(0, 0, static_cast<GLsizei>(width), static_cast<GLsizei>(height), GL_RGBA,
                  pixelType, handle.memory());
