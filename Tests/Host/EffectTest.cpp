@@ -108,7 +108,7 @@ TEST_F(EffectTest, RefusesParametersThatMakeNoSense) {
     extra.uu.id = 99;
     extra.param_type = PF_Param_ANGLE;
     FakeEffect::strangeParameter = &extra;
-    EXPECT_THAT(whatOf([] { Effect(&FakeEffect::entry); }), HasSubstr("announces 14"));
+    EXPECT_THAT(whatOf([] { const Effect effect(&FakeEffect::entry); }), HasSubstr("announces 14"));
 }
 
 TEST_F(EffectTest, HandsOutTheValuesOfTheFramesTime) {
@@ -118,7 +118,7 @@ TEST_F(EffectTest, HandsOutTheValuesOfTheFramesTime) {
     values.set(1, 6);
     values.set(2, -30.0);
     values.set(3, 8.0);
-    values.set(5, [](const FrameTime& time) { return time.value / time.step * 0.5; });
+    values.set(5, [](const FrameTime& time) { return 0.5 * time.value / time.step; });
     values.set(10, [](const FrameTime&) { return 1e9; }); // overshoots: 100
     const FrameSettings settings{{500, 50, 600}, 4};
     EXPECT_EQ(renderedSum(effect, values, settings), (600 - 30 + 2 + 5 + 200 + 100) % 256);
@@ -179,7 +179,7 @@ TEST_F(EffectTest, TurnsTheEffectsErrorsIntoItsOwn) {
     FakeEffect::renderResult = 4;
     EXPECT_THAT(whatOf([&] { renderedSum(effect, effect.defaultValues()); }),
                 HasSubstr("render a frame of 3x2 pixels: there is not enough memory"));
-    EXPECT_THAT(whatOf([] { Effect(std::filesystem::path("/nonexistent.so")); }),
+    EXPECT_THAT(whatOf([] { const Effect effect(std::filesystem::path("/nonexistent.so")); }),
                 HasSubstr("cannot load the plug-in '/nonexistent.so'"));
     World wide(2, 2, PF_PixelFormat_ARGB64);
     EXPECT_THROW(effect.render(wide, wide, effect.defaultValues()), Error);

@@ -87,12 +87,14 @@ PF_Err render(PF_InData* in, PF_ParamDef* params[], PF_LayerDef* output) {
     const std::size_t row = static_cast<std::size_t>(output->width) * sizeof(PF_Pixel8);
     PF_Handle handle = handles->host_new_handle(row);
     auto* pixels = static_cast<PF_Pixel8*>(handles->host_lock_handle(handle));
-    for (int y = 0; y < output->height; ++y) {
-        std::memcpy(pixels, reinterpret_cast<char*>(from) + y * input.rowbytes, row);
+    for (std::int32_t y = 0; y < output->height; ++y) {
+        std::memcpy(pixels, reinterpret_cast<char*>(from) + std::ptrdiff_t{y} * input.rowbytes,
+                    row);
         std::for_each(pixels, pixels + output->width, [&](PF_Pixel8& pixel) {
             pixel.red = static_cast<std::uint8_t>(pixel.red + static_cast<int>(sum));
         });
-        std::memcpy(reinterpret_cast<char*>(to) + y * output->rowbytes, pixels, row);
+        std::memcpy(reinterpret_cast<char*>(to) + std::ptrdiff_t{y} * output->rowbytes, pixels,
+                    row);
     }
     handles->host_unlock_handle(handle);
     handles->host_dispose_handle(handle);
