@@ -170,8 +170,10 @@ PF_Err dispatch(PF_Cmd cmd, PF_InData* in_data, PF_OutData* out_data, PF_ParamDe
 
 } // namespace
 
-extern "C" PF_Err EntryPointFunc(PF_Cmd cmd, PF_InData* in_data, PF_OutData* out_data,
-                                 PF_ParamDef* params[], PF_LayerDef* output, void* /*extra*/) {
+// A forced unwind carries no object: what it is caught by refers to nothing, and is not looked at.
+extern "C" __attribute__((no_sanitize("undefined"))) PF_Err
+EntryPointFunc(PF_Cmd cmd, PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[],
+               PF_LayerDef* output, void* /*extra*/) {
     try {
         return dispatch(cmd, in_data, out_data, params, output);
     } catch (const abi::__forced_unwind&) {
