@@ -306,10 +306,16 @@ void Mat4::setWithQuaternion(const Quaternion& q) {
     const double x2 = 2.0 * q.x;
     const double y2 = 2.0 * q.y;
     const double z2 = 2.0 * q.z;
-    *this = Mat4(1.0 - (y2 * q.y + z2 * q.z), x2 * q.y + z2 * q.w, x2 * q.z - y2 * q.w, 0.0, //
-                 x2 * q.y - z2 * q.w, 1.0 - (x2 * q.x + z2 * q.z), y2 * q.z + x2 * q.w, 0.0, //
-                 x2 * q.z + y2 * q.w, y2 * q.z - x2 * q.w, 1.0 - (x2 * q.x + y2 * q.y), 0.0, //
-                 0.0, 0.0, 0.0, 1.0, true);
+    setIdentity();
+    m[0] = 1.0 - (y2 * q.y + z2 * q.z);
+    m[1] = x2 * q.y + z2 * q.w;
+    m[2] = x2 * q.z - y2 * q.w;
+    m[4] = x2 * q.y - z2 * q.w;
+    m[5] = 1.0 - (x2 * q.x + z2 * q.z);
+    m[6] = y2 * q.z + x2 * q.w;
+    m[8] = x2 * q.z + y2 * q.w;
+    m[9] = y2 * q.z - x2 * q.w;
+    m[10] = 1.0 - (x2 * q.x + y2 * q.y);
 }
 
 void Mat4::translate(double x, double y, double z) {
