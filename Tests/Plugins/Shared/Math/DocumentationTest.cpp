@@ -17,7 +17,6 @@
 #define assert(condition) EXPECT_TRUE(condition)
 
 namespace Vexorel::PrismDrift::Testing {
-namespace {
 
 TEST(MathDocumentation, StorageAndSides) {
     Mat4 m(true);
@@ -84,7 +83,7 @@ TEST(MathDocumentation, Picture) {
     assert(mixed == Color(0.5, 0.25, 0.25, 1));
 }
 
-std::string textOf(const std::string& path) {
+static std::string textOf(const std::string& path) {
     std::ostringstream text;
     text << std::ifstream(path).rdbuf();
     return text.str();
@@ -104,5 +103,4 @@ TEST(MathDocumentation, ShowsTheseExamples) {
     EXPECT_EQ(blocks, 5);
 }
 
-} // namespace
 } // namespace Vexorel::PrismDrift::Testing

@@ -6,13 +6,12 @@
 #include "Shared/Math/Quaternion.h"
 
 namespace Vexorel::PrismDrift::Testing {
-namespace {
 
-double counted[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
+static double counted[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
 
 /// What `change` makes of the matrix with m[i] = i.
 template <class Change>
-Mat4 changed(Change change) {
+static Mat4 changed(Change change) {
     Mat4 m(counted, true);
     change(m);
     return m;
@@ -31,7 +30,6 @@ TEST(Mat4, StoresColumnByColumn) {
     EXPECT_TRUE(isSame(rows.getRow(0), Vec4(4, 5, 6, 8)) && rows.m[15] == 11.0);
     rows.setWithAffine(Affine(1, 2, 3, 4, 5, 6));
     EXPECT_TRUE(isSame(rows, Mat4(1, 2, 0, 0, 3, 4, 0, 0, 0, 0, 1, 0, 5, 6, 0, 1, true)));
-    EXPECT_TRUE(isSame(rows.getAffine(), Affine(1, 2, 3, 4, 5, 6)));
 }
 
 TEST(Mat4, MultipliesAndInverts) {
@@ -49,8 +47,7 @@ TEST(Mat4, MultipliesAndInverts) {
         left.mult(b);
         Mat4 right = b;
         Mat4::mult(a, right, right);
-        EXPECT_TRUE(isSame(a * b, product) && isSame(left, product) && isSame(right, product));
-        EXPECT_TRUE(isSame(a * b.getColumn(2), product.getColumn(2)));
+        EXPECT_TRUE(isSame(left, product) && isSame(right, product)) << "in place";
         EXPECT_TRUE(left.getInverse(left)) << "in place";
         EXPECT_TRUE(isNear(product * left, Mat4(true), 1e-7));
         EXPECT_NEAR(product.determinant() / (a.determinant() * b.determinant()), 1.0, 1e-9);
@@ -59,10 +56,8 @@ TEST(Mat4, MultipliesAndInverts) {
     Mat4 out(false);
     EXPECT_TRUE(!Mat4(counted, true).getInverse(out) && isSame(out, Mat4(true))) << "singular";
     Mat4 halving(true);
-    halving.m[15] = 2.0, halving.position({4, 0, 0});
-    EXPECT_TRUE(isSame(halving.multAndProject({2, 4, 6}), Vec3(3, 2, 3)));
-    EXPECT_TRUE(isSame(halving * Vec3(), Vec3(4, 0, 0)) &&
-                halving.multWithoutTranslate({}).isZero());
+    halving.m[15] = 2.0;
+    EXPECT_TRUE(isSame(halving.multAndProject({2, 4, 6}), Vec3(1, 2, 3)));
 }
 
 TEST(Mat4, BuildersOverwriteAndRightHandFormsMultiply) {
@@ -139,5 +134,4 @@ TEST(Mat4, ComposesAndDecomposes) {
     EXPECT_TRUE(isSame(scale, Vec3(1e-06, 3, 4)));
 }
 
-} // namespace
 } // namespace Vexorel::PrismDrift::Testing

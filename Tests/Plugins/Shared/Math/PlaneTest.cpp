@@ -7,7 +7,6 @@
 #include "Shared/Math/Vec3.h"
 
 namespace Vexorel::PrismDrift::Testing {
-namespace {
 
 TEST(Float, WrapsOnce) {
     const double rows[][3] = {{350, 10, -20}, {10, 350, 20}, {10, 190, -180}, {800, 0, 440}};
@@ -43,13 +42,11 @@ TEST(Vec2, TurnsInDegrees) {
             isNear(Vec2(turned.getAngle(), turned.length()), Vec2(angle, v.length()), 1e-9));
     }
     Vec2 v(0.1, 0.2);
+    EXPECT_TRUE(isSame(v.rotateRound(-0.0, {9, 9}), v)) << "no turn is exact";
     v.rotate(360.0);
-    EXPECT_FALSE(isSame(v, Vec2(0.1, 0.2))) << "a full turn is not exact";
-    EXPECT_TRUE(isSame(v.rotateRound(-0.0, {9, 9}), v)) << "no turn is";
-    const Vec2 quadrants[] = {{0, 0}, {-1, 0}, {-1, -1}, {0, -1}};
-    for (int i = 0; i < 4; ++i) {
-        EXPECT_EQ(quadrants[i].getQuadrant(), i + 1);
-    }
+    EXPECT_FALSE(isSame(v, Vec2(0.1, 0.2))) << "a full turn is not";
+    EXPECT_TRUE(Vec2(0, 0).getQuadrant() == 1 && Vec2(-1, 0).getQuadrant() == 2);
+    EXPECT_TRUE(Vec2(-1, -1).getQuadrant() == 3 && Vec2(0, -1).getQuadrant() == 4);
 }
 
 TEST(Vec2, ChangesInPlaceWhereNamesDoNotSay) {
@@ -84,12 +81,10 @@ TEST(Vec2, RelatesPointsAndLines) {
         double places[] = {-9.0, -9.0};
         EXPECT_EQ(Vec2::intersect(a, b, c, d, crossing, &places[0], &places[1]), result);
         EXPECT_TRUE(isSame(crossing, out) && isSame(Vec2(places[0], places[1]), Vec2(ua, ub)));
-        EXPECT_EQ(Vec2::intersect(a, b, c, d, crossing, nullptr, nullptr), result);
     }
     Vec2 p(3, 4);
     EXPECT_EQ(p.distanceToLine({1, 0}, {2, 0}), 4.0) << "the line has no ends";
     EXPECT_EQ(p.lineProjectionLength({5, 0}, {6, 0}), 2.0) << "never negative";
-    EXPECT_EQ(Vec2::signedArea({0, 0}, {4, 0}, {0, 2}), 8.0) << "twice the area";
     EXPECT_TRUE(Vec2::intersecting({0, 0}, {1, 0}, {9, 1}, {9, 0})) << "on the line: right of it";
     EXPECT_TRUE(isSame(Vec2::centerToTopLefetPoint({1, 2}, {10, 20}), Vec2(6, 8)));
     EXPECT_TRUE(isSame(Vec2::topLeftToCenterPoint({6, 8}, {10, 20}), Vec2(1, 2)));
@@ -128,9 +123,6 @@ TEST(Affine, ComposesAsOneAfterTheOther) {
         expected.rotate(s);
         EXPECT_TRUE(isNear(composed.getTransform(p), expected + Vec2(5, 6), 1e-11));
         EXPECT_TRUE(isNear(t.getInverse().getTransform(t.getTransform(p)), p, 1e-8));
-        Vec2 image = p;
-        t.transform(image.x, image.y);
-        EXPECT_TRUE(isSame(image, t.getTransform(p)));
     }
 }
 
@@ -168,5 +160,4 @@ TEST(Rect, KeepsItsRules) {
     EXPECT_TRUE(isSame(r.getInclude({-5, 12}), Rect(-5, 0, 11, 12)));
 }
 
-} // namespace
 } // namespace Vexorel::PrismDrift::Testing

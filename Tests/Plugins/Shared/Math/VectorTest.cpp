@@ -6,20 +6,18 @@
 #include "Shared/Math/Quaternion.h"
 
 #include <functional>
-#include <numeric>
 
 namespace Vexorel::PrismDrift::Testing {
-namespace {
 
 template <class V>
 class Vectors : public testing::Test {};
 using VectorTypes = testing::Types<Vec2, Vec3, Vec4>;
-TYPED_TEST_SUITE(Vectors, VectorTypes);
+TYPED_TEST_SUITE(Vectors, VectorTypes, );
 
 /// The copies and both in-place forms of the four operations on `a`, whose results must be those of
 /// the components; `by` is a vector or a scalar, and `parts` has it in every component.
 template <class V, class Argument>
-void checkArithmetic(V a, Argument by, V parts) {
+static void checkArithmetic(V a, Argument by, V parts) {
     static_assert(std::is_void_v<decltype(a += by)> && std::is_void_v<decltype(a.divide(by))>);
     const auto expect = [&](std::initializer_list<V> results, auto rule) {
         auto expected = partsOf(a);
@@ -48,24 +46,18 @@ TYPED_TEST(Vectors, WorkPerComponent) {
         for (const double scalar : {random(), 0.0}) {
             checkArithmetic(a, scalar, TypeParam() + scalar);
         }
-        const TypeParam ones = a / a;
-        a /= a;
-        EXPECT_TRUE(isSame(a, ones)) << "the argument may be the vector itself";
+        const TypeParam& self = a;
+        a /= self;
+        EXPECT_TRUE(isSame(a, TypeParam() + 1.0)) << "the argument may be the vector itself";
     }
 }
 
-TYPED_TEST(Vectors, MeasureLengths) {
-    Random random;
-    for (int i = 0; i < 20; ++i) {
-        auto a = random.make<TypeParam>();
-        const auto b = random.make<TypeParam>();
-        const auto parts = partsOf(a * b);
-        EXPECT_NEAR(a.dot(b), std::accumulate(parts.begin(), parts.end(), 0.0), 1e-12);
-        EXPECT_NEAR(a.distance(b) * a.distance(b), a.dot(a) + b.dot(b) - 2 * a.dot(b), 1e-11);
-        const TypeParam scaled = a * (3.0 / std::sqrt(a.lengthSquare()));
-        a.setLength(3.0);
-        EXPECT_TRUE(isSame(a, scaled));
-    }
+TYPED_TEST(Vectors, ScaleToALength) {
+    auto v = Random().make<TypeParam>();
+    const TypeParam scaled = v * (3.0 / std::sqrt(v.dot(v)));
+    v.setLength(3.0);
+    EXPECT_TRUE(isSame(v, scaled));
+    EXPECT_NEAR(v.distance(v * 3.0), 6.0, 1e-12);
     TypeParam zero;
     zero.setLength(-5.0);
     EXPECT_TRUE(partsOf(zero)[0] == -5.0 && partsOf(zero)[1] == 0.0) << "zero turns to x";
@@ -106,9 +98,8 @@ TEST(Vec3, KeepsItsDirections) {
     for (int i = 0; i < 50; ++i) {
         const Vec3 a = random.make<Vec3>();
         const Vec3 b = random.make<Vec3>();
-        const double sine = std::sin(a.angleBetween(b));
-        EXPECT_NEAR(a.cross(b).dot(a), 0.0, 1e-12);
-        EXPECT_NEAR(a.cross(b).length(), a.length() * b.length() * sine, 1e-10);
+        const double area = a.length() * b.length() * std::sin(a.angleBetween(b));
+        EXPECT_NEAR(a.cross(b).length(), area, 1e-10);
         for (Vec3 c : {a, b}) {
             const auto axis = static_cast<std::size_t>(c.largestAbsComponent() + 2) % 3;
             c.ortho(a);
@@ -123,16 +114,18 @@ TEST(Vec3, TransformsByMatrixAndQuaternion) {
     for (int i = 0; i < 20; ++i) {
         const Vec3 v = random.make<Vec3>();
         Quaternion q = random.make<Quaternion>();
-        Mat4 m(random.make<Vec4>(), random.make<Vec4>(), random.make<Vec4>(), random.make<Vec4>(),
-               true);
+        Vec4 rows[4];
+        std::generate(std::begin(rows), std::end(rows), [&] { return random.make<Vec4>(); });
+        Mat4 m(rows[0], rows[1], rows[2], rows[3], true);
         Vec3 images[] = {v, v, v, v};
         images[0].applyMatrix4(m);
         images[1].applyProjection(m);
         images[2].transformDirection(m);
         images[3].applyQuaternion(q);
         EXPECT_TRUE(isSame(images[0], m * v) && isSame(images[1], m.multAndProject(v)));
-        EXPECT_TRUE(
-            isNear(images[2] * (m.multWithoutTranslate(v)).length(), m * v - m * Vec3(), 1e-10));
+        Vec3 direction = m.multWithoutTranslate(v);
+        direction.normalize();
+        EXPECT_TRUE(isNear(images[2], direction));
         const double squared = q.lengthSq();
         q.normalize();
         EXPECT_TRUE(isNear(images[3], Quaternion::quaternionMulVec3(q, v) * squared, 1e-10));
@@ -162,5 +155,4 @@ TEST(Vec4, InterpolatesAlongTheSphereInSinglePrecision) {
     EXPECT_TRUE(isNear(Vec4::lerp(a, {1, 0.1, 0, 0}, 0.5), straight, 1e-15)) << "nearly parallel";
 }
 
-} // namespace
 } // namespace Vexorel::PrismDrift::Testing
