@@ -23,30 +23,50 @@ void store(Pair pair, double* to) {
     std::memcpy(to, &pair, sizeof pair);
 }
 
-/// The determinants of the 2×2 blocks that two columns form in rows i and j, for every i < j.
-struct Minors {
-    double d01, d02, d03, d12, d13, d23;
+/// Two columns side by side: in each of the four pairs an element of the first and its neighbour.
+struct Zipped {
+    Pair rows[4];
 
-    Minors(const double* left, const double* right)
-        : d01(left[0] * right[1] - left[1] * right[0]),
-          d02(left[0] * right[2] - left[2] * right[0]),
-          d03(left[0] * right[3] - left[3] * right[0]),
-          d12(left[1] * right[2] - left[2] * right[1]),
-          d13(left[1] * right[3] - left[3] * right[1]),
-          d23(left[2] * right[3] - left[3] * right[2]) {}
+    Zipped(const double* first, const double* second) {
+        for (int i = 0; i < 4; i += 2) {
+            const Pair a = load(first + i);
+            const Pair b = load(second + i);
+            rows[i] = __builtin_shufflevector(a, b, 0, 2);
+            rows[i + 1] = __builtin_shufflevector(a, b, 1, 3);
+        }
+    }
 };
 
-/// The cofactors of a column, by expansion of each 3×3 block along a third column, v0 to v3, and
-/// the minors of the other two.
+/// The determinants of the 2×2 blocks that two columns form in rows i and j, for every i < j.
+template <class Value>
+struct Minors {
+    Value d01, d02, d03, d12, d13, d23;
+};
+
+template <class Value>
+Minors<Value> minorsOf(const Value* left, const Value* right) {
+    return {left[0] * right[1] - left[1] * right[0], left[0] * right[2] - left[2] * right[0],
+            left[0] * right[3] - left[3] * right[0], left[1] * right[2] - left[2] * right[1],
+            left[1] * right[3] - left[3] * right[1], left[2] * right[3] - left[3] * right[2]};
+}
+
+/// One of the two sets of minors that pairs hold.
+Minors<double> half(const Minors<Pair>& of, int which) {
+    return {of.d01[which], of.d02[which], of.d03[which],
+            of.d12[which], of.d13[which], of.d23[which]};
+}
+
+/// The cofactors of a column of a 4×4 matrix, by expansion of each 3×3 block along a third column,
+/// v, with the minors of the other two.
 template <class Value>
 struct Cofactors {
     Value c0, c1, c2, c3;
 
-    Cofactors(Value v0, Value v1, Value v2, Value v3, const Minors& of)
-        : c0(v1 * of.d23 - v2 * of.d13 + v3 * of.d12),
-          c1(v2 * of.d03 - v0 * of.d23 - v3 * of.d02),
-          c2(v0 * of.d13 - v1 * of.d03 + v3 * of.d01),
-          c3(v1 * of.d02 - v0 * of.d12 - v2 * of.d01) {}
+    Cofactors(const Value* v, const Minors<double>& of)
+        : c0(v[1] * of.d23 - v[2] * of.d13 + v[3] * of.d12),
+          c1(v[2] * of.d03 - v[0] * of.d23 - v[3] * of.d02),
+          c2(v[0] * of.d13 - v[1] * of.d03 + v[3] * of.d01),
+          c3(v[1] * of.d02 - v[0] * of.d12 - v[2] * of.d01) {}
 };
 
 /// By expansion along the first column.
@@ -220,20 +240,21 @@ void Mat4::transpose(Mat4& out) {
 }
 
 bool Mat4::getInverse(Mat4& out) const {
-    // Row i of the adjugate holds the cofactors of column i. Rows 0 and 1 both expand with the
-    // minors of columns 2 and 3, rows 2 and 3 with those of columns 0 and 1, so each two are formed
-    // as one, the second with the sign of its place; two rows of a column lie next to each other.
-    const Minors left(m, m + 4);
-    const Minors right(m + 8, m + 12);
-    const auto pair = [this](int plus, int minus) { return Pair{m[plus], -m[minus]}; };
-    const Cofactors<Pair> upper(pair(4, 0), pair(5, 1), pair(6, 2), pair(7, 3), right);
-    const Cofactors<Pair> lower(pair(12, 8), pair(13, 9), pair(14, 10), pair(15, 11), left);
+    // Row i of the adjugate holds the cofactors of column i, up to the sign of its place. Rows 0
+    // and 1 expand with the minors of columns 2 and 3, rows 2 and 3 with those of columns 0 and 1,
+    // so each two rows are formed as one; in a column they lie next to each other.
+    const Zipped left(m, m + 8);
+    const Zipped right(m + 4, m + 12);
+    const Minors<Pair> minors = minorsOf(left.rows, right.rows);
+    const Cofactors<Pair> upper(Zipped(m + 4, m).rows, half(minors, 1));
+    const Cofactors<Pair> lower(Zipped(m + 12, m + 8).rows, half(minors, 0));
     const double determinant = determinantOf(m, upper.c0[0], upper.c1[0], upper.c2[0], upper.c3[0]);
     if (determinant == 0.0) {
         out.setIdentity();
         return false;
     }
-    const double factor = 1.0 / determinant;
+    const double inverse = 1.0 / determinant;
+    const Pair factor = {inverse, -inverse};
     store(upper.c0 * factor, out.m);
     store(lower.c0 * factor, out.m + 2);
     store(upper.c1 * factor, out.m + 4);
@@ -246,7 +267,7 @@ bool Mat4::getInverse(Mat4& out) const {
 }
 
 double Mat4::determinant() {
-    const Cofactors<double> first(m[4], m[5], m[6], m[7], Minors(m + 8, m + 12));
+    const Cofactors<double> first(m + 4, minorsOf(m + 8, m + 12));
     return determinantOf(m, first.c0, first.c1, first.c2, first.c3);
 }
 
@@ -306,10 +327,16 @@ void Mat4::setWithQuaternion(const Quaternion& q) {
     const double x2 = 2.0 * q.x;
     const double y2 = 2.0 * q.y;
     const double z2 = 2.0 * q.z;
-    *this = Mat4(1.0 - (y2 * q.y + z2 * q.z), x2 * q.y + z2 * q.w, x2 * q.z - y2 * q.w, 0.0, //
-                 x2 * q.y - z2 * q.w, 1.0 - (x2 * q.x + z2 * q.z), y2 * q.z + x2 * q.w, 0.0, //
-                 x2 * q.z + y2 * q.w, y2 * q.z - x2 * q.w, 1.0 - (x2 * q.x + y2 * q.y), 0.0, //
-                 0.0, 0.0, 0.0, 1.0, true);
+    setIdentity();
+    m[0] = 1.0 - (y2 * q.y + z2 * q.z);
+    m[1] = x2 * q.y + z2 * q.w;
+    m[2] = x2 * q.z - y2 * q.w;
+    m[4] = x2 * q.y - z2 * q.w;
+    m[5] = 1.0 - (x2 * q.x + z2 * q.z);
+    m[6] = y2 * q.z + x2 * q.w;
+    m[8] = x2 * q.z + y2 * q.w;
+    m[9] = y2 * q.z - x2 * q.w;
+    m[10] = 1.0 - (x2 * q.x + y2 * q.y);
 }
 
 void Mat4::translate(double x, double y, double z) {

@@ -135,24 +135,21 @@ void Quaternion::slerp(const Quaternion& q, double t) {
     if (t == 1.0 || t == 0.0) {
         return;
     }
-    double cosine = dot(q);
-    Quaternion target = q;
-    if (cosine < 0.0) {
-        target = Quaternion(-q.x, -q.y, -q.z, -q.w);
-        cosine = -cosine;
-    }
+    // Of q and -q, which are the same rotation, the nearer one.
+    const double signedCosine = dot(q);
+    const double side = signedCosine < 0.0 ? -1.0 : 1.0;
+    const double cosine = std::abs(signedCosine);
     if (cosine >= 1.0) {
         return;
     }
     constexpr double nearlyEqual = 0.001;
     const double sine = std::sqrt(1.0 - cosine * cosine);
     if (std::abs(sine) < nearlyEqual) {
-        *this = Quaternion(0.5 * (x + target.x), 0.5 * (y + target.y), 0.5 * (z + target.z),
-                           0.5 * (w + target.w));
+        *this = scaled(blend(*this, 1.0, q, side), 0.5);
         return;
     }
     const double angle = std::atan2(sine, cosine);
-    *this = blend(*this, std::sin((1.0 - t) * angle) / sine, target, std::sin(t * angle) / sine);
+    *this = blend(*this, std::sin((1.0 - t) * angle) / sine, q, side * std::sin(t * angle) / sine);
 }
 
 Vec3 Quaternion::quaternionMulVec3(const Quaternion& q, const Vec3& v) {

@@ -89,10 +89,11 @@ public:
     double distance(const Vec4& other) const { return (other - *this).length(); }
     /// Scales this vector to a length; the zero vector becomes (length, 0, 0, 0).
     void setLength(double newLength) {
-        if (isZero()) {
+        const double square = lengthSquare();
+        if (square == 0.0 && isZero()) { // a square may underflow, so both
             x = newLength;
         } else {
-            *this *= newLength / length();
+            *this *= newLength / std::sqrt(square);
         }
     }
     /// Scales this vector to length 1; the zero vector becomes (1, 0, 0, 0).

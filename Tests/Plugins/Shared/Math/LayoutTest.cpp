@@ -11,7 +11,6 @@
 #include "Shared/Math/Rect.h"
 
 namespace Vexorel::PrismDrift::Testing {
-namespace {
 
 template <class V, std::size_t Size>
 constexpr bool
@@ -22,34 +21,21 @@ static_assert(isPlain<Affine, 48> && isPlain<Mat4, 128> && isPlain<Range, 8> && 
 static_assert(isPlain<Quaternion, 32> && isPlain<Euler, 32> && isPlain<Color, 32>);
 static_assert(isPlain<Barycentric, 24> && Euler::mDefaultOrder == 1 && Euler::ZYX == 6);
 
-/// Whether the member has exactly this type, `const` included.
-template <class Member, Member>
-constexpr bool has = true;
-static_assert(has < bool(Vec2::*)(const Vec2&), &Vec2::operator!=>);
-static_assert(has<void (Vec2::*)(const Vec2&), &Vec2::getMin>);
-static_assert(has<double (Vec2::*)(const Vec2&, const Vec2&), &Vec2::distanceToLine>);
-static_assert(has<Vec3 (Vec3::*)(), &Vec3::floor>);
-static_assert(has<void (Vec3::*)(double*, int), &Vec3::toArray>);
-static_assert(has < bool(Affine::*)(const Affine&), &Affine::operator==>);
-static_assert(has<void (Rect::*)(float), &Rect::setBottom>);
-static_assert(has<Rect (Rect::*)(Rect), &Rect::intersect>);
-static_assert(has<double (Mat4::*)(), &Mat4::determinant>);
-static_assert(has<bool (Mat4::*)(Mat4&) const, &Mat4::getInverse>);
-static_assert(has < Mat4(Mat4::*)(const Mat4&), &Mat4::operator*>);
-static_assert(has<void (Mat4::*)(const Mat4&), &Mat4::mult>);
-static_assert(has<void (Box3::*)(Box3), &Box3::intersects>);
-static_assert(has<bool (Box3::*)(const Box3&) const, &Box3::intersectsBox>);
-static_assert(has<std::string (Color::*)(), &Color::toHexString>);
+/// What changes its object returns nothing, and some operations are not `const`.
+static_assert(std::is_same_v<decltype(&Vec2::getMin), void (Vec2::*)(const Vec2&)>);
+static_assert(std::is_same_v<decltype(&Vec3::floor), Vec3 (Vec3::*)()>);
+static_assert(std::is_same_v<decltype(&Affine::operator==), bool (Affine::*)(const Affine&)>);
+static_assert(std::is_same_v<decltype(&Rect::intersect), Rect (Rect::*)(Rect)>);
+static_assert(std::is_same_v<decltype(&Mat4::determinant), double (Mat4::*)()>);
+static_assert(std::is_same_v<decltype(&Box3::intersects), void (Box3::*)(Box3)>);
 
 TEST(Layout, FieldsStandInTheirOrder) {
     using testing::ElementsAre;
     EXPECT_THAT(partsOf(Vec4(Vec3(Vec2(1, 2), 3), 4)), ElementsAre(1, 2, 3, 4));
     EXPECT_THAT(partsOf(Affine(1, 2, 3, 4, 5, 6)), ElementsAre(1, 3, 5, 2, 4, 6));
-    EXPECT_THAT(partsOf(Rect({1, 2}, {3, 4})), ElementsAre(1, 2, 3, 4));
     EXPECT_THAT(partsOf(Quaternion(1, 2, 3)), ElementsAre(1, 2, 3, 1));
     EXPECT_THAT(partsOf(Box3({1, 2, 3}, Vec3(4))), ElementsAre(1, 2, 3, 4, 4, 4));
     EXPECT_EQ(Range(true).second - Range(7).first - Range(7, 8).second, 2147483647 - 15);
 }
 
-} // namespace
 } // namespace Vexorel::PrismDrift::Testing

@@ -6,13 +6,12 @@
 #include "Shared/Math/Quaternion.h"
 
 namespace Vexorel::PrismDrift::Testing {
-namespace {
 
-double counted[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
+static double counted[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
 
 /// What `change` makes of the matrix with m[i] = i.
 template <class Change>
-Mat4 changed(Change change) {
+static Mat4 changed(Change change) {
     Mat4 m(counted, true);
     change(m);
     return m;
@@ -20,40 +19,26 @@ Mat4 changed(Change change) {
 
 TEST(Mat4, StoresColumnByColumn) {
     Mat4 m(counted, true);
-    Mat4 transposed(false);
-    m.transpose(transposed);
-    EXPECT_TRUE(m.m[1] == 1.0 && transposed.m[1] == 4.0 &&
-                isSame(transposed.getRow(1), Vec4(4, 5, 6, 7)));
-    EXPECT_TRUE(isSame(transposed, Mat4(counted, false)));
+    Mat4 rows(false);
+    rows.set(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
+    EXPECT_TRUE(m.m[1] == 1.0 && rows.m[1] == 4.0 && isSame(rows, Mat4(counted, false)));
     const Vec4 columns[] = {m.getColumn(0), m.getColumn(1), m.getColumn(2), m.getColumn(3)};
     EXPECT_TRUE(isSame(Mat4(columns[0], columns[1], columns[2], columns[3], false), m));
-    EXPECT_TRUE(isSame(Mat4(columns[0], columns[1], columns[2], columns[3], true), transposed));
-    Mat4 written(false);
-    written.set(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
-    EXPECT_TRUE(isSame(written, transposed)) << "row by row";
-    written.setRow(0, columns[1]), written.setColumn(3, columns[2]);
-    EXPECT_TRUE(isSame(written.getRow(0), Vec4(4, 5, 6, 8)) && written.m[15] == 11.0);
-    written.setWithAffine(Affine(1, 2, 3, 4, 5, 6));
-    EXPECT_TRUE(isSame(written, Mat4(1, 2, 0, 0, 3, 4, 0, 0, 0, 0, 1, 0, 5, 6, 0, 1, true)));
-    EXPECT_TRUE(isSame(written.getAffine(), Affine(1, 2, 3, 4, 5, 6)));
-    written.setIdentity(), written.m[7] = 1e-12;
-    EXPECT_TRUE(written == Mat4(true));
-    written.m[7] = NAN;
-    EXPECT_FALSE(written == written);
+    EXPECT_TRUE(isSame(Mat4(columns[0], columns[1], columns[2], columns[3], true), rows));
+    rows.setRow(0, columns[1]);
+    rows.setColumn(3, columns[2]);
+    EXPECT_TRUE(isSame(rows.getRow(0), Vec4(4, 5, 6, 8)) && rows.m[15] == 11.0);
+    rows.setWithAffine(Affine(1, 2, 3, 4, 5, 6));
+    EXPECT_TRUE(isSame(rows, Mat4(1, 2, 0, 0, 3, 4, 0, 0, 0, 0, 1, 0, 5, 6, 0, 1, true)));
 }
 
 TEST(Mat4, MultipliesAndInverts) {
     Random random;
     for (int i = 0; i < 50; ++i) {
-        const auto make = [&] {
-            return changed([&](Mat4& m) {
-                for (double& e : m.m) {
-                    e = random();
-                }
-            });
-        };
-        Mat4 a = make();
-        Mat4 b = make();
+        double values[32];
+        std::generate(std::begin(values), std::end(values), [&] { return random(); });
+        Mat4 a(values, true);
+        Mat4 b(values + 16, true);
         Mat4 product(false);
         for (int k = 0; k < 64; ++k) {
             product.m[k % 16] += a.m[k % 4 + 4 * (k / 16)] * b.m[k / 16 + 4 * (k % 16 / 4)];
@@ -62,22 +47,17 @@ TEST(Mat4, MultipliesAndInverts) {
         left.mult(b);
         Mat4 right = b;
         Mat4::mult(a, right, right);
-        EXPECT_TRUE(isSame(a * b, product) && isSame(left, product) && isSame(right, product));
-        EXPECT_TRUE(isSame(a * b.getColumn(2), product.getColumn(2)));
+        EXPECT_TRUE(isSame(left, product) && isSame(right, product)) << "in place";
         EXPECT_TRUE(left.getInverse(left)) << "in place";
         EXPECT_TRUE(isNear(product * left, Mat4(true), 1e-7));
         EXPECT_NEAR(product.determinant() / (a.determinant() * b.determinant()), 1.0, 1e-9);
-        right = a, right.add(b), right.subtract(a);
-        EXPECT_TRUE(isNear(right, b) && isNear((a + b) * 2.0 - a * 2.0, b * 2.0));
     }
     EXPECT_EQ(Mat4(0, 2, 0, 0, 3, 0, 0, 0, 0, 0, 0, 5, 0, 0, 7, 0, true).determinant(), 210.0);
     Mat4 out(false);
     EXPECT_TRUE(!Mat4(counted, true).getInverse(out) && isSame(out, Mat4(true))) << "singular";
     Mat4 halving(true);
-    halving.m[15] = 2.0, halving.position({4, 0, 0});
-    EXPECT_TRUE(isSame(halving.multAndProject({2, 4, 6}), Vec3(3, 2, 3)));
-    EXPECT_TRUE(isSame(halving * Vec3(), Vec3(4, 0, 0)) &&
-                halving.multWithoutTranslate({}).isZero());
+    halving.m[15] = 2.0;
+    EXPECT_TRUE(isSame(halving.multAndProject({2, 4, 6}), Vec3(1, 2, 3)));
 }
 
 TEST(Mat4, BuildersOverwriteAndRightHandFormsMultiply) {
@@ -96,8 +76,6 @@ TEST(Mat4, BuildersOverwriteAndRightHandFormsMultiply) {
         check([&](Mat4& m) { m.setRotation(angle, 0, 2, 0); }, [&](Mat4& m) { m.rotateY(angle); });
         check([&](Mat4& m) { m.setRotation(angle, 0, 0, 5); }, [&](Mat4& m) { m.rotateZ(angle); });
     }
-    Mat4 quarter = changed([](Mat4& m) { m.setZRotation(pi / 2); });
-    EXPECT_TRUE(isNear(quarter * Vec3(1, 0, 0), Vec3(0, 1, 0)));
     EXPECT_EQ(changed([](Mat4& m) { m.setScale(2, -5, 3); }).getMaxScaleOnAxis(), 5.0);
 }
 
@@ -106,11 +84,9 @@ TEST(Mat4, ProjectsIntoClipSpace) {
     const Mat4 expected(f / 2, 0, 0, 0, 0, f, 0, 0, 0, 0, -1.75, -1, 0, 0, -8.25, 0, true);
     EXPECT_TRUE(isSame(changed([](Mat4& m) { m.setPerspective(1.0, 2.0, 3.0, 11.0); }), expected));
     Mat4 frustum = changed([](Mat4& m) { m.setFrustum(1, 3, 5, 9, 2, 7); });
-    EXPECT_TRUE(isNear(frustum.multAndProject({1, 5, -2}), Vec3(-1)));
     EXPECT_TRUE(isNear(frustum.multAndProject({10.5, 31.5, -7}), Vec3(1)));
     Mat4 ortho = changed([](Mat4& m) { m.setOrtho(1, 3, 5, 9, 2, 7); });
     EXPECT_TRUE(isNear(ortho.multAndProject({1, 5, -2}), Vec3(-1, 1, -1))) << "top before bottom";
-    EXPECT_TRUE(isNear(ortho.multAndProject({3, 9, -7}), Vec3(1, -1, 1)));
     EXPECT_TRUE(
         isSame(Mat4::getAEToGLConversionMatrix(100, 60) * Vec3(0, 9, 2), Vec3(-50, 21, -2)));
 }
@@ -148,10 +124,9 @@ TEST(Mat4, ComposesAndDecomposes) {
         EXPECT_TRUE(isNear(position, place, 1e-10) && isNear(scale, factors, 1e-10));
         EXPECT_NEAR(std::abs(q.dot(turn)), 1.0, 1e-10);
         Mat4 plain(false);
-        plain.compose(place, turn, factors), m.compose(Vec3(), place, turn, factors);
+        plain.compose(place, turn, factors);
+        m.compose(Vec3(), place, turn, factors);
         EXPECT_TRUE(plain == m);
-        plain.decompose(position, q, scale);
-        EXPECT_TRUE(isSame(position, place) && isNear(scale, factors, 1e-10));
     }
     changed([](Mat4& m) { m.setScale(2, -3, 4); }).decompose(position, q, scale);
     EXPECT_TRUE(isSame(scale, Vec3(-2, 3, 4)) && isSame(q, Quaternion(0, 0, 1, 0)));
@@ -159,5 +134,4 @@ TEST(Mat4, ComposesAndDecomposes) {
     EXPECT_TRUE(isSame(scale, Vec3(1e-06, 3, 4)));
 }
 
-} // namespace
 } // namespace Vexorel::PrismDrift::Testing

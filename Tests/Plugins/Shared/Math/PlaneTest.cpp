@@ -7,14 +7,9 @@
 #include "Shared/Math/Vec3.h"
 
 namespace Vexorel::PrismDrift::Testing {
-namespace {
 
-TEST(Float, ClampsAndWraps) {
-    EXPECT_EQ(clampScalar(0.0, 2.0, 1.0) + clampScalar(3.0, 2.0, 1.0), 2.0 + 1.0)
-        << "low end first";
-    EXPECT_TRUE(std::isnan(clampScalar(NAN, 0.0, 1.0)));
-    const double rows[][3] = {
-        {350, 10, -20}, {10, 350, 20}, {190, 10, 180}, {10, 190, -180}, {800, 0, 440}};
+TEST(Float, WrapsOnce) {
+    const double rows[][3] = {{350, 10, -20}, {10, 350, 20}, {10, 190, -180}, {800, 0, 440}};
     for (const auto& [a, b, expected] : rows) {
         EXPECT_EQ(cyclicDifference(a, b, 360.0), expected) << a << " - " << b;
     }
@@ -47,37 +42,25 @@ TEST(Vec2, TurnsInDegrees) {
             isNear(Vec2(turned.getAngle(), turned.length()), Vec2(angle, v.length()), 1e-9));
     }
     Vec2 v(0.1, 0.2);
+    EXPECT_TRUE(isSame(v.rotateRound(-0.0, {9, 9}), v)) << "no turn is exact";
     v.rotate(360.0);
-    EXPECT_FALSE(isSame(v, Vec2(0.1, 0.2))) << "a full turn is not exact";
-    EXPECT_TRUE(isSame(v.rotateRound(-0.0, {9, 9}), v)) << "no turn is";
-    v.setZero(), v.setAngle(90.0);
-    EXPECT_TRUE(v.isZero() && v.getAngle() == 0.0);
-    v.set(3, 4), v.prepen();
-    EXPECT_TRUE(isSame(v, Vec2(-4, 3)) && isSame(v.perpindicularRight(), v.normal().negate()));
-    const Vec2 quadrants[] = {{0, 0}, {-1, 0}, {-1, -1}, {0, -1}};
-    for (int i = 0; i < 4; ++i) {
-        EXPECT_EQ(quadrants[i].getQuadrant(), i + 1);
-    }
+    EXPECT_FALSE(isSame(v, Vec2(0.1, 0.2))) << "a full turn is not";
+    EXPECT_TRUE(Vec2(0, 0).getQuadrant() == 1 && Vec2(-1, 0).getQuadrant() == 2);
+    EXPECT_TRUE(Vec2(-1, -1).getQuadrant() == 3 && Vec2(0, -1).getQuadrant() == 4);
 }
 
 TEST(Vec2, ChangesInPlaceWhereNamesDoNotSay) {
     Vec2 v(1, -5);
-    v.getMin({2, -6}), v.getMax({0, -4}), v.followSigns({-1, 0});
+    v.getMin({2, -6});
+    v.getMax({0, -4});
+    v.followSigns({-1, 0});
     EXPECT_TRUE(isSame(v, Vec2(-1, -4)));
-    v.clamp({0, -9}, {5, -6});
-    EXPECT_TRUE(isSame(v, Vec2(0, -6)));
     double pair[] = {3e-13, 4e-13};
     Vec2::normalize(&pair[0], &pair[1]);
-    v.fromArray(nullptr, 3);
-    EXPECT_TRUE(pair[0] == 3e-13 && v.y == -6) << "too short a vector and no array change nothing";
-    EXPECT_TRUE(isSame(Vec2(-7, 7.5) % Vec2(4, -2), Vec2(-3, 1.5)));
+    EXPECT_EQ(pair[0], 3e-13) << "too short";
     EXPECT_TRUE(isSame(Vec2(2, 3).project({0, 5}), Vec2(0, 3)) && Vec2(2, 3).project({}).isZero());
-    EXPECT_TRUE(isSame(Vec2::lerp({1, 2}, {2, 4}, 2.0), Vec2(3, 6)));
-    for (const bool flag : {true, false}) {
-        v.set(1, 0);
-        EXPECT_EQ(Vec2::anchorOutward(v, {2, 0}, {1, 0}, flag), flag);
-        EXPECT_EQ(v.x, flag ? -1 : 1);
-    }
+    EXPECT_TRUE(!Vec2::anchorOutward(v, {-2, 0}, {-1, 0}, false) && v.x == -1.0);
+    EXPECT_TRUE(Vec2::anchorInward(v, {-2, 0}, {-1, 0}) && v.x == 1.0);
 }
 
 TEST(Vec2, RelatesPointsAndLines) {
@@ -98,22 +81,15 @@ TEST(Vec2, RelatesPointsAndLines) {
         double places[] = {-9.0, -9.0};
         EXPECT_EQ(Vec2::intersect(a, b, c, d, crossing, &places[0], &places[1]), result);
         EXPECT_TRUE(isSame(crossing, out) && isSame(Vec2(places[0], places[1]), Vec2(ua, ub)));
-        EXPECT_EQ(Vec2::intersect(a, b, c, d, crossing, nullptr, nullptr), result);
     }
     Vec2 p(3, 4);
     EXPECT_EQ(p.distanceToLine({1, 0}, {2, 0}), 4.0) << "the line has no ends";
     EXPECT_EQ(p.lineProjectionLength({5, 0}, {6, 0}), 2.0) << "never negative";
-    EXPECT_EQ(Vec2::signedArea({0, 0}, {4, 0}, {0, 2}), 8.0) << "twice the area";
     EXPECT_TRUE(Vec2::intersecting({0, 0}, {1, 0}, {9, 1}, {9, 0})) << "on the line: right of it";
     EXPECT_TRUE(isSame(Vec2::centerToTopLefetPoint({1, 2}, {10, 20}), Vec2(6, 8)));
     EXPECT_TRUE(isSame(Vec2::topLeftToCenterPoint({6, 8}, {10, 20}), Vec2(1, 2)));
-    std::string opposite;
-    for (const Vec2& q : {Vec2(-1, 1), Vec2(-1, -1), Vec2(1, 0), Vec2(-1, 0), Vec2(0, 1), Vec2()}) {
-        for (const Vec2& first : {Vec2(1, 1), Vec2(1, 0), Vec2(0, 1)}) {
-            opposite += Vec2::oppositeQuadrant(first, q) ? 'x' : '.';
-        }
-    }
-    EXPECT_EQ(opposite, ".x.xxx..xxxx.x.xxx");
+    EXPECT_TRUE(Vec2::oppositeQuadrant({1, 0}, {-1, 0}) && Vec2::oppositeQuadrant({0, 1}, {0, -1}));
+    EXPECT_FALSE(Vec2::oppositeQuadrant({1, 1}, {-1, 1}) || Vec2::oppositeQuadrant({1, 1}, {1, 0}));
 }
 
 TEST(Affine, ComposesAsOneAfterTheOther) {
@@ -130,7 +106,8 @@ TEST(Affine, ComposesAsOneAfterTheOther) {
         const auto checkStep = [&](auto compose, auto set) {
             Affine before = t;
             Affine step(false);
-            compose(before), set(step);
+            compose(before);
+            set(step);
             EXPECT_TRUE(
                 isNear(before.getTransform(p), t.getTransform(step.getTransform(p)), 1e-10));
         };
@@ -146,15 +123,7 @@ TEST(Affine, ComposesAsOneAfterTheOther) {
         expected.rotate(s);
         EXPECT_TRUE(isNear(composed.getTransform(p), expected + Vec2(5, 6), 1e-11));
         EXPECT_TRUE(isNear(t.getInverse().getTransform(t.getTransform(p)), p, 1e-8));
-        Vec2 images[3] = {p, p, {}};
-        t.transform(images[0]);
-        t.transform(images[1].x, images[1].y);
-        t.transform(p.x, p.y, &images[2].x, &images[2].y);
-        EXPECT_THAT(images, testing::Each(t.getTransform(p)));
     }
-    Affine skew(true);
-    skew.setSkewX(45.0);
-    EXPECT_TRUE(isNear(skew, Affine(1, 0, 1, 1, 0, 0)));
 }
 
 TEST(Affine, RefusesToInvertBelowItsLimitAndRoundsItsScale) {
@@ -173,40 +142,22 @@ TEST(Affine, RefusesToInvertBelowItsLimitAndRoundsItsScale) {
     EXPECT_EQ(Affine(3, 0, 4, 0, 0, 0).averageScale(), 2.5) << "rows, not columns";
 }
 
-TEST(Rect, HoldsWhatItsSettersHold) {
-    Rect r(1, 2, 10, 20);
-    r.setLeft(3), r.setTop(4);
-    EXPECT_TRUE(isSame(r, Rect(3, 4, 10, 20)));
-    r.setRight(1), r.setBottom(0.1F);
+TEST(Rect, KeepsItsRules) {
+    Rect r(3, 4, 10, 20);
+    r.setRight(1);
+    r.setBottom(0.1F);
     EXPECT_TRUE(isSame(r, Rect(3, 4, -2, double{0.1F} - 4.0)));
-    r.setSize({6, 8}), r.setCenter({0, 1});
-    EXPECT_TRUE(isSame(r, Rect(-3, -3, 6, 8)) && isSame(r.getCenter(), Vec2(0, 1)));
-    EXPECT_TRUE(isSame(r.getTopRight() + r.getBottomLeft(), r.getPoint() + r.getBottomRight()));
+    r.setSize({6, 8});
+    r.setCenter({0, 1});
+    EXPECT_TRUE(isSame(r.expand({1, 2}), Rect(-4, -5, 8, 12)) && isSame(r, Rect(-3, -3, 6, 8)));
+    EXPECT_TRUE(isSame(r.scale(2, 0.5F), Rect(-9, 1, 18, 0))) << "twice the growth of the factor";
     r.setPoint({0, 0});
-    EXPECT_TRUE(isSame(r.expand({1, 2}), Rect(-1, -2, 8, 12)) && isSame(r, Rect(0, 0, 6, 8)));
-    EXPECT_TRUE(isSame(r.scale(2, 0.5F), Rect(-6, 4, 18, 0))) << "twice the growth of the factor";
-    EXPECT_TRUE(Rect(1, 1, 0, 0).isEmpty() && !Rect(1, 1, 0, 5).isEmpty());
-    EXPECT_TRUE(Rect() == Rect(1e-12, 1e-12, 1e-12, 1e-12) && Rect() != Rect(0, 0, 0, NAN));
+    Rect beside(6, 0, 1, 8);
+    EXPECT_TRUE(r.touches(beside) && !r.intersects(beside) && !r.containsRect(beside));
+    EXPECT_TRUE(r.containsRect(r) && r.containsPoint({6, 0}) && !r.isEmpty());
+    EXPECT_TRUE(isSame(r.intersect({9, 2, 1, 9}), Rect(9, 2, -3, 6))) << "apart: negative";
+    EXPECT_TRUE(isSame(r.unite(beside), Rect(0, 0, 7, 8)));
+    EXPECT_TRUE(isSame(r.getInclude({-5, 12}), Rect(-5, 0, 11, 12)));
 }
 
-TEST(Rect, RelatesToOthers) {
-    Rect r(0, 0, 10, 10);
-    const struct {
-        Rect other;
-        bool contains, intersects, touches;
-        Rect overlap, both;
-    } cases[] = {{{0, 0, 10, 10}, true, true, true, {0, 0, 10, 10}, {0, 0, 10, 10}},
-                 {{10, 0, 10, 10}, false, false, true, {10, 0, 0, 10}, {0, 0, 20, 10}},
-                 {{20, 0, 5, 5}, false, false, false, {20, 0, -10, 5}, {0, 0, 25, 10}},
-                 {{2, -3, 4, 5}, false, true, true, {2, 0, 4, 2}, {0, -3, 10, 13}}};
-    for (const auto& [other, contains, intersects, touches, overlap, both] : cases) {
-        EXPECT_TRUE(r.containsRect(other) == contains && r.intersects(other) == intersects);
-        EXPECT_TRUE(r.touches(other) == touches && isSame(r.intersect(other), overlap));
-        EXPECT_TRUE(isSame(r.unite(other), both));
-    }
-    EXPECT_TRUE(r.containsPoint({10, 0}) && !r.containsPoint({10, -1e-9}));
-    EXPECT_TRUE(isSame(r.getInclude({-5, 12}), Rect(-5, 0, 15, 12)));
-}
-
-} // namespace
 } // namespace Vexorel::PrismDrift::Testing

@@ -6,20 +6,18 @@
 #include "Shared/Math/Quaternion.h"
 
 #include <functional>
-#include <numeric>
 
 namespace Vexorel::PrismDrift::Testing {
-namespace {
 
 template <class V>
 class Vectors : public testing::Test {};
 using VectorTypes = testing::Types<Vec2, Vec3, Vec4>;
-TYPED_TEST_SUITE(Vectors, VectorTypes);
+TYPED_TEST_SUITE(Vectors, VectorTypes, );
 
 /// The copies and both in-place forms of the four operations on `a`, whose results must be those of
 /// the components; `by` is a vector or a scalar, and `parts` has it in every component.
 template <class V, class Argument>
-void checkArithmetic(V a, Argument by, V parts) {
+static void checkArithmetic(V a, Argument by, V parts) {
     static_assert(std::is_void_v<decltype(a += by)> && std::is_void_v<decltype(a.divide(by))>);
     const auto expect = [&](std::initializer_list<V> results, auto rule) {
         auto expected = partsOf(a);
@@ -48,29 +46,18 @@ TYPED_TEST(Vectors, WorkPerComponent) {
         for (const double scalar : {random(), 0.0}) {
             checkArithmetic(a, scalar, TypeParam() + scalar);
         }
-        const TypeParam ones = a / a;
-        a /= a;
-        EXPECT_TRUE(isSame(a, ones)) << "the argument may be the vector itself";
+        const TypeParam& self = a;
+        a /= self;
+        EXPECT_TRUE(isSame(a, TypeParam() + 1.0)) << "the argument may be the vector itself";
     }
 }
 
-TYPED_TEST(Vectors, MeasureLengths) {
-    Random random;
-    for (int i = 0; i < 20; ++i) {
-        const auto a = random.make<TypeParam>();
-        const auto b = random.make<TypeParam>();
-        const auto a0 = partsOf(a);
-        const auto b0 = partsOf(b);
-        EXPECT_EQ(a.dot(b), std::inner_product(a0.begin(), a0.end(), b0.begin(), 0.0));
-        EXPECT_EQ(a.lengthSquare(), a.dot(a));
-        EXPECT_EQ(a.length(), std::sqrt(a.dot(a)));
-        EXPECT_NEAR(a.distance(b) * a.distance(b), a.dot(a) + b.dot(b) - 2 * a.dot(b), 1e-11);
-        TypeParam scaled = a;
-        scaled.setLength(3.0);
-        EXPECT_TRUE(isSame(scaled, a * (3.0 / a.length())));
-        scaled.normalize();
-        EXPECT_TRUE(isNear(scaled, a / a.length()) && isSame(a.negate(), a * -1.0));
-    }
+TYPED_TEST(Vectors, ScaleToALength) {
+    auto v = Random().make<TypeParam>();
+    const TypeParam scaled = v * (3.0 / std::sqrt(v.dot(v)));
+    v.setLength(3.0);
+    EXPECT_TRUE(isSame(v, scaled));
+    EXPECT_NEAR(v.distance(v * 3.0), 6.0, 1e-12);
     TypeParam zero;
     zero.setLength(-5.0);
     EXPECT_TRUE(partsOf(zero)[0] == -5.0 && partsOf(zero)[1] == 0.0) << "zero turns to x";
@@ -78,38 +65,32 @@ TYPED_TEST(Vectors, MeasureLengths) {
 
 TYPED_TEST(Vectors, CompareByTheirOwnRule) {
     const bool byDistance = std::is_same_v<TypeParam, Vec4>;
-    TypeParam v[4];
+    TypeParam v[3];
     v[0].setLength(1e-12);
     v[1].setLength(0.5);
-    v[2] += 0.9e-12;
-    v[3].setLength(NAN);
+    v[2].setLength(NAN);
     EXPECT_EQ(TypeParam() == v[0], !byDistance) << "inclusive, or strict for the distance";
     EXPECT_EQ(TypeParam().equal(v[1], 0.5), !byDistance);
-    EXPECT_EQ(TypeParam() == v[2], !byDistance);
-    EXPECT_TRUE(v[3] != v[3] && !(v[3] == v[3]) && !v[3].equal(v[3], 1e9));
-    EXPECT_FALSE(v[0].isZero()) << "exact";
+    EXPECT_EQ(TypeParam() == TypeParam() + 0.9e-12, !byDistance);
+    EXPECT_TRUE(v[2] != v[2] && !v[2].equal(v[2], 1e9) && !v[0].isZero());
 }
 
 TEST(Vec3, FollowsItsIndexAndTieRules) {
-    Vec3 v(1, 2, 3);
-    v.set(0, 4.0), v.set(1, 5.0), v.set(-1, 6.0);
-    EXPECT_TRUE(isSame(v, Vec3(4, 5, 6)));
     const std::pair<Vec3, int> largest[] = {{{-3, 2, 1}, 0}, {{1, -3, 2}, 1}, {{1, 2, -3}, 2},
                                             {{1, 1, 0}, 1},  {{2, 1, 2}, 2},  {{0, 0, 0}, 2}};
     for (const auto& [vector, index] : largest) {
         EXPECT_EQ(vector.largestAbsComponent(), index);
     }
-    v.set(-5, 0.5, 9);
-    v.clamp(Vec3(1), Vec3(0));
-    EXPECT_TRUE(isSame(v, Vec3(1, 1, 0))) << "the low end is tested first";
-    v.getMin({0, 2, -1}), v.getMax({-1, 5, -2});
+    Vec3 v(1, 2, 3);
+    v.set(-1, 9.0);
+    v.clamp({3, 0, 1}, {0, 1, 0});
+    EXPECT_TRUE(isSame(v, Vec3(3, 1, 0))) << "the low end is tested first";
+    v.getMin({0, 2, -1});
+    v.getMax({-1, 5, -2});
     EXPECT_TRUE(isSame(v, Vec3(0, 5, -1)));
     EXPECT_TRUE(isSame(Vec3(1.5, -1.5, 2).floor(), Vec3(1, -2, 2)));
     EXPECT_TRUE(isSame(Vec3(350, 0, -3).rotationalDifference({10, 0, 4}), Vec3(340, 0, -7)));
     EXPECT_TRUE(isSame(Vec3::lerp({1, 0, 2}, {3, 1, 2}, 2.0), Vec3(5, 2, 2)));
-    v.set(1, -2, 4), v.setInvert(), v.setNegate();
-    EXPECT_TRUE(isSame(v, Vec3(-1, 0.5, -0.25)) && isSame(v.invert(), Vec3(-1, 2, -4)));
-    EXPECT_NEAR(Vec3(1, 0, 0).angleBetween({-2, 2, 0}), pi * 0.75, 1e-15) << "radians";
 }
 
 TEST(Vec3, KeepsItsDirections) {
@@ -117,20 +98,15 @@ TEST(Vec3, KeepsItsDirections) {
     for (int i = 0; i < 50; ++i) {
         const Vec3 a = random.make<Vec3>();
         const Vec3 b = random.make<Vec3>();
-        const double sine = std::sin(a.angleBetween(b));
-        EXPECT_NEAR(a.cross(b).dot(a), 0.0, 1e-12);
-        EXPECT_NEAR(a.cross(b).length(), a.length() * b.length() * sine, 1e-10);
+        const double area = a.length() * b.length() * std::sin(a.angleBetween(b));
+        EXPECT_NEAR(a.cross(b).length(), area, 1e-10);
         for (Vec3 c : {a, b}) {
-            const int axis = (c.largestAbsComponent() + 2) % 3;
+            const auto axis = static_cast<std::size_t>(c.largestAbsComponent() + 2) % 3;
             c.ortho(a);
-            EXPECT_NEAR(c.dot(a), 0.0, 1e-13);
-            EXPECT_NEAR(c.length(), 1.0, 1e-15);
-            EXPECT_EQ(partsOf(c)[static_cast<std::size_t>(axis)], 0.0);
+            EXPECT_NEAR(std::abs(c.dot(a)) + c.length(), 1.0, 1e-13);
+            EXPECT_EQ(partsOf(c)[axis], 0.0);
         }
     }
-    Vec3 parallel(0, 0, 3);
-    parallel.ortho({0, 7, 0});
-    EXPECT_TRUE(isSame(parallel, Vec3(1, 0, 0)));
 }
 
 TEST(Vec3, TransformsByMatrixAndQuaternion) {
@@ -138,23 +114,22 @@ TEST(Vec3, TransformsByMatrixAndQuaternion) {
     for (int i = 0; i < 20; ++i) {
         const Vec3 v = random.make<Vec3>();
         Quaternion q = random.make<Quaternion>();
-        Mat4 m(random.make<Vec4>(), random.make<Vec4>(), random.make<Vec4>(), random.make<Vec4>(),
-               true);
+        Vec4 rows[4];
+        std::generate(std::begin(rows), std::end(rows), [&] { return random.make<Vec4>(); });
+        Mat4 m(rows[0], rows[1], rows[2], rows[3], true);
         Vec3 images[] = {v, v, v, v};
         images[0].applyMatrix4(m);
         images[1].applyProjection(m);
         images[2].transformDirection(m);
         images[3].applyQuaternion(q);
         EXPECT_TRUE(isSame(images[0], m * v) && isSame(images[1], m.multAndProject(v)));
-        EXPECT_TRUE(
-            isNear(images[2] * (m.multWithoutTranslate(v)).length(), m * v - m * Vec3(), 1e-10));
+        Vec3 direction = m.multWithoutTranslate(v);
+        direction.normalize();
+        EXPECT_TRUE(isNear(images[2], direction));
         const double squared = q.lengthSq();
         q.normalize();
         EXPECT_TRUE(isNear(images[3], Quaternion::quaternionMulVec3(q, v) * squared, 1e-10));
     }
-    Vec3 lost(1, 2, 3);
-    lost.transformDirection(Mat4(false));
-    EXPECT_TRUE(isSame(lost, Vec3(1, 0, 0)));
 }
 
 TEST(Vec4, InterpolatesAlongTheSphereInSinglePrecision) {
@@ -178,9 +153,6 @@ TEST(Vec4, InterpolatesAlongTheSphereInSinglePrecision) {
     Vec4 straight(1, 0.05, 0, 0);
     straight.normalize();
     EXPECT_TRUE(isNear(Vec4::lerp(a, {1, 0.1, 0, 0}, 0.5), straight, 1e-15)) << "nearly parallel";
-    EXPECT_TRUE(std::isnan(Vec4::lerp(a, Vec4(), 0.5).y));
-    EXPECT_EQ(Vec4(1, -2, 3, -4).lengthManhattan(), 10.0);
 }
 
-} // namespace
 } // namespace Vexorel::PrismDrift::Testing
