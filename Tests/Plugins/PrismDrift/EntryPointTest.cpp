@@ -261,6 +261,7 @@ TEST_F(EntryPoint, CleansUpBehindAFrameThatBreaksOff) {
         expectRefusal(input.layer());
         EXPECT_EQ(host.suitesHeld, 0);
         EXPECT_EQ(host.handlesHeld, 0);
+        EXPECT_EQ(GLWatch::sharedNames(), names);
         expectSoundFrame();
         EXPECT_EQ(GLWatch::sharedNames(), names);
     }
