@@ -31,7 +31,7 @@ public:
     /// bound. False with a NaN.
     bool isInside();
 
-    /// a·u + b·v + c·w
+    // Interpolation: a·u + b·v + c·w for the values of the three corners, in that order
 
     Vec2 interpolate(const Vec2& a, const Vec2& b, const Vec2& c) { return a * u + b * v + c * w; }
     Vec3 interpolate(const Vec3& a, const Vec3& b, const Vec3& c) { return a * u + b * v + c * w; }

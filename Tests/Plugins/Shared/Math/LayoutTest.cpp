@@ -25,7 +25,6 @@ static_assert(isPlain<Barycentric, 24> && Euler::mDefaultOrder == 1 && Euler::ZY
 static_assert(std::is_same_v<decltype(&Vec2::getMin), void (Vec2::*)(const Vec2&)>);
 static_assert(std::is_same_v<decltype(&Vec3::floor), Vec3 (Vec3::*)()>);
 static_assert(std::is_same_v<decltype(&Affine::operator==), bool (Affine::*)(const Affine&)>);
-static_assert(std::is_same_v<decltype(&Rect::intersect), Rect (Rect::*)(Rect)>);
 static_assert(std::is_same_v<decltype(&Mat4::determinant), double (Mat4::*)()>);
 static_assert(std::is_same_v<decltype(&Box3::intersects), void (Box3::*)(Box3)>);
 

@@ -157,7 +157,6 @@ TEST(Rect, KeepsItsRules) {
     EXPECT_TRUE(r.containsRect(r) && r.containsPoint({6, 0}) && !r.isEmpty());
     EXPECT_TRUE(isSame(r.intersect({9, 2, 1, 9}), Rect(9, 2, -3, 6))) << "apart: negative";
     EXPECT_TRUE(isSame(r.unite(beside), Rect(0, 0, 7, 8)));
-    EXPECT_TRUE(isSame(r.getInclude({-5, 12}), Rect(-5, 0, 11, 12)));
 }
 
 } // namespace Vexorel::PrismDrift::Testing

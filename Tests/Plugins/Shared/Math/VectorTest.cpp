@@ -98,8 +98,6 @@ TEST(Vec3, KeepsItsDirections) {
     for (int i = 0; i < 50; ++i) {
         const Vec3 a = random.make<Vec3>();
         const Vec3 b = random.make<Vec3>();
-        const double area = a.length() * b.length() * std::sin(a.angleBetween(b));
-        EXPECT_NEAR(a.cross(b).length(), area, 1e-10);
         for (Vec3 c : {a, b}) {
             const auto axis = static_cast<std::size_t>(c.largestAbsComponent() + 2) % 3;
             c.ortho(a);
