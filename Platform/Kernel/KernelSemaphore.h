@@ -16,19 +16,20 @@
 ///  - No call is made from a handler of an asynchronous signal.
 ///
 /// Guaranteed in return
-///  - A permit is taken once. Permits and waiting threads never exist at the same time: a signal
-///    goes to a thread that waits, if there is one, and into the count otherwise.
+///  - Each permit lets one wait through, and none lies idle while a thread sleeps for it. It is for
+///    whoever comes first: a running thread may take it before the one that the signal woke, which
+///    then goes on waiting.
 ///  - Among the threads that wait, the one that came last is woken first.
-///  - semaphore_signal_all wakes the threads that wait when it takes effect, all of them and no
-///    other. It leaves no permit behind: a thread that arrives later waits.
+///  - semaphore_signal_all lets through the threads that wait when it takes effect, all of them and
+///    no other. It leaves no permit behind: a thread that arrives later waits.
 ///  - A wait that a signal handler interrupts goes on waiting when the handler has returned.
 ///    A wait is not a cancellation point.
 ///  - A name that is not valid, or no longer, is refused and reaches no other semaphore (a name
 ///    comes back after 4095 semaphores have been made and destroyed in the same place).
 ///
 /// Memory ordering: whatever a thread did before semaphore_signal or semaphore_signal_all happens
-/// before the return of each wait that it lets through. What was done before an earlier signal
-/// whose permit is still in the count is seen as well.
+/// before the return of each wait that it lets through. What was done before earlier signals,
+/// whoever takes their permits, is seen as well.
 ///
 ///     semaphore_t ready = 0;
 ///     semaphore_create(mach_task_self(), &ready, SYNC_POLICY_LIFO, 0);
@@ -72,8 +73,8 @@ kern_return_t semaphore_destroy(task_t task, semaphore_t semaphore);
 /// Takes a permit; blocks until there is one.
 kern_return_t semaphore_wait(semaphore_t semaphore);
 
-/// Wakes the thread that came last among those that wait, or adds a permit, up to 2^31 - 1.
+/// Adds a permit, up to 2^31 - 1, and wakes the thread that came last among those that wait.
 kern_return_t semaphore_signal(semaphore_t semaphore);
 
-/// Wakes all threads that wait; without any, does nothing.
+/// Lets through all threads that wait; without any, does nothing.
 kern_return_t semaphore_signal_all(semaphore_t semaphore);

@@ -10,8 +10,9 @@
 ///
 /// Guaranteed in return
 ///  - All operations but the destructor may run on any number of threads at once.
-///  - Each permit lets one `wait` through, also when it is given before anyone waits.
-///  - Among the threads that wait, the one that came last is let through first.
+///  - Each permit lets one `wait` through, also when it is given before anyone waits. It is for
+///    whoever comes first: a running thread may take it before the one that `signal` woke.
+///  - Among the threads that wait, the one that came last is woken first.
 ///  - A wait that need not block and a signal that wakes no one make no system call.
 ///
 /// Memory ordering: what a thread did before `signal` or `signalAll` happens before the return of

@@ -140,6 +140,23 @@ TEST(KernelSemaphore, SignalAllWakesThoseThatWaitAndNoOther) {
     destroy(name);
 }
 
+TEST(KernelSemaphore, SignalAllLeavesNoPermitThatAWokenThreadHadComing) {
+    const TimeLimit limit;
+    const semaphore_t name = create(0);
+    for (int round = 0; round < 100; ++round) {
+        Caller woken([&] { semaphore_wait(name); });
+        ASSERT_TRUE(woken.blocks());
+        semaphore_signal(name);
+        semaphore_signal_all(name); // the thread is most likely still on its way
+        ASSERT_TRUE(woken.returns());
+    }
+    Caller late([&] { semaphore_wait(name); });
+    EXPECT_TRUE(late.blocks());
+    semaphore_signal(name);
+    EXPECT_TRUE(late.returns());
+    destroy(name);
+}
+
 TEST(KernelSemaphore, DestroyingItLetsWaitingThreadsKnow) {
     const TimeLimit limit;
     const semaphore_t name = create(0);
