@@ -1,0 +1,191 @@
+#include "Host/CommandLine/ParameterOptions.h"
+
+#include "Host/CommandLine/Usage.h"
+#include "Host/Library/Number.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+
+namespace {
+
+using Vexorel::PrismDrift::Host::Parameter;
+using Vexorel::PrismDrift::Host::ParameterKind;
+using Vexorel::PrismDrift::Host::ParameterValues;
+using Vexorel::PrismDrift::Host::parseNumber;
+
+char lower(char character) {
+    return static_cast<char>(std::tolower(static_cast<unsigned char>(character)));
+}
+
+// "Shift Angle" becomes "--shift-angle".
+std::string optionName(const std::string& published) {
+    std::string name = "--";
+    for (const char character : published) {
+        if (std::isalnum(static_cast<unsigned char>(character)) != 0) {
+            name += lower(character);
+        } else if (name.back() != '-') {
+            name += '-';
+        }
+    }
+    return name;
+}
+
+// What an effect's numbers count is in no record that it publishes: it is known by the name.
+std::string unitOf(const Parameter& parameter) {
+    struct Unit {
+        const char* name;
+        const char* unit;
+    };
+    constexpr std::array units = {Unit{"Shift Distance", "pixels"},
+                                  Unit{"Channel Scale", "percent"}};
+    if (parameter.kind == ParameterKind::Angle) {
+        return "degrees";
+    }
+    for (const Unit& unit : units) {
+        if (parameter.name == unit.name || parameter.group == unit.name) {
+            return unit.unit;
+        }
+    }
+    return "";
+}
+
+std::string upper(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(), [](char character) {
+        return static_cast<char>(std::toupper(static_cast<unsigned char>(character)));
+    });
+    return text;
+}
+
+// "a number from 0 to 200, in percent".
+std::string takesWithUnit(const Parameter& parameter) {
+    const std::string unit = unitOf(parameter);
+    return parameter.takes() + (unit.empty() ? "" : ", in " + unit);
+}
+
+std::string valueNotation(const Parameter& parameter) {
+    if (parameter.kind == ParameterKind::Popup) {
+        return parameter.choiceText;
+    }
+    const std::string unit = unitOf(parameter);
+    return unit.empty() ? "NUMBER" : upper(unit);
+}
+
+bool sameIgnoringCase(std::string_view left, std::string_view right) {
+    return std::equal(left.begin(), left.end(), right.begin(), right.end(),
+                      [](char a, char b) { return lower(a) == lower(b); });
+}
+
+ParameterOption soloOption(const Parameter& parameter) {
+    return {optionName(parameter.name),
+            valueNotation(parameter),
+            parameter.name + ": " + takesWithUnit(parameter) + "; " +
+                parameter.valueText(parameter.initial) + " unless given",
+            {&parameter}};
+}
+
+// Completes the option of a group from its members.
+void describeGroup(ParameterOption& option) {
+    std::string initial;
+    for (const Parameter* member : option.members) {
+        const std::string word = member->name.substr(0, member->name.find(' '));
+        option.takes += (option.takes.empty() ? "" : ",") + word;
+        initial += (initial.empty() ? "" : ",") + member->valueText(member->initial);
+    }
+    option.meaning = option.members.front()->group + ": each " +
+                     takesWithUnit(*option.members.front()) + ", or one for all; " + initial +
+                     " unless given";
+}
+
+double parseValue(const Parameter& parameter, std::string_view text, std::string_view complaint) {
+    if (parameter.kind == ParameterKind::Popup) {
+        const auto found =
+            std::find_if(parameter.choices.begin(), parameter.choices.end(),
+                         [&](const std::string& choice) { return sameIgnoringCase(choice, text); });
+        if (found != parameter.choices.end()) {
+            return static_cast<double>(found - parameter.choices.begin()) + 1.0;
+        }
+        throw UsageError(std::string(complaint) + nearestHint(text, parameter.choices));
+    }
+    const auto number = parseNumber(text);
+    if (!number || !parameter.accepts(*number)) {
+        throw UsageError(std::string(complaint));
+    }
+    return *number;
+}
+
+std::vector<std::string_view> split(std::string_view text) {
+    std::vector<std::string_view> parts;
+    for (std::size_t start = 0;;) {
+        const std::size_t end = text.find(',', start);
+        parts.push_back(text.substr(start, end - start));
+        if (end == std::string_view::npos) {
+            return parts;
+        }
+        start = end + 1;
+    }
+}
+
+} // namespace
+
+void ParameterOption::apply(std::string_view text, ParameterValues& values) const {
+    std::string expected = takesWithUnit(*members.front());
+    if (members.size() > 1) {
+        expected = takes + ", each " + expected + ", or one for all";
+    }
+    const std::string complaint = name + " takes " + expected + ", not '" + std::string(text) + "'";
+    const std::vector<std::string_view> parts = split(text);
+    if (parts.size() != 1 && parts.size() != members.size()) {
+        throw UsageError(complaint);
+    }
+    for (std::size_t i = 0; i < members.size(); ++i) {
+        const std::string_view part = parts[parts.size() == 1 ? 0 : i];
+        values.set(members[i]->index, parseValue(*members[i], part, complaint));
+    }
+}
+
+std::vector<ParameterOption> parameterOptions(const std::vector<Parameter>& parameters) {
+    std::vector<ParameterOption> options;
+    for (const Parameter& parameter : parameters) {
+        if (parameter.kind == ParameterKind::GroupStart) {
+            options.push_back({optionName(parameter.name), "", "", {}});
+        } else if (parameter.hasValue() && parameter.group.empty()) {
+            options.push_back(soloOption(parameter));
+        } else if (parameter.hasValue()) {
+            options.back().members.push_back(&parameter);
+        } else if (options.back().members.empty()) {
+            options.pop_back(); // an empty group
+        } else {
+            describeGroup(options.back());
+        }
+    }
+    return options;
+}
+
+std::string parameterTable(const std::vector<Parameter>& parameters) {
+    using Row = std::array<std::string, 5>;
+    std::vector<Row> rows = {{"Option", "Parameter", "Takes", "Default", "Keyframes"}};
+    for (const ParameterOption& option : parameterOptions(parameters)) {
+        for (const Parameter* member : option.members) {
+            rows.push_back(
+                {option.name,
+                 member->group.empty() ? member->name : member->group + ", " + member->name,
+                 takesWithUnit(*member), member->valueText(member->initial),
+                 member->varies ? "yes" : "no"});
+        }
+    }
+    std::array<std::size_t, 5> widths{};
+    for (const Row& row : rows) {
+        for (std::size_t i = 0; i < row.size(); ++i) {
+            widths[i] = std::max(widths[i], row[i].size());
+        }
+    }
+    std::string table;
+    for (const Row& row : rows) {
+        for (std::size_t i = 0; i + 1 < row.size(); ++i) {
+            table += row[i] + std::string(widths[i] - row[i].size() + 2, ' ');
+        }
+        table += row.back() + "\n";
+    }
+    return table;
+}

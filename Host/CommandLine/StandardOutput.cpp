@@ -1,0 +1,51 @@
+#include "Host/CommandLine/StandardOutput.h"
+
+#include "Host/Library/Error.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <system_error>
+#include <unistd.h>
+
+using Vexorel::PrismDrift::Host::Error;
+
+namespace {
+
+[[noreturn]] void fail(int error) {
+    throw Error("cannot write to standard output: " + std::generic_category().message(error));
+}
+
+} // namespace
+
+StandardOutput::StandardOutput(bool showPlugin)
+    : mDescriptor(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3)) {
+    mOpenError = mDescriptor < 0 ? errno : 0;
+    // A closed one would be given to the next file that is opened.
+    int null = open("/dev/null", O_RDWR);
+    while (null >= 0 && null <= STDERR_FILENO) {
+        null = open("/dev/null", O_RDWR);
+    }
+    dup2(showPlugin ? STDERR_FILENO : null, STDOUT_FILENO);
+    close(null);
+}
+
+StandardOutput::~StandardOutput() {
+    if (mDescriptor >= 0) {
+        close(mDescriptor);
+    }
+}
+
+void StandardOutput::write(std::string_view text) const {
+    if (mOpenError != 0) {
+        fail(mOpenError);
+    }
+    while (!text.empty()) {
+        const ssize_t written = ::write(mDescriptor, text.data(), text.size());
+        if (written < 0 && errno != EINTR) {
+            fail(errno);
+        }
+        if (written > 0) {
+            text.remove_prefix(static_cast<std::size_t>(written));
+        }
+    }
+}

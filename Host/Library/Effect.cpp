@@ -1,0 +1,214 @@
+#include "Host/Library/Effect.h"
+
+#include "Host/Library/Callbacks.h"
+#include "Host/Library/Error.h"
+#include "Platform/OpenGL/ContextFailure.h"
+
+#include <algorithm>
+#include <cstring>
+#include <dlfcn.h>
+#include <map>
+#include <utility>
+
+namespace Vexorel::PrismDrift::Host {
+namespace {
+
+// How many Effect objects have each entry function set up. The effect's global state is one per
+// process, so the mutex is held over the commands that make it and take it down.
+struct SetUps {
+    std::mutex mutex;
+    std::map<PF_EffectMain, int> counts; // guarded by mutex
+};
+
+SetUps& setUps() {
+    static auto* instance = new SetUps;
+    return *instance;
+}
+
+// The refusals that come of a missing context are told by their reason, the others by their code.
+[[noreturn]] void fail(const std::string& what, PF_Err code, const PF_OutData& out,
+                       const std::string& refusal) {
+    std::string text = "the effect could not " + what + ": ";
+    if ((out.out_flags & PF_OutFlag_DISPLAY_ERROR_MESSAGE) != 0) {
+        text.append(out.return_msg, strnlen(out.return_msg, sizeof out.return_msg));
+    } else if (!refusal.empty()) {
+        text += refusal;
+    } else if (code == PF_Err_OUT_OF_MEMORY) {
+        text += "there is not enough memory";
+    } else {
+        text += "it gave the error " + std::to_string(code);
+    }
+    throw Error(text, code);
+}
+
+// An effect that draws with OpenGL says 516 for want of a context as for anything else.
+void failWithoutContext(PF_Err code) {
+    if (code == PF_Err_BAD_CALLBACK_PARAM) {
+        const std::string reason = Platform::contextFailure();
+        if (!reason.empty()) {
+            throw Error("no OpenGL 3.3 context could be made: " + reason, code);
+        }
+    }
+}
+
+std::shared_ptr<void> openModule(const std::filesystem::path& plugin) {
+    // A name without a slash would be looked for in the system's library folders.
+    void* module = dlopen(std::filesystem::absolute(plugin).c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (module == nullptr) {
+        throw Error("cannot load the plug-in '" + plugin.string() + "': " + dlerror());
+    }
+    return {module, [](void* loaded) { dlclose(loaded); }};
+}
+
+PF_EffectMain entryOf(void* module, const std::filesystem::path& plugin) {
+    void* symbol = dlsym(module, "EntryPointFunc");
+    if (symbol == nullptr) {
+        throw Error("'" + plugin.string() + "' is no effect: it has no EntryPointFunc");
+    }
+    return reinterpret_cast<PF_EffectMain>(symbol);
+}
+
+} // namespace
+
+Effect::Effect(PF_EffectMain entry) : mEntry(entry) {
+    publish();
+}
+
+Effect::Effect(const std::filesystem::path& plugin)
+    : mModule(openModule(plugin)), mEntry(entryOf(mModule.get(), plugin)) {
+    publish();
+}
+
+Effect::~Effect() {
+    try {
+        setDown();
+    } catch (const Error&) { // NOLINT(bugprone-empty-catch): nobody is left to be told
+    }
+}
+
+void Effect::publish() {
+    std::vector<Parameter> parameters;
+    PF_ProgressInfo command;
+    command.published = &parameters;
+    PF_InData in = makeInData(command);
+    PF_OutData out{};
+    const PF_Err code = mEntry(PF_Cmd_PARAMS_SETUP, &in, &out, nullptr, nullptr, nullptr);
+    if (code != PF_Err_NONE) {
+        fail("publish its parameters", code, out, command.refusal);
+    }
+    if (out.num_params != static_cast<std::int32_t>(parameters.size()) + 1) {
+        throw Error("the effect announces " + std::to_string(out.num_params) +
+                    " parameters, the input among them, and publishes " +
+                    std::to_string(parameters.size()));
+    }
+    if (!command.openGroup.empty()) {
+        throw Error("the effect's parameter group \"" + command.openGroup + "\" has no end");
+    }
+    mParameters = std::make_shared<const std::vector<Parameter>>(std::move(parameters));
+}
+
+std::string Effect::about() const {
+    PF_ProgressInfo command;
+    PF_InData in = makeInData(command);
+    PF_OutData out{};
+    const PF_Err code = mEntry(PF_Cmd_ABOUT, &in, &out, nullptr, nullptr, nullptr);
+    if (code != PF_Err_NONE) {
+        fail("tell about itself", code, out, command.refusal);
+    }
+    std::string text(out.return_msg, strnlen(out.return_msg, sizeof out.return_msg));
+    std::replace(text.begin(), text.end(), '\r', '\n');
+    return text;
+}
+
+void Effect::setUp() {
+    const std::lock_guard own(mSetUpMutex);
+    if (mIsSetUp) {
+        return;
+    }
+    SetUps& all = setUps();
+    const std::lock_guard guard(all.mutex);
+    int& count = all.counts[mEntry];
+    if (count == 0) {
+        PF_ProgressInfo command;
+        PF_InData in = makeInData(command);
+        PF_OutData out{};
+        const PF_Err code = mEntry(PF_Cmd_GLOBAL_SETUP, &in, &out, nullptr, nullptr, nullptr);
+        if (code != PF_Err_NONE) {
+            failWithoutContext(code);
+            fail("be set up", code, out, command.refusal);
+        }
+    }
+    ++count;
+    mIsSetUp = true;
+}
+
+void Effect::setDown() {
+    const std::lock_guard own(mSetUpMutex);
+    if (!mIsSetUp) {
+        return;
+    }
+    mIsSetUp = false;
+    SetUps& all = setUps();
+    const std::lock_guard guard(all.mutex);
+    if (--all.counts[mEntry] > 0) {
+        return;
+    }
+    all.counts.erase(mEntry);
+    PF_ProgressInfo command;
+    PF_InData in = makeInData(command);
+    PF_OutData out{};
+    const PF_Err code = mEntry(PF_Cmd_GLOBAL_SETDOWN, &in, &out, nullptr, nullptr, nullptr);
+    if (code != PF_Err_NONE) {
+        fail("be set down", code, out, command.refusal);
+    }
+}
+
+void Effect::render(const World& input, World& output, const ParameterValues& values,
+                    const FrameSettings& settings) {
+    if (input.format() != PF_PixelFormat_ARGB32 || output.format() != PF_PixelFormat_ARGB32) {
+        throw Error("the effect takes worlds of 8 bits a channel only");
+    }
+    setUp();
+    PF_ProgressInfo command;
+    command.values = &values;
+    command.input = &input.layer();
+    PF_InData in = makeInData(command);
+    in.current_time = settings.time.value;
+    in.time_step = settings.time.step;
+    in.time_scale = settings.time.scale;
+    in.downsample_x = in.downsample_y = {1, settings.downsample};
+
+    // The input and each parameter as it is at the frame's time, for an effect that looks there
+    // instead of checking them out.
+    std::vector<PF_ParamDef> definitions(1);
+    definitions[0].u.ld = input.layer();
+    for (const Parameter& parameter : values.parameters()) {
+        definitions.push_back(definitionAt(
+            parameter, parameter.hasValue() ? values.at(parameter.index, settings.time) : 0.0));
+    }
+    std::vector<PF_ParamDef*> pointers;
+    pointers.reserve(definitions.size());
+    for (PF_ParamDef& definition : definitions) {
+        pointers.push_back(&definition);
+    }
+    PF_LayerDef target = output.layer();
+    PF_OutData out{};
+    const PF_Err code = mEntry(PF_Cmd_RENDER, &in, &out, pointers.data(), &target, nullptr);
+
+    mCounters.checkedOut += command.grants;
+    mCounters.checkedIn += command.returns;
+    mCounters.unmatched += command.unmatched;
+    mCounters.outstanding += command.checkedOut.size();
+    if (code != PF_Err_NONE) {
+        failWithoutContext(code);
+        fail("render a frame of " + std::to_string(input.width()) + "x" +
+                 std::to_string(input.height()) + " pixels",
+             code, out, command.refusal);
+    }
+}
+
+CheckoutCounts Effect::checkouts() const {
+    return {mCounters.checkedOut, mCounters.checkedIn, mCounters.unmatched, mCounters.outstanding};
+}
+
+} // namespace Vexorel::PrismDrift::Host

@@ -1,0 +1,50 @@
+#pragma once
+
+/// FFmpeg's libraries as the host library uses them: owners for their objects, and their messages
+/// kept for ours. Internal to the host library.
+
+#include <memory>
+#include <string>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libswscale/swscale.h>
+}
+
+namespace Vexorel::PrismDrift::Host {
+
+struct FFmpegDeleter {
+    void operator()(AVFormatContext* context) const { avformat_close_input(&context); }
+    void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
+    void operator()(AVFrame* frame) const { av_frame_free(&frame); }
+    void operator()(AVPacket* packet) const { av_packet_free(&packet); }
+    void operator()(SwsContext* context) const { sws_freeContext(context); }
+};
+
+template <typename Type>
+using FFmpegPtr = std::unique_ptr<Type, FFmpegDeleter>;
+
+/// Throws std::bad_alloc for a null pointer, which is how the libraries report a lack of memory.
+template <typename Type>
+FFmpegPtr<Type> owned(Type* object) {
+    if (object == nullptr) {
+        throw std::bad_alloc();
+    }
+    return FFmpegPtr<Type>(object);
+}
+
+/// While one lives, what the libraries have to say on this thread is kept instead of printed. The
+/// first one in the process takes the libraries' log over for good.
+class FFmpegMessages {
+public:
+    FFmpegMessages();
+    FFmpegMessages(const FFmpegMessages&) = delete;
+    FFmpegMessages& operator=(const FFmpegMessages&) = delete;
+    ~FFmpegMessages() = default;
+
+    /// Why a call gave `code`: the first error that was logged, else the code's own meaning.
+    std::string reason(int code) const;
+};
+
+} // namespace Vexorel::PrismDrift::Host

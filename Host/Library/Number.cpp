@@ -1,0 +1,28 @@
+#include "Host/Library/Number.h"
+
+#include <array>
+#include <charconv>
+#include <cmath>
+
+namespace Vexorel::PrismDrift::Host {
+
+std::optional<double> parseNumber(std::string_view text) {
+    if (text.size() > 1 && text[0] == '+' && text[1] != '-') {
+        text.remove_prefix(1);
+    }
+    double number = 0.0;
+    const char* end = text.data() + text.size();
+    const auto [rest, failure] = std::from_chars(text.data(), end, number);
+    if (failure != std::errc() || rest != end || !std::isfinite(number)) {
+        return std::nullopt;
+    }
+    return number;
+}
+
+std::string numberText(double number) {
+    std::array<char, 32> buffer{};
+    const auto result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), number);
+    return {buffer.data(), result.ptr};
+}
+
+} // namespace Vexorel::PrismDrift::Host

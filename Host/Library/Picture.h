@@ -1,0 +1,33 @@
+#pragma once
+
+/// Still pictures in files, read into worlds and written from them by FFmpeg's libraries.
+
+#include "Host/Library/World.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace Vexorel::PrismDrift::Host {
+
+struct Picture {
+    World world;
+    /// The ICC profile of its colours, empty for none; only profiles of RGB colours are kept.
+    std::vector<std::uint8_t> colorProfile;
+};
+
+/// Reads the first picture of a local file, whole; it may be written to afterwards. Alpha is kept,
+/// and opaque where the file has none. Throws Error, which names the file and the reason; a picture
+/// that breaks off is an error.
+Picture readPicture(const std::filesystem::path& file);
+
+/// Throws Error unless the file's name ends in a format that can be written.
+void checkPictureName(const std::filesystem::path& file);
+
+/// Writes the picture in the format of the name's ending, JPEG at high quality and the others
+/// without loss; the file appears whole or not at all. Gives a warning, in one line, where
+/// something of the picture got lost, else an empty text. Throws Error.
+std::string writePicture(const std::filesystem::path& file, const Picture& picture);
+
+} // namespace Vexorel::PrismDrift::Host

@@ -1,0 +1,58 @@
+#include "Host/Library/World.h"
+
+#include "Host/Library/Error.h"
+
+#include <cstdlib>
+#include <string>
+
+namespace Vexorel::PrismDrift::Host {
+namespace {
+
+// Rows start where wide vector instructions like them, behind at least one pixel of gap.
+constexpr std::size_t alignment = 64;
+
+std::size_t bytesOf(PF_PixelFormat format) {
+    switch (format) {
+    case PF_PixelFormat_ARGB32:
+        return 4;
+    case PF_PixelFormat_ARGB64:
+        return 8;
+    case PF_PixelFormat_ARGB128:
+        return 16;
+    default:
+        throw Error("unknown pixel format " + std::to_string(format));
+    }
+}
+
+} // namespace
+
+void World::Free::operator()(void* memory) const {
+    std::free(memory);
+}
+
+World::World(int width, int height, PF_PixelFormat format) : mFormat(format) {
+    const std::string size = std::to_string(width) + "x" + std::to_string(height) + " pixels";
+    if (width < 0 || height < 0 || width > largestSide || height > largestSide) {
+        throw Error("a picture of " + size + " is too large: the limit is " +
+                    std::to_string(largestSide) + " a side");
+    }
+    const std::size_t pixels = static_cast<std::size_t>(width) * bytesOf(format);
+    const std::size_t rowBytes = (pixels / alignment + 1) * alignment;
+    const std::size_t bytes = rowBytes * static_cast<std::size_t>(height) + alignment;
+    mMemory.reset(std::calloc(bytes, 1));
+    if (!mMemory) {
+        throw Error("not enough memory for a picture of " + size);
+    }
+    void* first = mMemory.get();
+    std::size_t space = bytes;
+    mLayer.data = std::align(alignment, bytes - alignment, first, space);
+    mLayer.rowbytes = static_cast<std::int32_t>(rowBytes);
+    mLayer.width = width;
+    mLayer.height = height;
+}
+
+std::size_t World::pixelBytes() const {
+    return bytesOf(mFormat);
+}
+
+} // namespace Vexorel::PrismDrift::Host

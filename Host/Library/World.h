@@ -1,0 +1,49 @@
+#pragma once
+
+/// A picture as an effect gets it: straight A, R, G, B pixels in rows from the top, with a gap
+/// behind each row that belongs to nobody.
+
+#include "Platform/Effect/Effect.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+namespace Vexorel::PrismDrift::Host {
+
+/// The longest side of a world, in pixels.
+constexpr int largestSide = 65535;
+
+/// Owns its pixels. Moved, not copied.
+class World {
+public:
+    /// Zeroed pixels and gaps. Throws Error for a side below 0 or above `largestSide`, for an
+    /// unknown format, and where there is no memory for it.
+    World(int width, int height, PF_PixelFormat format = PF_PixelFormat_ARGB32);
+
+    int width() const { return mLayer.width; }
+    int height() const { return mLayer.height; }
+    /// From one row to the next, in bytes: always more than the row's pixels take.
+    std::ptrdiff_t rowBytes() const { return mLayer.rowbytes; }
+    PF_PixelFormat format() const { return mFormat; }
+    /// 4, 8 or 16.
+    std::size_t pixelBytes() const;
+
+    std::uint8_t* row(int y) { return data() + y * rowBytes(); }
+    const std::uint8_t* row(int y) const { return data() + y * rowBytes(); }
+
+    /// The record for the effect; it refers to the world's pixels and is valid as long as they are.
+    const PF_LayerDef& layer() const { return mLayer; }
+
+private:
+    std::uint8_t* data() const { return static_cast<std::uint8_t*>(mLayer.data); }
+
+    struct Free {
+        void operator()(void* memory) const;
+    };
+    std::unique_ptr<void, Free> mMemory;
+    PF_LayerDef mLayer{};
+    PF_PixelFormat mFormat;
+};
+
+} // namespace Vexorel::PrismDrift::Host

@@ -1,0 +1,226 @@
+#include "Platform/OpenGL/EglDisplay.h"
+
+#include "Platform/OpenGL/ContextFailure.h"
+
+#include <EGL/eglext.h>
+
+#include <array>
+#include <mutex>
+#include <string_view>
+#include <vector>
+
+namespace Platform {
+namespace {
+
+template <typename Function>
+Function extensionFunction(const char* name) {
+    return reinterpret_cast<Function>(eglGetProcAddress(name));
+}
+
+bool hasExtension(const char* list, std::string_view name) {
+    std::string_view rest = list != nullptr ? list : "";
+    while (!rest.empty()) {
+        const std::size_t end = rest.find(' ');
+        if (rest.substr(0, end) == name) {
+            return true;
+        }
+        rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);
+    }
+    return false;
+}
+
+bool isSoftwareDevice(EGLDeviceEXT device) {
+    const auto queryString =
+        extensionFunction<PFNEGLQUERYDEVICESTRINGEXTPROC>("eglQueryDeviceStringEXT");
+    return queryString != nullptr &&
+           hasExtension(queryString(device, EGL_EXTENSIONS), "EGL_MESA_device_software");
+}
+
+bool isSoftwareDisplay(EGLDisplay display) {
+    const auto queryDisplay =
+        extensionFunction<PFNEGLQUERYDISPLAYATTRIBEXTPROC>("eglQueryDisplayAttribEXT");
+    EGLAttrib device = 0;
+    return queryDisplay != nullptr && queryDisplay(display, EGL_DEVICE_EXT, &device) == EGL_TRUE &&
+           isSoftwareDevice(reinterpret_cast<EGLDeviceEXT>(device));
+}
+
+std::vector<EGLDeviceEXT> hardwareDevices() {
+    const auto queryDevices = extensionFunction<PFNEGLQUERYDEVICESEXTPROC>("eglQueryDevicesEXT");
+    std::array<EGLDeviceEXT, 32> found{};
+    EGLint count = 0;
+    if (queryDevices == nullptr ||
+        queryDevices(static_cast<EGLint>(found.size()), found.data(), &count) != EGL_TRUE) {
+        return {};
+    }
+    std::vector<EGLDeviceEXT> devices;
+    for (EGLint i = 0; i < count; ++i) {
+        if (!isSoftwareDevice(found.at(static_cast<std::size_t>(i)))) {
+            devices.push_back(found.at(static_cast<std::size_t>(i)));
+        }
+    }
+    return devices;
+}
+
+/// The displays worth a try, the best first. Those behind the first that works aren't opened.
+class DisplayCandidates {
+public:
+    DisplayCandidates() {
+        const char* extensions = eglQueryString(EGL_NO_DISPLAY, EGL_EXTENSIONS);
+        if (hasExtension(extensions, "EGL_EXT_device_enumeration") ||
+            hasExtension(extensions, "EGL_EXT_device_base")) {
+            mDevices = hardwareDevices();
+        }
+        mSurfaceless = hasExtension(extensions, "EGL_MESA_platform_surfaceless");
+    }
+
+    std::size_t size() const { return mDevices.size() + (mSurfaceless ? 2 : 1); }
+
+    EGLDisplay open(std::size_t index) const {
+        if (index < mDevices.size()) {
+            return eglGetPlatformDisplay(EGL_PLATFORM_DEVICE_EXT, mDevices[index], nullptr);
+        }
+        if (mSurfaceless && index == mDevices.size()) {
+            return eglGetPlatformDisplay(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY,
+                                         nullptr);
+        }
+        return eglGetDisplay(EGL_DEFAULT_DISPLAY);
+    }
+
+private:
+    std::vector<EGLDeviceEXT> mDevices;
+    bool mSurfaceless = false;
+};
+
+std::string errorName(EGLint error) {
+    switch (error) {
+    case EGL_NOT_INITIALIZED:
+        return "EGL_NOT_INITIALIZED";
+    case EGL_BAD_ALLOC:
+        return "EGL_BAD_ALLOC";
+    case EGL_BAD_ATTRIBUTE:
+        return "EGL_BAD_ATTRIBUTE";
+    case EGL_BAD_CONFIG:
+        return "EGL_BAD_CONFIG";
+    case EGL_BAD_CONTEXT:
+        return "EGL_BAD_CONTEXT";
+    case EGL_BAD_DISPLAY:
+        return "EGL_BAD_DISPLAY";
+    case EGL_BAD_MATCH:
+        return "EGL_BAD_MATCH";
+    case EGL_BAD_PARAMETER:
+        return "EGL_BAD_PARAMETER";
+    default:
+        return "EGL error " + std::to_string(error);
+    }
+}
+
+/// One context on one display; null and the reason if that fails.
+EGLContext makeContextOn(EGLDisplay display, EGLContext share, std::string& whyNot) {
+    if (display == EGL_NO_DISPLAY) {
+        whyNot = "no EGL driver was found";
+        return EGL_NO_CONTEXT;
+    }
+    if (eglInitialize(display, nullptr, nullptr) != EGL_TRUE) {
+        whyNot = "the EGL display could not be initialised (" + errorName(eglGetError()) + ")";
+        return EGL_NO_CONTEXT;
+    }
+    const char* vendor = eglQueryString(display, EGL_VENDOR);
+    const std::string driver = vendor != nullptr ? vendor : "unknown";
+    const char* extensions = eglQueryString(display, EGL_EXTENSIONS);
+    for (const char* needed : {"EGL_KHR_surfaceless_context", "EGL_KHR_no_config_context"}) {
+        if (!hasExtension(extensions, needed)) {
+            whyNot = "the EGL driver (" + driver + ") lacks " + needed;
+            return EGL_NO_CONTEXT;
+        }
+    }
+    const RenderingApiScope api;
+    constexpr std::array<EGLint, 7> attributes{EGL_CONTEXT_MAJOR_VERSION,
+                                               3,
+                                               EGL_CONTEXT_MINOR_VERSION,
+                                               3,
+                                               EGL_CONTEXT_OPENGL_PROFILE_MASK,
+                                               EGL_CONTEXT_OPENGL_CORE_PROFILE_BIT,
+                                               EGL_NONE};
+    EGLContext context = eglCreateContext(display, EGL_NO_CONFIG_KHR, share, attributes.data());
+    if (context == EGL_NO_CONTEXT) {
+        whyNot = "the EGL driver (" + driver + ") offers no OpenGL 3.3 core context (" +
+                 errorName(eglGetError()) + ")";
+    }
+    return context;
+}
+
+/// Never destroyed: threads may make contexts while the process ends.
+struct ChosenDisplay {
+    std::mutex mutex;
+    EGLDisplay display = EGL_NO_DISPLAY;
+};
+
+ChosenDisplay& chosenDisplay() {
+    static ChosenDisplay& chosen = *new ChosenDisplay;
+    return chosen;
+}
+
+EglContext chooseDisplay(std::string& whyNot) {
+    EglContext software;
+    const DisplayCandidates candidates;
+    for (std::size_t i = 0; i < candidates.size(); ++i) {
+        std::string reason;
+        EglContext made;
+        made.display = candidates.open(i);
+        made.context = makeContextOn(made.display, EGL_NO_CONTEXT, reason);
+        if (made.context == EGL_NO_CONTEXT) {
+            // The first reason is that of the display that would have been preferred.
+            whyNot = whyNot.empty() ? reason : whyNot;
+        } else if (!isSoftwareDisplay(made.display)) {
+            if (software.context != EGL_NO_CONTEXT) {
+                eglDestroyContext(software.display, software.context);
+            }
+            return made;
+        } else if (software.context == EGL_NO_CONTEXT) {
+            software = made;
+        } else {
+            eglDestroyContext(made.display, made.context);
+        }
+    }
+    return software;
+}
+
+} // namespace
+
+RenderingApiScope::RenderingApiScope() : mFormer(eglQueryAPI()) {
+    eglBindAPI(EGL_OPENGL_API);
+}
+
+RenderingApiScope::~RenderingApiScope() {
+    if (mFormer != EGL_OPENGL_API && mFormer != EGL_NONE) {
+        eglBindAPI(mFormer);
+    }
+}
+
+EglContext makeEglContext(EGLContext share, std::string& whyNot) {
+    ChosenDisplay& chosen = chosenDisplay();
+    const std::lock_guard<std::mutex> lock(chosen.mutex);
+    EglContext made;
+    if (chosen.display == EGL_NO_DISPLAY) {
+        made = chooseDisplay(whyNot);
+        if (made.context != EGL_NO_CONTEXT) {
+            chosen.display = made.display;
+        }
+    } else {
+        made.display = chosen.display;
+        made.context = makeContextOn(chosen.display, share, whyNot);
+    }
+    return made;
+}
+
+std::string contextFailure() {
+    std::string whyNot;
+    const EglContext made = makeEglContext(EGL_NO_CONTEXT, whyNot);
+    if (made.context == EGL_NO_CONTEXT) {
+        return whyNot;
+    }
+    eglDestroyContext(made.display, made.context);
+    return {};
+}
+
+} // namespace Platform

@@ -1,0 +1,19 @@
+#pragma once
+
+/// The little of GLX that it takes to leave a host's context and to put it back. Kept apart because
+/// GLX's header can't be included beside the GL headers that the rest uses.
+
+#include "Platform/OpenGL/OpenGLContext.h"
+
+namespace Platform {
+
+/// The GLX context current on this thread, null for none.
+CGLContextObj currentGlxContext();
+
+/// Makes a GLX context current again. No EGL context may be current on the thread.
+bool makeGlxContextCurrent(const CGLContextObj& context);
+
+/// Leaves no GLX context current on this thread.
+void releaseGlxContext();
+
+} // namespace Platform

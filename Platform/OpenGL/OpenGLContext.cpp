@@ -1,0 +1,237 @@
+#include "Platform/OpenGL/OpenGLContext.h"
+
+#include "Platform/OpenGL/EglDisplay.h"
+#include "Platform/OpenGL/Glx.h"
+
+#include <map>
+#include <mutex>
+
+namespace {
+
+using Platform::RenderingApiScope;
+
+/// The contexts that have not been invalidated, by number. Never destroyed: threads may end, and
+/// their contexts with them, after the process's static objects.
+struct LivingContexts {
+    std::mutex mutex;
+    std::map<std::uint64_t, NSOpenGLContext*> byNumber;
+    std::uint64_t lastNumber = 0;
+};
+
+LivingContexts& living() {
+    static LivingContexts& contexts = *new LivingContexts;
+    return contexts;
+}
+
+NSOpenGLContext* findLiving(std::uint64_t number) {
+    LivingContexts& contexts = living();
+    const std::lock_guard<std::mutex> lock(contexts.mutex);
+    const auto found = contexts.byNumber.find(number);
+    return found != contexts.byNumber.end() ? found->second : nullptr;
+}
+
+/// What this layer last made current on the thread. A host may have switched since, and another
+/// thread may have invalidated it, so both are looked at before it is believed.
+struct OwnCurrent {
+    std::uint64_t number = 0;
+    EGLContext context = EGL_NO_CONTEXT;
+};
+
+thread_local OwnCurrent tOwnCurrent;
+
+bool ownIsCurrent() {
+    return tOwnCurrent.number != 0 && eglGetCurrentContext() == tOwnCurrent.context;
+}
+
+void releaseEgl() {
+    if (eglGetCurrentContext() != EGL_NO_CONTEXT) {
+        eglMakeCurrent(eglGetCurrentDisplay(), EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
+    }
+}
+
+bool makeEglCurrent(const CGLContextObj& context) {
+    const CGLContextObj glx = Platform::currentGlxContext();
+    if (glx) {
+        Platform::releaseGlxContext();
+    }
+    if (eglMakeCurrent(context.display, reinterpret_cast<EGLSurface>(context.drawSurface),
+                       reinterpret_cast<EGLSurface>(context.readSurface),
+                       context.context) == EGL_TRUE) {
+        return true;
+    }
+    if (glx) {
+        Platform::makeGlxContextCurrent(glx);
+    }
+    return false;
+}
+
+} // namespace
+
+CGLContextObj CGLGetCurrentContext() {
+    const RenderingApiScope api;
+    CGLContextObj current;
+    EGLContext context = eglGetCurrentContext();
+    if (context == EGL_NO_CONTEXT) {
+        return Platform::currentGlxContext();
+    }
+    current.layer = CGLContextObj::Layer::egl;
+    current.display = eglGetCurrentDisplay();
+    current.context = context;
+    current.drawSurface = reinterpret_cast<std::uintptr_t>(eglGetCurrentSurface(EGL_DRAW));
+    current.readSurface = reinterpret_cast<std::uintptr_t>(eglGetCurrentSurface(EGL_READ));
+    current.number = ownIsCurrent() ? tOwnCurrent.number : 0;
+    return current;
+}
+
+bool CGLSetCurrentContext(const CGLContextObj& context) {
+    if (context.number != 0) {
+        NSOpenGLContext* own = findLiving(context.number);
+        return own != nullptr && own->makeCurrentContext();
+    }
+    const RenderingApiScope api;
+    switch (context.layer) {
+    case CGLContextObj::Layer::egl:
+        return makeEglCurrent(context);
+    case CGLContextObj::Layer::glx:
+        releaseEgl();
+        return Platform::makeGlxContextCurrent(context);
+    case CGLContextObj::Layer::none:
+        break;
+    }
+    releaseEgl();
+    Platform::releaseGlxContext();
+    return true;
+}
+
+NSOpenGLPixelFormat*
+NSOpenGLPixelFormat::initWithAttributes(const NSOpenGLPixelFormatAttribute* attributes) {
+    while (*attributes != 0) {
+        switch (*attributes++) {
+        case NSOpenGLPFAClosestPolicy:
+        case NSOpenGLPFANoRecovery:
+            break;
+        case NSOpenGLPFAAlphaSize:
+        case NSOpenGLPFAColorSize:
+        case NSOpenGLPFAStencilSize:
+        case NSOpenGLPFADepthSize:
+            ++attributes;
+            break;
+        case NSOpenGLPFAOpenGLProfile:
+            if (*attributes++ != NSOpenGLProfileVersion3_2Core) {
+                return nullptr;
+            }
+            break;
+        default:
+            return nullptr;
+        }
+    }
+    return new NSOpenGLPixelFormat;
+}
+
+void NSOpenGLPixelFormat::retain() {
+    ++mReferences;
+}
+
+void NSOpenGLPixelFormat::release() {
+    if (--mReferences == 0) {
+        delete this;
+    }
+}
+
+NSOpenGLContext* NSOpenGLContext::initWithFormat(NSOpenGLPixelFormat* format,
+                                                 NSOpenGLContext* share) {
+    const CGLContextObj shared = share != nullptr ? share->lowLevelContext() : CGLContextObj();
+    if (format == nullptr || (share != nullptr && !shared)) {
+        return nullptr;
+    }
+    std::string ignored;
+    const Platform::EglContext made = Platform::makeEglContext(shared.context, ignored);
+    return made.context != EGL_NO_CONTEXT ? new NSOpenGLContext(made.display, made.context)
+                                          : nullptr;
+}
+
+NSOpenGLContext::NSOpenGLContext(void* display, void* context)
+    : mDisplay(display), mContext(context), mNumber([this] {
+          LivingContexts& contexts = living();
+          const std::lock_guard<std::mutex> lock(contexts.mutex);
+          contexts.byNumber.emplace(++contexts.lastNumber, this);
+          return contexts.lastNumber;
+      }()) {}
+
+NSOpenGLContext::~NSOpenGLContext() {
+    invalidate();
+}
+
+NSOpenGLContext* NSOpenGLContext::currentContext() {
+    return ownIsCurrent() ? findLiving(tOwnCurrent.number) : nullptr;
+}
+
+std::uint64_t NSOpenGLContext::currentNumber() {
+    const NSOpenGLContext* current = currentContext();
+    return current != nullptr ? current->mNumber : 0;
+}
+
+void NSOpenGLContext::retain() {
+    ++mReferences;
+}
+
+void NSOpenGLContext::release() {
+    if (--mReferences == 0) {
+        delete this;
+    }
+}
+
+CGLContextObj NSOpenGLContext::lowLevelContext() const {
+    CGLContextObj own;
+    if (mContext != nullptr) {
+        own.layer = CGLContextObj::Layer::egl;
+        own.display = mDisplay;
+        own.context = mContext;
+        own.number = mNumber;
+    }
+    return own;
+}
+
+bool NSOpenGLContext::makeCurrentContext() {
+    const CGLContextObj own = lowLevelContext();
+    const RenderingApiScope api;
+    if (!own || !makeEglCurrent(own)) {
+        const EGLint error = own ? eglGetError() : EGL_SUCCESS;
+        mLost = mLost || error == EGL_NOT_INITIALIZED || error == EGL_BAD_CONTEXT ||
+                error == EGL_BAD_DISPLAY || error == EGL_CONTEXT_LOST;
+        return false;
+    }
+    tOwnCurrent = {mNumber, own.context};
+    return true;
+}
+
+void NSOpenGLContext::invalidate() {
+    {
+        LivingContexts& contexts = living();
+        const std::lock_guard<std::mutex> lock(contexts.mutex);
+        contexts.byNumber.erase(mNumber);
+    }
+    void* context = mContext.exchange(nullptr);
+    if (context == nullptr) {
+        return;
+    }
+    if (tOwnCurrent.number == mNumber) {
+        Platform::releaseOwnContext();
+    }
+    // A lost context went with its display; its handle may name another one by now.
+    if (!mLost) {
+        eglDestroyContext(mDisplay, context);
+    }
+}
+
+namespace Platform {
+
+void releaseOwnContext() {
+    const RenderingApiScope api;
+    if (ownIsCurrent()) {
+        releaseEgl();
+    }
+    tOwnCurrent = {};
+}
+
+} // namespace Platform

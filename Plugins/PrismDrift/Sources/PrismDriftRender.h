@@ -1,0 +1,68 @@
+#pragma once
+
+/// The effect's renderer: where each colour channel is read from, and the pass that draws it.
+
+#include "Shared/GL/OpenglShader.h"
+#include "Shared/GL/PerContextName.h"
+#include "Shared/Math/Affine.h"
+#include "Shared/Math/Vec3.h"
+
+#include <cstdint>
+#include <memory>
+
+namespace Vexorel::PrismDrift {
+
+/// Which channel moves against the shift (the first letter), stays (the second) and moves with it
+/// (the third). Any other value moves all three with it.
+enum ChannelOrder : std::int32_t { RGB = 0, RBG = 1, GRB = 2, GBR = 3, BRG = 4, BGR = 5 };
+
+/// Holds the values of one frame from the setters to draw(). Positions are pixels of the frame
+/// buffer with y in the order of the host's rows, so a positive angle turns from +x towards the
+/// following rows.
+///
+/// No lock: frames must not overlap.
+class PrismDriftRender {
+public:
+    /// Makes no GL call; the program and the vertex objects are made at the first draw.
+    PrismDriftRender();
+    /// Needs a context of the share group current, if anything was drawn.
+    ~PrismDriftRender();
+
+    PrismDriftRender(const PrismDriftRender&) = delete;
+    PrismDriftRender& operator=(const PrismDriftRender&) = delete;
+
+    // The setters store their values unchecked; composeTransform() and draw() use them.
+    void setOrder(ChannelOrder order) { mOrder = order; }
+    /// Pixels at the current downsample.
+    void setShiftDistance(float distance) { mShiftDistance = distance; }
+    /// Degrees.
+    void setShiftAngle(float angle) { mShiftAngle = angle; }
+    /// Lightness of each channel: from -1 (black) through 0 (unchanged) to 1 (white).
+    void setChannelOpacity(float r, float g, float b) { mChannelOpacity.set(r, g, b); }
+    /// Scale of each channel about the frame's centre, 1 is unchanged.
+    void setChannelScale(float r, float g, float b) { mChannelScale.set(r, g, b); }
+
+    /// Composes the three transforms for the frame buffer's size. Each maps an output pixel to the
+    /// place in the source that its channel is read from, so a channel with a positive offset shows
+    /// moved the other way, and one with a scale of 0 reads a single point everywhere.
+    void composeTransform();
+
+    /// Draws the frame into the bound target from `texture`, which holds the host's A, R, G, B and
+    /// stays the caller's. `multiplier` is what its upload gave. The target receives premultiplied
+    /// R, G, B, A; alpha is the source's at the same pixel.
+    void draw(unsigned int texture, float multiplier);
+
+    std::unique_ptr<OpenglShader> mShader;
+    PerContextName mVertexArray;
+    gl::GLuint mVertexBuffer = 0; ///< owned
+    ChannelOrder mOrder = RGB;
+    float mShiftDistance = 0.0F;
+    float mShiftAngle = 0.0F;
+    Vec3 mChannelOpacity;
+    Vec3 mChannelScale{1.0, 1.0, 1.0};
+    Affine mRTransform{true};
+    Affine mGTransform{true};
+    Affine mBTransform{true};
+};
+
+} // namespace Vexorel::PrismDrift

@@ -1,0 +1,51 @@
+#pragma once
+
+/// Gives each thread that renders a context of its own, and keeps all of them in one share group
+/// with the shared data context.
+
+#include "Shared/GL/AEOpenGLContext.h"
+
+#include <atomic>
+#include <cstdint>
+#include <map>
+#include <mutex>
+
+namespace Vexorel::PrismDrift {
+
+/// Static data and operations only. A thread has an id from its first request on, for its life; its
+/// context is destroyed when the thread ends, without a GL call.
+///
+/// Lock: mMutex. Each operation takes it, and since it is recursive a caller that goes on to call
+/// GL holds it from before until after, as every command of the effect does: GL calls of one thread
+/// must not run beside the making or the destroying of a context on another.
+class AEOpenGLContextManager {
+public:
+    AEOpenGLContextManager() = delete;
+
+    /// Makes the shared data context, which is then current on the calling thread. Keeps the one
+    /// that there is. Where it can't be made, mSharedDataContext stays null.
+    static void setupContextManager();
+
+    /// Null before the set-up and after the release.
+    static AEOpenGLContext* getSharedDataContext();
+
+    /// The calling thread's context. A new one is made, and is then current, if the thread has
+    /// none; an old one is not made current. Null without a set-up, or if it can't be made.
+    static AEOpenGLContext* getCurrentRenderContext();
+
+    /// Destroys the render contexts in the order of their ids, then the shared data context.
+    static void releaseContextManager();
+
+    /// Releases like releaseContextManager() once the driver has lost the contexts.
+    static void abandonContexts();
+
+    static std::atomic<std::int32_t> mContextCount; ///< the next id; never goes down
+
+    // References to objects that are never destroyed, since threads may end after the process's
+    // static objects have.
+    static std::map<int, AEOpenGLContext*>& mRenderContexts; ///< by id; owned; guarded by mMutex
+    static std::recursive_mutex& mMutex;
+    static AEOpenGLContext* mSharedDataContext; ///< owned; guarded by mMutex
+};
+
+} // namespace Vexorel::PrismDrift

@@ -1,0 +1,247 @@
+#include "Shared/GL/AEOpenglMainFrameBuffer.h"
+
+#include <algorithm>
+
+namespace Vexorel::PrismDrift {
+
+using namespace gl33core;
+
+namespace {
+
+/// What a multisampled target has, unless the driver offers fewer.
+constexpr GLsizei kSamples = 8;
+
+GLsizei sampleCount() {
+    GLint offered = 0;
+    glGetIntegerv(GL_MAX_SAMPLES, &offered);
+    return std::min(kSamples, offered);
+}
+
+GLsizei asSize(std::uint32_t side) {
+    return static_cast<GLsizei>(side);
+}
+
+void attachColour(GLenum target, GLuint renderBuffer) {
+    glFramebufferRenderbuffer(target, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, renderBuffer);
+}
+
+/// A frame buffer of its own around a texture, bound and cleared. No field records its name: it is
+/// the one that is bound when the target is popped.
+void pushTextureTarget(GLuint texture, GLint level) {
+    GLuint frameBuffer = 0;
+    glGenFramebuffers(1, &frameBuffer);
+    glBindRenderbuffer(GL_RENDERBUFFER, 0);
+    glBindFramebuffer(GL_FRAMEBUFFER, frameBuffer);
+    glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, texture, level);
+    glClearColor(0, 0, 0, 0);
+    glClear(GL_COLOR_BUFFER_BIT);
+}
+
+} // namespace
+
+AEOpenglMainFrameBuffer* AEOpenglMainFrameBuffer::mainFrameBuffer() {
+    static AEOpenglMainFrameBuffer* const kSharedMainFrameBuffer = new AEOpenglMainFrameBuffer;
+    return kSharedMainFrameBuffer;
+}
+
+AEOpenglMainFrameBuffer::AEOpenglMainFrameBuffer() : mScreenRender(new ScreenRender) {}
+
+AEOpenglMainFrameBuffer::~AEOpenglMainFrameBuffer() {
+    destory();
+}
+
+void AEOpenglMainFrameBuffer::prepare(long width, long height, bool multisample) {
+    if (mScreenRender == nullptr) {
+        mScreenRender = new ScreenRender;
+    }
+    if (mWidth == width && mHeight == height) {
+        if (mMainRenderBuffer != 0) {
+            generateFrameBuffers();
+        }
+        return;
+    }
+    unprepare();
+    mWidth = static_cast<std::uint32_t>(width);
+    mHeight = static_cast<std::uint32_t>(height);
+    mMultisample = multisample;
+    generateFrameBuffers();
+    glGenRenderbuffers(1, &mMainRenderBuffer);
+    glBindRenderbuffer(GL_RENDERBUFFER, mMainRenderBuffer);
+    glRenderbufferStorage(GL_RENDERBUFFER, GL_RGBA, asSize(mWidth), asSize(mHeight));
+}
+
+void AEOpenglMainFrameBuffer::generateFrameBuffers() {
+    mSingleFrameBuffer.generate(glGenFramebuffers);
+    if (mMultisample) {
+        mResolveFrameBuffer.generate(glGenFramebuffers);
+        mMultisampleFrameBuffer.generate(glGenFramebuffers);
+    }
+}
+
+void AEOpenglMainFrameBuffer::unprepare() {
+    mResolveFrameBuffer.remove(glDeleteFramebuffers);
+    mSingleFrameBuffer.remove(glDeleteFramebuffers);
+    mMultisampleFrameBuffer.remove(glDeleteFramebuffers);
+    if (mMainRenderBuffer != 0) {
+        glDeleteRenderbuffers(1, &mMainRenderBuffer);
+        mMainRenderBuffer = 0;
+    }
+    clearStack();
+}
+
+void AEOpenglMainFrameBuffer::destory() {
+    unprepare();
+    mWidth = 0;
+    mHeight = 0;
+    delete mScreenRender;
+    mScreenRender = nullptr;
+}
+
+void AEOpenglMainFrameBuffer::clearStack() {
+    for (const GLuint colour : mRenderBufferStack) {
+        deleteTarget(colour);
+    }
+    mRenderBufferStack.clear();
+}
+
+/// Deletes a colour buffer and the stencil buffer that was made with it.
+void AEOpenglMainFrameBuffer::deleteTarget(GLuint colour) {
+    glDeleteRenderbuffers(1, &colour);
+    const auto stencil = mStencilBuffers.find(colour);
+    if (stencil != mStencilBuffers.end()) {
+        const GLuint name = stencil->second;
+        mStencilBuffers.erase(stencil);
+        glDeleteRenderbuffers(1, &name);
+    }
+}
+
+const PerContextName& AEOpenglMainFrameBuffer::drawingFrameBuffer() const {
+    return mMultisample ? mMultisampleFrameBuffer : mSingleFrameBuffer;
+}
+
+void AEOpenglMainFrameBuffer::beginDrawing() {
+    // Choosing the draw buffer of frame buffer 0 would be an error.
+    glBindFramebuffer(GL_FRAMEBUFFER, drawingFrameBuffer());
+    glDrawBuffer(GL_COLOR_ATTACHMENT0);
+    glDisable(GL_BLEND);
+    if (mMultisample) {
+        glEnable(GL_MULTISAMPLE);
+    }
+    pushRenderContext(false, false);
+    glViewport(0, 0, asSize(mWidth), asSize(mHeight));
+}
+
+/// A render buffer of the frame's size, multisampled as the targets are, and bound.
+GLuint AEOpenglMainFrameBuffer::makeRenderBuffer(GLenum format) const {
+    GLuint buffer = 0;
+    glGenRenderbuffers(1, &buffer);
+    glBindRenderbuffer(GL_RENDERBUFFER, buffer);
+    if (mMultisample) {
+        glRenderbufferStorageMultisample(GL_RENDERBUFFER, sampleCount(), format, asSize(mWidth),
+                                         asSize(mHeight));
+    } else {
+        glRenderbufferStorage(GL_RENDERBUFFER, format, asSize(mWidth), asSize(mHeight));
+    }
+    return buffer;
+}
+
+void AEOpenglMainFrameBuffer::pushRenderContext(bool, bool stencil) {
+    const GLuint colour = makeRenderBuffer(GL_RGBA);
+    mRenderBufferStack.push_back(colour);
+    glBindFramebuffer(GL_FRAMEBUFFER, drawingFrameBuffer());
+    attachColour(GL_FRAMEBUFFER, colour);
+    if (stencil) {
+        const GLuint buffer = makeRenderBuffer(GL_STENCIL_INDEX8);
+        mStencilBuffers[colour] = buffer;
+        glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_STENCIL_ATTACHMENT, GL_RENDERBUFFER, buffer);
+    }
+    glClearColor(0, 0, 0, 0);
+    glClear(GL_COLOR_BUFFER_BIT);
+}
+
+unsigned int AEOpenglMainFrameBuffer::popRenderContext() {
+    if (mRenderBufferStack.empty()) {
+        return 0;
+    }
+    const GLuint texture = createRenderTexture(false);
+    const GLsizei w = asSize(mWidth);
+    const GLsizei h = asSize(mHeight);
+    if (mMultisample) {
+        glBindFramebuffer(GL_READ_FRAMEBUFFER, mMultisampleFrameBuffer);
+        glBindFramebuffer(GL_DRAW_FRAMEBUFFER, mResolveFrameBuffer);
+        glFramebufferTexture2D(GL_DRAW_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, texture,
+                               0);
+        glBlitFramebuffer(0, 0, w, h, 0, 0, w, h, GL_COLOR_BUFFER_BIT, GL_NEAREST);
+        // A texture that stays attached here would outlive its deletion.
+        glFramebufferTexture2D(GL_DRAW_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, 0, 0);
+    } else {
+        glBindTexture(GL_TEXTURE_2D, texture);
+        glCopyTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, 0, 0, w, h, 0);
+    }
+    const GLuint colour = mRenderBufferStack.back();
+    attachColour(GL_READ_FRAMEBUFFER, 0);
+    if (mStencilBuffers.count(colour) != 0) {
+        glFramebufferRenderbuffer(GL_READ_FRAMEBUFFER, GL_STENCIL_ATTACHMENT, GL_RENDERBUFFER, 0);
+    }
+    mRenderBufferStack.pop_back();
+    deleteTarget(colour);
+    if (!mRenderBufferStack.empty()) {
+        attachTop();
+    }
+    return texture;
+}
+
+/// Directs drawing to the top of the stack.
+void AEOpenglMainFrameBuffer::attachTop() const {
+    const GLuint top = mRenderBufferStack.back();
+    glBindRenderbuffer(GL_RENDERBUFFER, top);
+    glBindFramebuffer(GL_FRAMEBUFFER, drawingFrameBuffer());
+    attachColour(GL_FRAMEBUFFER, top);
+    const auto stencil = mStencilBuffers.find(top);
+    if (stencil != mStencilBuffers.end()) {
+        glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_STENCIL_ATTACHMENT, GL_RENDERBUFFER,
+                                  stencil->second);
+    }
+}
+
+void AEOpenglMainFrameBuffer::endDrawing(float multiplier) {
+    const GLuint texture = popRenderContext();
+    if (texture == 0) {
+        return;
+    }
+    glBindFramebuffer(GL_FRAMEBUFFER, mSingleFrameBuffer);
+    attachColour(GL_FRAMEBUFFER, mMainRenderBuffer);
+    glDisable(GL_BLEND);
+    glDisable(GL_MULTISAMPLE);
+    glClear(GL_COLOR_BUFFER_BIT);
+    mScreenRender->draw(texture, multiplier);
+    glDeleteTextures(1, &texture);
+}
+
+void AEOpenglMainFrameBuffer::pushNormalRenderContext(unsigned int texture) {
+    pushTextureTarget(texture, 0);
+}
+
+void AEOpenglMainFrameBuffer::pushNormalRenderContext(unsigned int texture, const Vec2& size,
+                                                      int level) {
+    pushTextureTarget(texture, level);
+    glViewport(0, 0, static_cast<GLsizei>(size.x), static_cast<GLsizei>(size.y));
+}
+
+void AEOpenglMainFrameBuffer::popNormalRenderContext() {
+    GLint bound = 0;
+    glGetIntegerv(GL_FRAMEBUFFER_BINDING, &bound);
+    glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, 0, 0);
+    glBindRenderbuffer(GL_RENDERBUFFER, 0);
+    glBindFramebuffer(GL_FRAMEBUFFER, 0);
+    const auto name = static_cast<GLuint>(bound);
+    glDeleteFramebuffers(1, &name);
+    if (!mRenderBufferStack.empty()) {
+        attachTop();
+        constexpr GLenum drawBuffer = GL_COLOR_ATTACHMENT0;
+        glDrawBuffers(1, &drawBuffer);
+        glViewport(0, 0, asSize(mWidth), asSize(mHeight));
+    }
+}
+
+} // namespace Vexorel::PrismDrift
