@@ -54,6 +54,16 @@ int openOnlyTheFile(AVFormatContext* context, AVIOContext** io, const char* url,
     return avio_open2(io, url, flags, &context->interrupt_callback, options);
 }
 
+// What FFmpeg takes for a picture and isn't one: a text, which it would draw, and lists that have
+// their pictures in other files.
+void refuseForeignFormat(std::string_view name) {
+    for (const char* foreign : {"tty", "concat", "hls", "dash", "imf"}) {
+        if (name == foreign) {
+            throw Error("it is no picture but a text or a list of other files");
+        }
+    }
+}
+
 // Decodes the first picture of one file.
 class Decoder {
 public:
@@ -85,13 +95,17 @@ public:
             }
         }
         if ((frame->flags & AV_FRAME_FLAG_CORRUPT) != 0 || frame->decode_error_flags != 0) {
-            throw Error(mMessages.reason(AVERROR_INVALIDDATA));
+            check(AVERROR_INVALIDDATA);
         }
         return frame;
     }
 
 private:
     void check(int result) const {
+        if (result == AVERROR_INVALIDDATA) {
+            throw Error("it is damaged, cut off or no picture at all (" + mMessages.reason(result) +
+                        ")");
+        }
         if (result < 0) {
             throw Error(mMessages.reason(result));
         }
@@ -107,11 +121,12 @@ private:
         av_dict_set(&options, "pattern_type", "none", 0); // '%' and '*' are plain characters
         const int result = avformat_open_input(&context, mUrl.c_str(), nullptr, &options);
         av_dict_free(&options);
+        if (result == AVERROR_INVALIDDATA) {
+            throw Error("it is no picture of a known format");
+        }
         check(result);
         mFormat.reset(context);
-        if (std::string_view(context->iformat->name) == "tty") {
-            throw Error("it is a text"); // which FFmpeg would draw
-        }
+        refuseForeignFormat(context->iformat->name);
     }
 
     void openCodec() {
@@ -131,7 +146,10 @@ private:
         mCodec = owned(avcodec_alloc_context3(codec));
         check(avcodec_parameters_to_context(mCodec.get(), &parameters()));
         mCodec->thread_count = 1; // it is one picture, and its messages come on this thread
-        mCodec->err_recognition = AV_EF_EXPLODE | AV_EF_CRCCHECK;
+        // A picture that breaks off is an error; a tag that FFmpeg's TIFF doesn't know is none.
+        if (codec->id != AV_CODEC_ID_TIFF) {
+            mCodec->err_recognition = AV_EF_EXPLODE | AV_EF_CRCCHECK;
+        }
         mCodec->max_pixels = largestPixelCount();
         check(avcodec_open2(mCodec.get(), codec, nullptr));
     }

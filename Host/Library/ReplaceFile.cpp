@@ -121,10 +121,14 @@ void checkReplaceable(const fs::path& target) {
     if (fs::exists(status) && access(end.c_str(), W_OK) != 0) {
         refuse(target, errno);
     }
-    if (access(end.parent_path().c_str(), W_OK | X_OK) != 0) {
-        const int error = errno;
-        refuse(target, "the folder '" + end.parent_path().string() +
-                           "': " + std::generic_category().message(error));
+    const fs::path folder = end.parent_path();
+    int error = access(folder.c_str(), W_OK | X_OK) == 0 ? 0 : errno;
+    if (error != ENOENT && !fs::is_directory(folder, failure)) {
+        error = ENOTDIR;
+    }
+    if (error != 0) {
+        refuse(target,
+               "the folder '" + folder.string() + "': " + std::generic_category().message(error));
     }
 }
 

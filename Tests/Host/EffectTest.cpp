@@ -179,7 +179,7 @@ TEST_F(EffectTest, TurnsTheEffectsErrorsIntoItsOwn) {
     FakeEffect::renderResult = 4;
     EXPECT_THAT(whatOf([&] { renderedSum(effect, effect.defaultValues()); }),
                 HasSubstr("render a frame of 3x2 pixels: there is not enough memory"));
-    EXPECT_THAT(whatOf([] { const Effect effect(std::filesystem::path("/nonexistent.so")); }),
+    EXPECT_THAT(whatOf([] { const Effect missing(std::filesystem::path("/nonexistent.so")); }),
                 HasSubstr("cannot load the plug-in '/nonexistent.so'"));
     World wide(2, 2, PF_PixelFormat_ARGB64);
     EXPECT_THROW(effect.render(wide, wide, effect.defaultValues()), Error);
