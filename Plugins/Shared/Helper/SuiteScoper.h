@@ -13,7 +13,10 @@ namespace Vexorel::PrismDrift {
 void reportSuiteError(const PF_InData* in_data, PF_OutData* out_data, const char* text);
 
 /// Holds one suite of the host for as long as the object lives. Not copied: the release belongs to
-/// one scope.
+/// one scope, on the thread that the host called the effect on.
+///
+///     const SuiteScoper<PF_HandleSuite1> handles(in_data, "PF Handle Suite", 2);
+///     PF_Handle handle = handles->host_new_handle(size);
 template <typename SuiteType>
 class SuiteScoper {
 public:
