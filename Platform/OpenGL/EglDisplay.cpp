@@ -61,7 +61,8 @@ std::vector<EGLDeviceEXT> hardwareDevices() {
     return devices;
 }
 
-/// The displays worth a try, the best first. Those behind the first that works aren't opened.
+/// The displays worth a try, the best first. Those behind the first that draws in hardware aren't
+/// opened.
 class DisplayCandidates {
 public:
     DisplayCandidates() {

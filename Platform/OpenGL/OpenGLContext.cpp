@@ -34,13 +34,32 @@ NSOpenGLContext* findLiving(std::uint64_t number) {
 /// thread may have invalidated it, so both are looked at before it is believed.
 struct OwnCurrent {
     std::uint64_t number = 0;
+    EGLDisplay display = EGL_NO_DISPLAY;
     EGLContext context = EGL_NO_CONTEXT;
 };
 
 thread_local OwnCurrent tOwnCurrent;
 
-bool ownIsCurrent() {
-    return tOwnCurrent.number != 0 && eglGetCurrentContext() == tOwnCurrent.context;
+/// Whether the driver knows the context, which is asked before its handle is believed.
+bool driverKnows(EGLDisplay display, EGLContext context) {
+    EGLint type = 0;
+    return eglQueryContext(display, context, EGL_CONTEXT_CLIENT_TYPE, &type) == EGL_TRUE;
+}
+
+/// The living context of ours that is current on this thread, or null.
+NSOpenGLContext* ownCurrent() {
+    if (tOwnCurrent.number == 0 || eglGetCurrentContext() != tOwnCurrent.context) {
+        return nullptr;
+    }
+    return findLiving(tOwnCurrent.number);
+}
+
+/// Whether what is current on this thread is a context of ours that another thread has invalidated.
+/// Its handle can name a context of the host's by now, but that one the driver knows.
+bool zombieIsCurrent() {
+    return tOwnCurrent.number != 0 && eglGetCurrentContext() == tOwnCurrent.context &&
+           findLiving(tOwnCurrent.number) == nullptr &&
+           !driverKnows(tOwnCurrent.display, tOwnCurrent.context);
 }
 
 void releaseEgl() {
@@ -65,6 +84,19 @@ bool makeEglCurrent(const CGLContextObj& context) {
     return false;
 }
 
+/// EGL has to be left first; where GLX refuses it is put back.
+bool makeGlxCurrent(const CGLContextObj& context) {
+    const CGLContextObj former = CGLGetCurrentContext();
+    releaseEgl();
+    if (Platform::makeGlxContextCurrent(context)) {
+        return true;
+    }
+    if (former.layer == CGLContextObj::Layer::egl) {
+        makeEglCurrent(former);
+    }
+    return false;
+}
+
 } // namespace
 
 CGLContextObj CGLGetCurrentContext() {
@@ -79,7 +111,7 @@ CGLContextObj CGLGetCurrentContext() {
     current.context = context;
     current.drawSurface = reinterpret_cast<std::uintptr_t>(eglGetCurrentSurface(EGL_DRAW));
     current.readSurface = reinterpret_cast<std::uintptr_t>(eglGetCurrentSurface(EGL_READ));
-    current.number = ownIsCurrent() ? tOwnCurrent.number : 0;
+    current.number = NSOpenGLContext::currentNumber();
     return current;
 }
 
@@ -93,8 +125,7 @@ bool CGLSetCurrentContext(const CGLContextObj& context) {
     case CGLContextObj::Layer::egl:
         return makeEglCurrent(context);
     case CGLContextObj::Layer::glx:
-        releaseEgl();
-        return Platform::makeGlxContextCurrent(context);
+        return makeGlxCurrent(context);
     case CGLContextObj::Layer::none:
         break;
     }
@@ -146,8 +177,15 @@ NSOpenGLContext* NSOpenGLContext::initWithFormat(NSOpenGLPixelFormat* format,
     }
     std::string ignored;
     const Platform::EglContext made = Platform::makeEglContext(shared.context, ignored);
-    return made.context != EGL_NO_CONTEXT ? new NSOpenGLContext(made.display, made.context)
-                                          : nullptr;
+    if (made.context == EGL_NO_CONTEXT) {
+        return nullptr;
+    }
+    try {
+        return new NSOpenGLContext(made.display, made.context);
+    } catch (...) {
+        eglDestroyContext(made.display, made.context);
+        throw;
+    }
 }
 
 NSOpenGLContext::NSOpenGLContext(void* display, void* context)
@@ -163,12 +201,11 @@ NSOpenGLContext::~NSOpenGLContext() {
 }
 
 NSOpenGLContext* NSOpenGLContext::currentContext() {
-    return ownIsCurrent() ? findLiving(tOwnCurrent.number) : nullptr;
+    return ownCurrent();
 }
 
 std::uint64_t NSOpenGLContext::currentNumber() {
-    const NSOpenGLContext* current = currentContext();
-    return current != nullptr ? current->mNumber : 0;
+    return ownCurrent() != nullptr ? tOwnCurrent.number : 0;
 }
 
 void NSOpenGLContext::retain() {
@@ -195,28 +232,34 @@ CGLContextObj NSOpenGLContext::lowLevelContext() const {
 bool NSOpenGLContext::makeCurrentContext() {
     const CGLContextObj own = lowLevelContext();
     const RenderingApiScope api;
-    if (!own || !makeEglCurrent(own)) {
-        const EGLint error = own ? eglGetError() : EGL_SUCCESS;
-        mLost = mLost || error == EGL_NOT_INITIALIZED || error == EGL_BAD_CONTEXT ||
-                error == EGL_BAD_DISPLAY || error == EGL_CONTEXT_LOST;
+    if (!own) {
         return false;
     }
-    tOwnCurrent = {mNumber, own.context};
+    // The driver is asked first: to make current what is current already succeeds without a look
+    // at it.
+    if (!driverKnows(own.display, own.context)) {
+        mLost = true;
+        return false;
+    }
+    if (!makeEglCurrent(own)) {
+        return false;
+    }
+    tOwnCurrent = {mNumber, own.display, own.context};
     return true;
 }
 
 void NSOpenGLContext::invalidate() {
-    {
-        LivingContexts& contexts = living();
-        const std::lock_guard<std::mutex> lock(contexts.mutex);
-        contexts.byNumber.erase(mNumber);
-    }
     void* context = mContext.exchange(nullptr);
     if (context == nullptr) {
         return;
     }
     if (tOwnCurrent.number == mNumber) {
         Platform::releaseOwnContext();
+    }
+    {
+        LivingContexts& contexts = living();
+        const std::lock_guard<std::mutex> lock(contexts.mutex);
+        contexts.byNumber.erase(mNumber);
     }
     // A lost context went with its display; its handle may name another one by now.
     if (!mLost) {
@@ -228,7 +271,7 @@ namespace Platform {
 
 void releaseOwnContext() {
     const RenderingApiScope api;
-    if (ownIsCurrent()) {
+    if (ownCurrent() != nullptr || zombieIsCurrent()) {
         releaseEgl();
     }
     tOwnCurrent = {};

@@ -54,7 +54,8 @@ struct CGLContextObj {
 CGLContextObj CGLGetCurrentContext();
 
 /// Makes `context` current on this thread; nothing at all for a null one. False, and no change,
-/// when that can't be done, as for a context that has died.
+/// when that can't be done, as for a context that has died. A GLX context of the host's must be
+/// alive: GLX has no way to tell.
 bool CGLSetCurrentContext(const CGLContextObj& context);
 
 /// A request for contexts of one kind. Counted references, as in the object layer.

@@ -3,11 +3,15 @@
 #include "PrismDrift/Sources/Parameters.h"
 #include "Shared/GL/AEOpenGLUtilities.h"
 #include "Shared/GL/AEOpenglMainFrameBuffer.h"
+#include "Shared/GL/GLErrors.h"
+#include "Shared/GL/ScopedName.h"
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <limits>
-#include <utility>
+#include <thread>
 
 namespace Vexorel::PrismDrift {
 
@@ -17,6 +21,9 @@ namespace {
 
 /// Whether a command holds the lock; guarded by it.
 bool gInCommand = false;
+
+/// Whether the process is ending.
+std::atomic<bool> gClosed{false};
 
 /// Deletes what a frame that broke off has left on the stack of targets.
 class TargetScope {
@@ -30,26 +37,6 @@ public:
 
 private:
     AEOpenglMainFrameBuffer& mFrameBuffer;
-};
-
-/// Owns the source texture of a frame.
-class SourceTexture {
-public:
-    explicit SourceTexture(GLuint name) : mName(name) {}
-    ~SourceTexture() { release(); }
-    SourceTexture(const SourceTexture&) = delete;
-    SourceTexture& operator=(const SourceTexture&) = delete;
-
-    GLuint name() const { return mName; }
-    void release() {
-        const GLuint name = std::exchange(mName, 0U);
-        if (name != 0) {
-            glDeleteTextures(1, &name);
-        }
-    }
-
-private:
-    GLuint mName;
 };
 
 GLint limit(GLenum name) {
@@ -79,16 +66,10 @@ void requireRenderable(std::int32_t width, std::int32_t height) {
     }
 }
 
-void clearErrors() {
-    // A driver keeps a handful of error flags at the most.
-    for (int i = 0; i < 16 && glGetError() != GL_NO_ERROR; ++i) {
-    }
-}
-
 /// The frame's objects are made without a look at each: one question, before the output is touched.
 /// After a no they are made anew, since one of them has no storage.
 void requireMemory(AEOpenglMainFrameBuffer& frameBuffer) {
-    if (glGetError() == GL_OUT_OF_MEMORY) {
+    if (takeOutOfMemory()) {
         frameBuffer.destory();
         throw int{PF_Err_OUT_OF_MEMORY};
     }
@@ -97,7 +78,7 @@ void requireMemory(AEOpenglMainFrameBuffer& frameBuffer) {
 } // namespace
 
 GLCommand::GLCommand() : mLock(AEOpenGLContextManager::mMutex) {
-    if (gInCommand) {
+    if (gInCommand || gClosed) {
         throw int{PF_Err_BAD_CALLBACK_PARAM};
     }
     gInCommand = true;
@@ -109,9 +90,23 @@ GLCommand::~GLCommand() {
     gInCommand = false;
 }
 
+void GLCommand::close() {
+    gClosed = true;
+    std::recursive_mutex& mutex = AEOpenGLContextManager::mMutex;
+    // Not for ever: the frame may be stuck in a callback of a host that waits for this thread.
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(2);
+    while (std::chrono::steady_clock::now() < end) {
+        if (mutex.try_lock()) {
+            mutex.unlock();
+            return;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+}
+
 PF_Err renderFrame(PF_InData* in_data, PF_LayerDef* input, PF_LayerDef* output,
                    PrismDriftRender& renderer) {
-    clearErrors();
+    takeOutOfMemory(); // what an earlier frame may have left
     requireRenderable(input->width, input->height);
     AEOpenglMainFrameBuffer& frameBuffer = *AEOpenglMainFrameBuffer::mainFrameBuffer();
     frameBuffer.prepare(input->width, input->height, true);
@@ -123,11 +118,13 @@ PF_Err renderFrame(PF_InData* in_data, PF_LayerDef* input, PF_LayerDef* output,
     float multiplier = 1.0F;
     unsigned long pixelSize = sizeof(PF_Pixel8);
     gl::GLenum pixelType = GL_UNSIGNED_BYTE;
-    SourceTexture texture(AEOpenGLUtilities::UploadTexture(
-        PF_PixelFormat_ARGB32, input, output, in_data, pixelSize, pixelType, multiplier, false));
+    ScopedName texture(AEOpenGLUtilities::UploadTexture(PF_PixelFormat_ARGB32, input, output,
+                                                        in_data, pixelSize, pixelType, multiplier,
+                                                        false),
+                       glDeleteTextures);
     applyParameters(in_data, values, renderer);
-    renderer.draw(texture.name(), multiplier);
-    texture.release();
+    renderer.draw(texture.get(), multiplier);
+    texture.reset();
     frameBuffer.endDrawing(multiplier);
     requireMemory(frameBuffer);
     AEOpenGLUtilities::DownloadTexture(static_cast<unsigned int>(input->width),

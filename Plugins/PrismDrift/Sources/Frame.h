@@ -9,12 +9,15 @@
 #include "Shared/GL/SaveRestoreGLContextMac.h"
 
 #include <mutex>
+#include <pthread.h>
 
 namespace Vexorel::PrismDrift {
 
 /// Lives for as long as one command may touch GL: it holds the contexts' lock, and puts the host's
-/// context back at its end, however that comes about. Throws PF_Err_BAD_CALLBACK_PARAM where a
-/// callback of the host, made within a command, brings another one.
+/// context back at its end, however that comes about. A thread's cancellation waits for that end,
+/// since the driver, with locks of its own, is no place to unwind from. Throws
+/// PF_Err_BAD_CALLBACK_PARAM where a callback of the host, made within a command, brings another
+/// one, and once the process is ending.
 class GLCommand {
 public:
     GLCommand();
@@ -22,7 +25,23 @@ public:
     GLCommand(const GLCommand&) = delete;
     GLCommand& operator=(const GLCommand&) = delete;
 
+    /// Lets no command begin any more, and gives one that runs on another thread up to two seconds
+    /// to end.
+    static void close();
+
 private:
+    class CancellationScope {
+    public:
+        CancellationScope() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &mFormer); }
+        ~CancellationScope() { pthread_setcancelstate(mFormer, nullptr); }
+        CancellationScope(const CancellationScope&) = delete;
+        CancellationScope& operator=(const CancellationScope&) = delete;
+
+    private:
+        int mFormer = PTHREAD_CANCEL_ENABLE;
+    };
+
+    const CancellationScope mCancellation;
     const std::lock_guard<std::recursive_mutex> mLock;
     SaveRestoreGLContextMac mSaver;
 };

@@ -14,13 +14,27 @@ namespace {
 
 using namespace Vexorel::PrismDrift;
 
-/// The process's one renderer, made when the plug-in is loaded and again by a set-up that finds
-/// none. Null between a set-down and the next set-up. Guarded by the command's lock.
+/// The process's one renderer, made when the plug-in is loaded; a set-down deletes it, and the
+/// first frame of a later set-up makes another. Like the flags below, guarded by the command's
+/// lock.
 PrismDriftRender* mWarpRender = new PrismDriftRender;
 
-/// Whether the GL objects of an earlier set-up are still on record, since no context could be had
-/// to delete them in.
+/// Whether a set-up lives.
+bool gSetUp = false;
+
+/// Whether the GL objects of earlier contexts are still on record, since none could be had to
+/// delete them in.
 bool gLeftovers = false;
+
+/// GL's loader doesn't outlive the process's static objects: no command runs behind this one's end.
+struct ProcessEnd {
+    ProcessEnd() = default;
+    ~ProcessEnd() { GLCommand::close(); }
+    ProcessEnd(const ProcessEnd&) = delete;
+    ProcessEnd& operator=(const ProcessEnd&) = delete;
+};
+
+const ProcessEnd gProcessEnd;
 
 /// Deletes the GL objects that frames have left behind, in the context that is current. If that
 /// isn't of their share group they are gone already, and the deletion only clears the records.
@@ -31,7 +45,7 @@ void dropGLObjects() {
     gLeftovers = false;
 }
 
-void setUp() {
+void makeSharedContext() {
     AEOpenGLContextManager::setupContextManager();
     AEOpenGLContext* shared = AEOpenGLContextManager::getSharedDataContext();
     if (shared == nullptr) {
@@ -41,14 +55,12 @@ void setUp() {
         shared->makeContextCurrent();
         dropGLObjects();
     }
-    if (mWarpRender == nullptr) {
-        mWarpRender = new PrismDriftRender;
-    }
 }
 
 /// Takes everything down, with the shared data context current; or, where that is current on
 /// another thread, a temporary one of its group.
 void setDown() {
+    gSetUp = false;
     AEOpenGLContext* shared = AEOpenGLContextManager::getSharedDataContext();
     if (shared == nullptr) {
         return;
@@ -71,16 +83,6 @@ void setDown() {
     }
 }
 
-/// Whether someone has ended the display that all contexts of the process share.
-bool contextsAreLost() {
-    AEOpenGLContext* shared = AEOpenGLContextManager::getSharedDataContext();
-    if (shared != nullptr) {
-        shared->makeContextCurrent();
-    }
-    return shared != nullptr && shared->mNSContext->isLost();
-}
-
-/// Makes this thread's render context current. Lost contexts are made anew, once.
 bool makeRenderContextCurrent() {
     AEOpenGLContext* context = AEOpenGLContextManager::getCurrentRenderContext();
     if (context != nullptr) {
@@ -89,19 +91,32 @@ bool makeRenderContextCurrent() {
     return context != nullptr && context->isCurrent();
 }
 
+/// Makes this thread's render context current. Where someone has ended the display that all
+/// contexts of the process share, they are made anew.
 void selectRenderContext() {
-    if (makeRenderContextCurrent()) {
-        return;
-    }
-    if (contextsAreLost()) {
-        AEOpenGLContextManager::abandonContexts();
-        gLeftovers = true;
-        setUp();
+    AEOpenGLContext* shared = AEOpenGLContextManager::getSharedDataContext();
+    if (shared != nullptr) {
         if (makeRenderContextCurrent()) {
             return;
         }
+        shared->makeContextCurrent();
+        if (!shared->mNSContext->isLost()) {
+            throw int{PF_Err_BAD_CALLBACK_PARAM};
+        }
+        AEOpenGLContextManager::abandonContexts();
+        gLeftovers = true;
     }
-    throw int{PF_Err_BAD_CALLBACK_PARAM};
+    makeSharedContext();
+    if (!makeRenderContextCurrent()) {
+        throw int{PF_Err_BAD_CALLBACK_PARAM};
+    }
+}
+
+PrismDriftRender& renderer() {
+    if (mWarpRender == nullptr) {
+        mWarpRender = new PrismDriftRender;
+    }
+    return *mWarpRender;
 }
 
 PF_Err about(const PF_InData* in_data, PF_OutData* out_data) {
@@ -115,7 +130,8 @@ PF_Err globalSetup(PF_OutData* out_data) {
     out_data->out_flags = 0;
     out_data->out_flags2 = 0;
     const GLCommand command;
-    setUp();
+    makeSharedContext();
+    gSetUp = true;
     return PF_Err_NONE;
 }
 
@@ -127,8 +143,11 @@ PF_Err globalSetdown() {
 
 PF_Err render(PF_InData* in_data, PF_ParamDef* params[], PF_LayerDef* output) {
     const GLCommand command;
+    if (!gSetUp) {
+        throw int{PF_Err_BAD_CALLBACK_PARAM};
+    }
     selectRenderContext();
-    return renderFrame(in_data, &params[0]->u.ld, output, *mWarpRender);
+    return renderFrame(in_data, &params[0]->u.ld, output, renderer());
 }
 
 PF_Err dispatch(PF_Cmd cmd, PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[],
@@ -151,8 +170,10 @@ PF_Err dispatch(PF_Cmd cmd, PF_InData* in_data, PF_OutData* out_data, PF_ParamDe
 
 } // namespace
 
-extern "C" PF_Err EntryPointFunc(PF_Cmd cmd, PF_InData* in_data, PF_OutData* out_data,
-                                 PF_ParamDef* params[], PF_LayerDef* output, void* /*extra*/) {
+// A forced unwind carries no object: what it is caught by refers to nothing, and is not looked at.
+extern "C" __attribute__((no_sanitize("undefined"))) PF_Err
+EntryPointFunc(PF_Cmd cmd, PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[],
+               PF_LayerDef* output, void* /*extra*/) {
     try {
         return dispatch(cmd, in_data, out_data, params, output);
     } catch (const abi::__forced_unwind&) {

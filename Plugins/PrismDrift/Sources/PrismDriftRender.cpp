@@ -145,9 +145,9 @@ void PrismDriftRender::draw(unsigned int texture, float multiplier) {
                                                      -1, -1, 0, 0, //
                                                      1,  -1, 1, 0};
     constexpr int stride = 4 * sizeof(float);
+    bindVertices(mVertexArray, mVertexBuffer, positions.data(), sizeof positions);
     composeTransform();
     mShader->useProgram();
-    bindVertices(mVertexArray, mVertexBuffer, positions.data(), sizeof positions);
     mShader->setAttribute2fv(0, nullptr, stride);
     mShader->setAttribute2fv(1, reinterpret_cast<const float*>(2 * sizeof(float)), stride);
     mShader->setUniformTexture("videoTexture", static_cast<int>(GL_TEXTURE_2D),

@@ -11,6 +11,7 @@
 
 #include <array>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -69,15 +70,28 @@ void select(const NSOpenGLContext* context) {
     tSelected = context->number();
 }
 
+/// The flush of makeCurrentFlush, where there is a context of ours to flush.
+void flushCurrent() {
+    if (tSelected == 0 || NSOpenGLContext::currentNumber() != tSelected) {
+        return;
+    }
+    GLint frameBuffer = 0;
+    glGetIntegerv(GL_FRAMEBUFFER_BINDING, &frameBuffer);
+    if (frameBuffer == 0 || glCheckFramebufferStatus(GL_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE) {
+        glFlush();
+    }
+}
+
 void writeLine(const std::string& text) {
     writeMessage(text + "\n");
 }
 
 } // namespace
 
-AEOpenGLContext::AEOpenGLContext(const AEOpenGLContext* shareContext)
-    : mNSContext(createNSContext(shareContext != nullptr ? shareContext->mNSContext : nullptr,
-                                 mCGLContext)) {
+// The object is complete from the delegation on, so that its destructor runs for what throws here.
+AEOpenGLContext::AEOpenGLContext(const AEOpenGLContext* shareContext) : AEOpenGLContext() {
+    mNSContext =
+        createNSContext(shareContext != nullptr ? shareContext->mNSContext : nullptr, mCGLContext);
     if (mNSContext != nullptr && !mNSContext->makeCurrentContext()) {
         mNSContext->release();
         mNSContext = nullptr;
@@ -131,12 +145,11 @@ NSOpenGLContext* AEOpenGLContext::createNSContext(NSOpenGLContext* share,
                                                                       NSOpenGLPFAOpenGLProfile,
                                                                       NSOpenGLProfileVersion3_2Core,
                                                                       0};
-    NSOpenGLPixelFormat* format = NSOpenGLPixelFormat::initWithAttributes(attributes.data());
-    NSOpenGLContext* context = NSOpenGLContext::initWithFormat(format, share);
+    const auto release = [](NSOpenGLPixelFormat* format) { format->release(); };
+    const std::unique_ptr<NSOpenGLPixelFormat, decltype(release)> format(
+        NSOpenGLPixelFormat::initWithAttributes(attributes.data()), release);
+    NSOpenGLContext* context = NSOpenGLContext::initWithFormat(format.get(), share);
     outContext = context != nullptr ? context->lowLevelContext() : CGLContextObj();
-    if (format != nullptr) {
-        format->release();
-    }
     return context;
 }
 
@@ -161,17 +174,6 @@ void AEOpenGLContext::makeCurrentFlush(CGLContextObj context) {
     }
     flushCurrent();
     CGLSetCurrentContext(context);
-}
-
-void AEOpenGLContext::flushCurrent() {
-    if (tSelected == 0 || NSOpenGLContext::currentNumber() != tSelected) {
-        return;
-    }
-    GLint frameBuffer = 0;
-    glGetIntegerv(GL_FRAMEBUFFER_BINDING, &frameBuffer);
-    if (frameBuffer == 0 || glCheckFramebufferStatus(GL_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE) {
-        glFlush();
-    }
 }
 
 } // namespace Vexorel::PrismDrift

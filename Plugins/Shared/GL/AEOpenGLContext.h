@@ -51,16 +51,16 @@ public:
     static void InitializeOpenGLBindings();
 
     /// Switches the thread to `context` unless it is current already. A context of ours that is
-    /// left is flushed first: if its frame buffer 0 is bound, or a complete one.
+    /// left is flushed first: if its frame buffer 0 is bound, or a complete one. Makes no GL call
+    /// unless a context of ours is current on this thread and selected in glbinding.
     static void makeCurrentFlush(CGLContextObj context);
-
-    /// The flush of that rule, without the switch. Makes no GL call unless a context of ours is
-    /// current on this thread and selected in glbinding.
-    static void flushCurrent();
 
     CGLContextObj mCGLContext; ///< lives as long as mNSContext, holds no reference of its own
     NSOpenGLContext* mNSContext = nullptr; ///< owned: one reference
     std::set<gl::GLextension> mExtensions; ///< what the context reported when it was made
+
+private:
+    AEOpenGLContext() = default;
 };
 
 } // namespace Vexorel::PrismDrift

@@ -10,6 +10,7 @@ std::atomic<std::int32_t> AEOpenGLContextManager::mContextCount{0};
 std::map<int, AEOpenGLContext*>& AEOpenGLContextManager::mRenderContexts =
     *new std::map<int, AEOpenGLContext*>;
 std::recursive_mutex& AEOpenGLContextManager::mMutex = *new std::recursive_mutex;
+std::mutex& AEOpenGLContextManager::mMapMutex = *new std::mutex;
 AEOpenGLContext* AEOpenGLContextManager::mSharedDataContext = nullptr;
 
 namespace {
@@ -24,13 +25,22 @@ struct ThreadEnd {
     ThreadEnd(const ThreadEnd&) = delete;
     ThreadEnd& operator=(const ThreadEnd&) = delete;
     ~ThreadEnd() {
-        const Lock lock(AEOpenGLContextManager::mMutex);
         Platform::releaseOwnContext();
-        const auto found = AEOpenGLContextManager::mRenderContexts.find(mThread);
-        if (found != AEOpenGLContextManager::mRenderContexts.end()) {
-            delete found->second;
-            AEOpenGLContextManager::mRenderContexts.erase(found);
+        delete take();
+    }
+
+private:
+    /// The thread's context, off the map; null if there is none, or a set-down took it.
+    static AEOpenGLContext* take() {
+        const std::lock_guard<std::mutex> lock(AEOpenGLContextManager::mMapMutex);
+        auto& contexts = AEOpenGLContextManager::mRenderContexts;
+        const auto found = contexts.find(mThread);
+        if (found == contexts.end()) {
+            return nullptr;
         }
+        AEOpenGLContext* context = found->second;
+        contexts.erase(found);
+        return context;
     }
 };
 
@@ -68,28 +78,38 @@ AEOpenGLContext* AEOpenGLContextManager::getCurrentRenderContext() {
         watchThreadEnd();
         mThread = mContextCount.fetch_add(1);
     }
-    AEOpenGLContext*& context = mRenderContexts[mThread];
-    if (context == nullptr && mSharedDataContext != nullptr) {
-        context = makeContext(mSharedDataContext);
+    const auto entry = [] {
+        const std::lock_guard<std::mutex> mapLock(mMapMutex);
+        return &mRenderContexts[mThread];
+    }();
+    if (*entry == nullptr && mSharedDataContext != nullptr) {
+        *entry = makeContext(mSharedDataContext);
     }
-    return context;
+    return *entry;
 }
 
 void AEOpenGLContextManager::releaseContextManager() {
     const Lock lock(mMutex);
-    for (const auto& entry : mRenderContexts) {
+    std::map<int, AEOpenGLContext*> contexts;
+    {
+        const std::lock_guard<std::mutex> mapLock(mMapMutex);
+        contexts.swap(mRenderContexts);
+    }
+    for (const auto& entry : contexts) {
         delete entry.second;
     }
-    mRenderContexts.clear();
     delete mSharedDataContext;
     mSharedDataContext = nullptr;
 }
 
 void AEOpenGLContextManager::abandonContexts() {
     const Lock lock(mMutex);
-    for (const auto& entry : mRenderContexts) {
-        if (entry.second != nullptr) {
-            entry.second->mNSContext->setLost();
+    {
+        const std::lock_guard<std::mutex> mapLock(mMapMutex);
+        for (const auto& entry : mRenderContexts) {
+            if (entry.second != nullptr) {
+                entry.second->mNSContext->setLost();
+            }
         }
     }
     if (mSharedDataContext != nullptr) {

@@ -17,7 +17,8 @@ namespace Vexorel::PrismDrift {
 ///
 /// Lock: mMutex. Each operation takes it, and since it is recursive a caller that goes on to call
 /// GL holds it from before until after, as every command of the effect does: GL calls of one thread
-/// must not run beside the making or the destroying of a context on another.
+/// must not run beside the making of a context on another. The end of a thread takes only
+/// mMapMutex, so that it never waits for a frame.
 class AEOpenGLContextManager {
 public:
     AEOpenGLContextManager() = delete;
@@ -43,8 +44,9 @@ public:
 
     // References to objects that are never destroyed, since threads may end after the process's
     // static objects have.
-    static std::map<int, AEOpenGLContext*>& mRenderContexts; ///< by id; owned; guarded by mMutex
+    static std::map<int, AEOpenGLContext*>& mRenderContexts; ///< by id; owned; under mMapMutex
     static std::recursive_mutex& mMutex;
+    static std::mutex& mMapMutex; ///< a leaf: taken under mMutex or alone, for the map only
     static AEOpenGLContext* mSharedDataContext; ///< owned; guarded by mMutex
 };
 

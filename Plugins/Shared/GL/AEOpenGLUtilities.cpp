@@ -1,13 +1,15 @@
 #include "Shared/GL/AEOpenGLUtilities.h"
 
+#include "Shared/GL/GLErrors.h"
+#include "Shared/GL/ScopedName.h"
 #include "Shared/Helper/SuiteScoper.h"
 
 #include <glbinding/gl33core/gl.h>
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 #include <memory>
-#include <utility>
 
 namespace Vexorel::PrismDrift {
 
@@ -23,38 +25,42 @@ namespace {
 /// its default either way.
 class UploadScope {
 public:
-    UploadScope() {
-        glGenTextures(1, &mTexture);
-        glBindTexture(GL_TEXTURE_2D, mTexture);
+    UploadScope() : mTexture(generate(), glDeleteTextures) {
+        glBindTexture(GL_TEXTURE_2D, mTexture.get());
     }
     ~UploadScope() {
         glPixelStorei(GL_UNPACK_ROW_LENGTH, 0);
         glBindTexture(GL_TEXTURE_2D, 0);
-        if (mTexture != 0) {
-            glDeleteTextures(1, &mTexture);
-        }
     }
     UploadScope(const UploadScope&) = delete;
     UploadScope& operator=(const UploadScope&) = delete;
 
-    unsigned int keep() { return std::exchange(mTexture, 0U); }
+    unsigned int keep() { return mTexture.release(); }
 
 private:
-    GLuint mTexture = 0;
+    static GLuint generate() {
+        GLuint texture = 0;
+        glGenTextures(1, &texture);
+        return texture;
+    }
+
+    ScopedName mTexture;
 };
 
 /// A block of the host's memory, locked.
 class HandleScope {
 public:
     HandleScope(PF_HandleSuite1& suite, std::size_t size)
-        : mSuite(suite), mHandle(suite.host_new_handle(size)) {
-        if (mHandle == nullptr) {
+        : HandleScope(suite, suite.host_new_handle(size)) {
+        mMemory = mSuite.host_lock_handle(mHandle);
+        if (mMemory == nullptr) {
             throw int{PF_Err_OUT_OF_MEMORY};
         }
-        mMemory = suite.host_lock_handle(mHandle);
     }
     ~HandleScope() {
-        mSuite.host_unlock_handle(mHandle);
+        if (mMemory != nullptr) {
+            mSuite.host_unlock_handle(mHandle);
+        }
         mSuite.host_dispose_handle(mHandle);
     }
     HandleScope(const HandleScope&) = delete;
@@ -63,6 +69,13 @@ public:
     void* memory() const { return mMemory; }
 
 private:
+    /// Apart from the locking, so that a lock that fails disposes of the handle.
+    HandleScope(PF_HandleSuite1& suite, PF_Handle handle) : mSuite(suite), mHandle(handle) {
+        if (mHandle == nullptr) {
+            throw int{PF_Err_OUT_OF_MEMORY};
+        }
+    }
+
     PF_HandleSuite1& mSuite;
     PF_Handle mHandle;
     void* mMemory = nullptr;
@@ -79,8 +92,7 @@ Pixel* firstPixel(PF_Err (*getPixelData)(PF_LayerDef*, void*, Pixel**), PF_Layer
     return pixel;
 }
 
-void sendPixels(const PF_LayerDef& world, int rowLength, GLenum type, const void* pixels) {
-    glPixelStorei(GL_UNPACK_ROW_LENGTH, rowLength);
+void sendPixels(const PF_LayerDef& world, GLenum type, const void* pixels) {
     glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, world.width, world.height, GL_RGBA, type, pixels);
 }
 
@@ -101,7 +113,8 @@ void uploadFloat(PF_LayerDef* source, PF_InData* in_data) {
                           static_cast<std::size_t>(source->height)]);
     PixelCopyRefcon refcon{pixels.get(), source};
     iterate(in_data, source, refcon, AEOpenGLUtilities::CopyPixelFloatIn, source);
-    sendPixels(*source, source->width, GL_FLOAT, pixels.get());
+    glPixelStorei(GL_UNPACK_ROW_LENGTH, source->width);
+    sendPixels(*source, GL_FLOAT, pixels.get());
 }
 
 /// What GL gave, in rows of `width` pixels.
@@ -149,16 +162,16 @@ unsigned int AEOpenGLUtilities::UploadTexture(int format, PF_LayerDef* source, P
     case PF_PixelFormat_ARGB32:
         pixelType = GL_UNSIGNED_BYTE;
         pixelSize = sizeof(PF_Pixel8);
-        sendPixels(*source, source->rowbytes >> 2, pixelType,
-                   firstPixel(in_data->utils->get_pixel_data8, source));
+        glPixelStorei(GL_UNPACK_ROW_LENGTH, source->rowbytes >> 2);
+        sendPixels(*source, pixelType, firstPixel(in_data->utils->get_pixel_data8, source));
         break;
     case PF_PixelFormat_ARGB64:
         // GL takes 65535 as full, the host 32768.
         multiplier = 65535.0F / 32768.0F;
         pixelType = GL_UNSIGNED_SHORT;
         pixelSize = sizeof(PF_Pixel16);
-        sendPixels(*source, source->rowbytes >> 3, pixelType,
-                   firstPixel(in_data->utils->get_pixel_data16, source));
+        glPixelStorei(GL_UNPACK_ROW_LENGTH, source->rowbytes >> 3);
+        sendPixels(*source, pixelType, firstPixel(in_data->utils->get_pixel_data16, source));
         break;
     case PF_PixelFormat_ARGB128:
         pixelType = GL_FLOAT;
@@ -175,14 +188,17 @@ void AEOpenGLUtilities::DownloadTexture(unsigned int width, unsigned int height,
                                         PF_LayerDef* output, PF_InData* in_data, int format,
                                         unsigned long pixelSize, gl::GLenum pixelType) {
     const SuiteScoper<PF_HandleSuite1> handles(in_data, "PF Handle Suite", 2);
-    const std::uint32_t pixelCount = width * height;
-    const HandleScope handle(*handles.get(), pixelCount * pixelSize);
-    if (handle.memory() == nullptr) {
+    const std::uint64_t pixelCount = std::uint64_t{width} * height;
+    if (pixelCount > std::numeric_limits<std::uint32_t>::max()) {
         throw int{PF_Err_OUT_OF_MEMORY};
     }
+    const HandleScope handle(*handles.get(), pixelCount * pixelSize);
     glReadBuffer(GL_COLOR_ATTACHMENT0);
     glReadPixels(0, 0, static_cast<GLsizei>(width), static_cast<GLsizei>(height), GL_RGBA,
                  pixelType, handle.memory());
+    if (takeOutOfMemory()) {
+        throw int{PF_Err_OUT_OF_MEMORY};
+    }
     const ReadBack pixels{handle.memory(), width, height};
     switch (format) {
     case PF_PixelFormat_ARGB32:

@@ -36,7 +36,8 @@ public:
 
     /// Reads `width` by `height` pixels of the bound frame buffer and copies those that `output`
     /// has too; the gap behind its rows is left alone. `input` gives the row stride of a float
-    /// transfer. Throws like UploadTexture, and PF_Err_OUT_OF_MEMORY if the host has no handle.
+    /// transfer. Throws like UploadTexture, and PF_Err_OUT_OF_MEMORY if the host has no
+    /// handle or the driver no memory.
     static void DownloadTexture(unsigned int width, unsigned int height, PF_LayerDef* input,
                                 PF_LayerDef* output, PF_InData* in_data, int format,
                                 unsigned long pixelSize, gl::GLenum pixelType);

@@ -1,5 +1,7 @@
 #include "Shared/GL/AEOpenglMainFrameBuffer.h"
 
+#include "Shared/GL/ScopedName.h"
+
 #include <algorithm>
 
 namespace Vexorel::PrismDrift {
@@ -61,13 +63,17 @@ void AEOpenglMainFrameBuffer::prepare(long width, long height, bool multisample)
         return;
     }
     unprepare();
-    mWidth = static_cast<std::uint32_t>(width);
-    mHeight = static_cast<std::uint32_t>(height);
+    mWidth = 0;
+    mHeight = 0;
     mMultisample = multisample;
     generateFrameBuffers();
     glGenRenderbuffers(1, &mMainRenderBuffer);
     glBindRenderbuffer(GL_RENDERBUFFER, mMainRenderBuffer);
-    glRenderbufferStorage(GL_RENDERBUFFER, GL_RGBA, asSize(mWidth), asSize(mHeight));
+    glRenderbufferStorage(GL_RENDERBUFFER, GL_RGBA, static_cast<GLsizei>(width),
+                          static_cast<GLsizei>(height));
+    // Last, so that a size is on record only once everything of it is there.
+    mWidth = static_cast<std::uint32_t>(width);
+    mHeight = static_cast<std::uint32_t>(height);
 }
 
 void AEOpenglMainFrameBuffer::generateFrameBuffers() {
@@ -146,13 +152,14 @@ GLuint AEOpenglMainFrameBuffer::makeRenderBuffer(GLenum format) const {
 }
 
 void AEOpenglMainFrameBuffer::pushRenderContext(bool, bool stencil) {
+    mRenderBufferStack.reserve(mRenderBufferStack.size() + 1);
     const GLuint colour = makeRenderBuffer(GL_RGBA);
     mRenderBufferStack.push_back(colour);
     glBindFramebuffer(GL_FRAMEBUFFER, drawingFrameBuffer());
     attachColour(GL_FRAMEBUFFER, colour);
     if (stencil) {
-        const GLuint buffer = makeRenderBuffer(GL_STENCIL_INDEX8);
-        mStencilBuffers[colour] = buffer;
+        GLuint& buffer = mStencilBuffers[colour];
+        buffer = makeRenderBuffer(GL_STENCIL_INDEX8);
         glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_STENCIL_ATTACHMENT, GL_RENDERBUFFER, buffer);
     }
     glClearColor(0, 0, 0, 0);
@@ -205,8 +212,8 @@ void AEOpenglMainFrameBuffer::attachTop() const {
 }
 
 void AEOpenglMainFrameBuffer::endDrawing(float multiplier) {
-    const GLuint texture = popRenderContext();
-    if (texture == 0) {
+    const ScopedName texture(popRenderContext(), glDeleteTextures);
+    if (texture.get() == 0) {
         return;
     }
     glBindFramebuffer(GL_FRAMEBUFFER, mSingleFrameBuffer);
@@ -214,8 +221,7 @@ void AEOpenglMainFrameBuffer::endDrawing(float multiplier) {
     glDisable(GL_BLEND);
     glDisable(GL_MULTISAMPLE);
     glClear(GL_COLOR_BUFFER_BIT);
-    mScreenRender->draw(texture, multiplier);
-    glDeleteTextures(1, &texture);
+    mScreenRender->draw(texture.get(), multiplier);
 }
 
 void AEOpenglMainFrameBuffer::pushNormalRenderContext(unsigned int texture) {

@@ -33,8 +33,8 @@ void drawFullFrame(OpenglShader& shader, PerContextName& vertexArray, gl::GLuint
                                                      -1, -1, 0, 0, 0, //
                                                      1,  -1, 0, 1, 0};
     constexpr int stride = 5 * sizeof(float);
-    shader.useProgram();
     bindVertices(vertexArray, vertexBuffer, positions.data(), sizeof positions);
+    shader.useProgram();
     shader.setAttribute3fv(0, nullptr, stride);
     shader.setAttribute2fv(1, reinterpret_cast<const float*>(3 * sizeof(float)), stride);
     shader.setUniformTexture("videoTexture", static_cast<int>(GL_TEXTURE_2D),

@@ -2,6 +2,8 @@
 
 #include "Shared/GL/ShaderBuild.h"
 
+#include <algorithm>
+#include <array>
 #include <vector>
 
 namespace Vexorel::PrismDrift {
@@ -29,6 +31,9 @@ void OpenglShader::buildShader() {
     const GLuint program =
         buildProgram(mVertexSource, mFragmentSource, mGeometrySource, mAttributeBindings);
     if (program != 0) {
+        if (mProgram != 0) {
+            glDeleteProgram(mProgram);
+        }
         mProgram = program;
     }
 }
@@ -98,6 +103,15 @@ void OpenglShader::setUniform4f(const std::string& name, float x, float y, float
     withUniform(name, [=](GLint location) { glUniform4f(location, x, y, z, w); });
 }
 
+void OpenglShader::setUniform4f(const std::string& name, const Vec4& vector) const {
+    setUniform4f(name, static_cast<float>(vector.x), static_cast<float>(vector.y),
+                 static_cast<float>(vector.z), static_cast<float>(vector.w));
+}
+
+void OpenglShader::setUniform4f(const std::string& name, const Color& color) const {
+    setUniform4f(name, Vec4(color.mR, color.mG, color.mB, color.mA));
+}
+
 void OpenglShader::setUniform1iv(const std::string& name, const int* values, int count) const {
     withUniform(name, [=](GLint location) { glUniform1iv(location, count, values); });
 }
@@ -142,6 +156,16 @@ void OpenglShader::setUniformMatrix3f(const std::string& name, Affine* transform
             }
         }
         glUniformMatrix3fv(location, count, GL_FALSE, matrices.data());
+    });
+}
+
+void OpenglShader::setUniformMatrix4f(const std::string& name, const Mat4& matrix,
+                                      int count) const {
+    withUniform(name, [&](GLint location) {
+        std::array<float, 16> elements{};
+        std::transform(std::begin(matrix.m), std::end(matrix.m), elements.begin(),
+                       [](double element) { return static_cast<float>(element); });
+        glUniformMatrix4fv(location, count, GL_FALSE, elements.data());
     });
 }
 

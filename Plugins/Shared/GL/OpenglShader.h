@@ -3,8 +3,11 @@
 /// One GL program, made from GLSL text at its first use, with uniforms and attributes by name.
 
 #include "Shared/Math/Affine.h"
+#include "Shared/Math/Color.h"
+#include "Shared/Math/Mat4.h"
 #include "Shared/Math/Vec2.h"
 #include "Shared/Math/Vec3.h"
+#include "Shared/Math/Vec4.h"
 
 #include <glbinding/gl33core/gl.h>
 
@@ -59,6 +62,8 @@ public:
     void setUniform3f(const std::string& name, float x, float y, float z) const;
     void setUniform3f(const std::string& name, const Vec3& vector) const;
     void setUniform4f(const std::string& name, float x, float y, float z, float w) const;
+    void setUniform4f(const std::string& name, const Vec4& vector) const;
+    void setUniform4f(const std::string& name, const Color& color) const;
 
     /// `count` values, or groups of 2, 3 or 4 values, for a uniform array.
     void setUniform1iv(const std::string& name, const int* values, int count) const;
@@ -72,6 +77,8 @@ public:
 
     /// `count` transforms as column-major 3 by 3 matrices, narrowed to single precision.
     void setUniformMatrix3f(const std::string& name, Affine* transforms, int count) const;
+    /// One matrix, narrowed to single precision. `count` goes to GL as it is and must be 1.
+    void setUniformMatrix4f(const std::string& name, const Mat4& matrix, int count) const;
 
     /// Binds the texture on the unit and points the sampler at it. Unit and binding change even
     /// where the program has no such sampler; before the build nothing does.

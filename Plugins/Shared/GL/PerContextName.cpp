@@ -44,10 +44,12 @@ void PerContextName::generate(Generate function) {
     if (context == 0 || *this != 0U) {
         return;
     }
-    gl::GLuint name = 0;
-    function(1, &name);
-    const std::lock_guard<std::mutex> lock(registry().mutex);
-    mNames[context] = name;
+    gl::GLuint* name = nullptr;
+    {
+        const std::lock_guard<std::mutex> lock(registry().mutex);
+        name = &mNames[context]; // only this context's thread reads or removes it
+    }
+    function(1, name);
 }
 
 void PerContextName::remove(Delete function) {

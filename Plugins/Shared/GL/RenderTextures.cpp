@@ -21,7 +21,7 @@ struct Free {
 /// A side as GL takes it: truncated, and refused where it has no such value.
 GLsizei truncated(double side) {
     if (!(side >= 0.0 && side <= std::numeric_limits<GLsizei>::max())) {
-        throw PF_Err{PF_Err_BAD_CALLBACK_PARAM};
+        throw int{PF_Err_BAD_CALLBACK_PARAM};
     }
     return static_cast<GLsizei>(side);
 }
@@ -43,8 +43,9 @@ void setFilters(bool linear, bool mipmap) {
 unsigned int makeTexture(GLsizei width, GLsizei height, double bytes, GLenum format, bool linear,
                          bool mipmap) {
     if (bytes > std::numeric_limits<std::uint32_t>::max()) {
-        throw PF_Err{PF_Err_OUT_OF_MEMORY};
+        throw int{PF_Err_OUT_OF_MEMORY};
     }
+    // One byte more, since for none at all null is an answer too.
     const std::unique_ptr<void, Free> zeros(std::calloc(static_cast<std::size_t>(bytes) + 1, 1));
     if (zeros == nullptr) {
         throw std::bad_alloc();

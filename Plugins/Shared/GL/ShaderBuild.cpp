@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <array>
-#include <vector>
+#include <functional>
+#include <list>
+#include <utility>
 
 namespace Vexorel::PrismDrift {
 
@@ -28,66 +30,87 @@ void dumpShaderErrorS(GLuint shader, const char* stage) {
                  infoLog(glGetShaderInfoLog, shader) + "\n");
 }
 
-bool compile(GLuint shader, const std::string& source, const char* stage) {
-    const GLchar* text = source.c_str();
-    glShaderSource(shader, 1, &text, nullptr);
-    glCompileShader(shader);
+/// A shader object and its text, for the length of the build.
+class Stage {
+public:
+    Stage(GLenum type, const std::string& source, const char* word)
+        : mShader(glCreateShader(type)), mSource(source), mWord(word) {}
+    ~Stage() { glDeleteShader(mShader); }
+    Stage(const Stage&) = delete;
+    Stage& operator=(const Stage&) = delete;
+
+    GLuint shader() const { return mShader; }
+    bool compile() const;
+
+private:
+    GLuint mShader;
+    const std::string& mSource;
+    const char* mWord;
+};
+
+/// The program of a build, deleted unless the build succeeds.
+class Program {
+public:
+    Program() = default;
+    ~Program() {
+        if (mName != 0) {
+            glDeleteProgram(mName);
+        }
+    }
+    Program(const Program&) = delete;
+    Program& operator=(const Program&) = delete;
+
+    GLuint get() const { return mName; }
+    GLuint release() { return std::exchange(mName, 0U); }
+
+private:
+    GLuint mName = glCreateProgram();
+};
+
+bool Stage::compile() const {
+    const GLchar* text = mSource.c_str();
+    glShaderSource(mShader, 1, &text, nullptr);
+    glCompileShader(mShader);
     GLint status = 0;
-    glGetShaderiv(shader, GL_COMPILE_STATUS, &status);
+    glGetShaderiv(mShader, GL_COMPILE_STATUS, &status);
     if (status != 1) {
-        dumpShaderErrorS(shader, stage);
+        dumpShaderErrorS(mShader, mWord);
     }
     return status == 1;
 }
-
-struct Stage {
-    GLenum type;
-    const std::string& source;
-    const char* word;
-    GLuint shader;
-};
 
 } // namespace
 
 gl::GLuint buildProgram(const std::string& vertex, const std::string& fragment,
                         const std::string& geometry,
                         const std::map<std::string, int>& attributeBindings) {
-    std::vector<Stage> stages{{GL_VERTEX_SHADER, vertex, "vert", 0},
-                              {GL_FRAGMENT_SHADER, fragment, "frag", 0}};
+    std::list<Stage> stages;
+    stages.emplace_back(GL_VERTEX_SHADER, vertex, "vert");
+    stages.emplace_back(GL_FRAGMENT_SHADER, fragment, "frag");
     if (!geometry.empty()) {
-        stages.push_back({GL_GEOMETRY_SHADER, geometry, "geo", 0});
+        stages.emplace_back(GL_GEOMETRY_SHADER, geometry, "geo");
     }
-    for (Stage& stage : stages) {
-        stage.shader = glCreateShader(stage.type);
+    if (!std::all_of(stages.begin(), stages.end(), std::mem_fn(&Stage::compile))) {
+        return 0;
     }
-    const bool compiled = std::all_of(stages.begin(), stages.end(), [](const Stage& stage) {
-        return compile(stage.shader, stage.source, stage.word);
-    });
-    GLuint program = 0;
-    if (compiled) {
-        program = glCreateProgram();
-        for (const Stage& stage : stages) {
-            glAttachShader(program, stage.shader);
-        }
-        for (const auto& [name, location] : attributeBindings) {
-            glBindAttribLocation(program, static_cast<GLuint>(location), name.c_str());
-        }
-        glLinkProgram(program);
-        GLint status = 0;
-        glGetProgramiv(program, GL_LINK_STATUS, &status);
-        for (const Stage& stage : stages) {
-            glDetachShader(program, stage.shader);
-        }
-        if (status != 1) {
-            writeMessage("Program error:\n" + infoLog(glGetProgramInfoLog, program) + "\n");
-            glDeleteProgram(program);
-            program = 0;
-        }
+    Program program;
+    for (const Stage& stage : stages) {
+        glAttachShader(program.get(), stage.shader());
+    }
+    for (const auto& [name, location] : attributeBindings) {
+        glBindAttribLocation(program.get(), static_cast<GLuint>(location), name.c_str());
+    }
+    glLinkProgram(program.get());
+    GLint status = 0;
+    glGetProgramiv(program.get(), GL_LINK_STATUS, &status);
+    if (status != 1) {
+        writeMessage("Program error:\n" + infoLog(glGetProgramInfoLog, program.get()) + "\n");
+        return 0;
     }
     for (const Stage& stage : stages) {
-        glDeleteShader(stage.shader);
+        glDetachShader(program.get(), stage.shader());
     }
-    return program;
+    return program.release();
 }
 
 } // namespace Vexorel::PrismDrift

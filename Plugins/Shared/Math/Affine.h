@@ -1,6 +1,7 @@
 #pragma once
 
-/// An affine transform of the plane: x' = a·x + c·y + e, y' = b·x + d·y + f.
+/// An affine transform of the plane: x' = a·x + c·y + e, y' = b·x + d·y + f. Angles are in degrees
+/// and turn from +x towards +y.
 
 #include "Shared/Math/Vec2.h"
 
@@ -18,16 +19,67 @@ public:
     double f = 0.0;
 
     /// The identity for true; six zeros, which is not the identity, for false.
-    explicit Affine(bool identity) : a(identity ? 1.0 : 0.0), d(identity ? 1.0 : 0.0) {}
-    Affine(double aValue, double bValue, double cValue, double dValue, double eValue, double fValue)
+    constexpr explicit Affine(bool identity) : a(identity ? 1.0 : 0.0), d(identity ? 1.0 : 0.0) {}
+    constexpr Affine(double aValue, double bValue, double cValue, double dValue, double eValue,
+                     double fValue)
         : a(aValue), c(cValue), e(eValue), b(bValue), d(dValue), f(fValue) {}
 
-    /// Makes this transform "`other` after this": p goes to other(this(p)). `other` is not this.
-    void multiply(const Affine& other);
+    // Setters: what the transform was before is gone
 
-    /// Makes this the transform of a layer: a point is taken relative to `anchor`, scaled, turned
-    /// by `rotation` degrees and placed at `position`.
+    void set(double aValue, double bValue, double cValue, double dValue, double eValue,
+             double fValue) {
+        *this = Affine(aValue, bValue, cValue, dValue, eValue, fValue);
+    }
+    /// The transform of a layer: a point is taken relative to `anchor`, scaled, turned by
+    /// `rotation` degrees and placed at `position`.
     void set(Vec2 anchor, Vec2 position, Vec2 scale, double rotation);
+    void setTranslate(double tx, double ty) { set(1.0, 0.0, 0.0, 1.0, tx, ty); }
+    void setScale(double sx, double sy) { set(sx, 0.0, 0.0, sy, 0.0, 0.0); }
+    /// x' = x + tan(angle)·y. Very large, yet finite, at 90 degrees.
+    void setSkewX(double angle);
+    /// y' = tan(angle)·x + y
+    void setSkewY(double angle);
+    void setRotate(double angle);
+
+    // Composition, in place
+
+    /// "`other` after this": p goes to other(this(p)).
+    void multiply(const Affine& other);
+    /// "`other` before this": p goes to this(other(p)). So do the steps below: after
+    /// `setTranslate(10, 0)` and `scale(2, 2)` the point (1, 0) goes to (12, 0).
+    void premultiply(const Affine& other);
+    void translate(double tx, double ty);
+    void scale(double sx, double sy);
+    void skewX(double angle);
+    void skewY(double angle);
+    void rotate(double angle);
+
+    // Application to points
+
+    /// Replaces the point by its image.
+    void transform(Vec2& point) const;
+    Vec2 getTransform(const Vec2& point) const {
+        return {a * point.x + c * point.y + e, b * point.x + d * point.y + f};
+    }
+    /// Writes the image of (x, y); neither pointer may be null.
+    void transform(double x, double y, double* outX, double* outY) const;
+    /// Replaces both values by their image.
+    void transform(double& x, double& y) const;
+
+    // Inverse and inspection. A determinant strictly between -1e-6 and 1e-6 counts as singular,
+    // however well conditioned the transform is.
+
+    /// Writes the inverse and returns true; false where singular, with `out` as it was.
+    bool inverse(Affine& out) const;
+    /// The inverse, or the identity where singular.
+    Affine getInverse() const;
+    /// The mean length of the two rows, rounded in single precision to four decimals, halves away
+    /// from zero. For a rotation joined with unequal scales that is not the mean scale.
+    double averageScale() const;
+    /// Per element within TOLERANCE, inclusive; false with a NaN.
+    bool operator==(const Affine& other);
 };
+
+static_assert(isPlainRowOfDoubles<Affine, 6>);
 
 } // namespace Vexorel::PrismDrift

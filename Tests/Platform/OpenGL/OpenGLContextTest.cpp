@@ -1,0 +1,113 @@
+// The platform's contexts, without any of the runtime on top.
+
+#include "Platform/OpenGL/OpenGLContext.h"
+#include "Platform/OpenGL/ContextFailure.h"
+#include "Support/HostContexts.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+#include <vector>
+
+namespace Testing {
+namespace {
+
+NSOpenGLPixelFormat* format(std::vector<NSOpenGLPixelFormatAttribute> attributes) {
+    attributes.push_back(0);
+    return NSOpenGLPixelFormat::initWithAttributes(attributes.data());
+}
+
+TEST(PixelFormat, TakesWhatItKnows) {
+    for (const auto& known : std::vector<std::vector<NSOpenGLPixelFormatAttribute>>{
+             {},
+             {NSOpenGLPFAClosestPolicy, NSOpenGLPFANoRecovery},
+             {NSOpenGLPFAAlphaSize, 0, NSOpenGLPFAColorSize, 24, NSOpenGLPFAStencilSize, 0,
+              NSOpenGLPFADepthSize, 0, NSOpenGLPFAOpenGLProfile, NSOpenGLProfileVersion3_2Core}}) {
+        NSOpenGLPixelFormat* made = format(known);
+        ASSERT_NE(made, nullptr);
+        made->release();
+    }
+    EXPECT_EQ(format({12345}), nullptr);
+    EXPECT_EQ(format({NSOpenGLPFAOpenGLProfile, 0x1000}), nullptr);
+    EXPECT_EQ(NSOpenGLContext::initWithFormat(nullptr, nullptr), nullptr);
+}
+
+class PlatformContext : public ::testing::Test {
+protected:
+    void SetUp() override {
+        api = currentState()[0];
+        NSOpenGLPixelFormat* plain = format({});
+        first = NSOpenGLContext::initWithFormat(plain, nullptr);
+        second = NSOpenGLContext::initWithFormat(plain, first);
+        plain->release();
+        ASSERT_NE(first, nullptr);
+        ASSERT_NE(second, nullptr);
+    }
+    void TearDown() override {
+        first->release();
+        second->release();
+        EXPECT_EQ(currentState()[0], api) << "the thread's rendering API is the host's";
+        EXPECT_FALSE(CGLGetCurrentContext());
+    }
+
+    std::uintptr_t api = 0;
+    NSOpenGLContext* first = nullptr;
+    NSOpenGLContext* second = nullptr;
+};
+
+TEST_F(PlatformContext, KnowsWhatIsCurrentAtBothLevels) {
+    EXPECT_EQ(Platform::contextFailure(), "");
+    EXPECT_EQ(NSOpenGLContext::currentContext(), nullptr);
+    EXPECT_NE(first->number(), second->number());
+    ASSERT_TRUE(first->makeCurrentContext());
+    EXPECT_EQ(NSOpenGLContext::currentContext(), first);
+    EXPECT_EQ(NSOpenGLContext::currentNumber(), first->number());
+    const CGLContextObj low = CGLGetCurrentContext();
+    EXPECT_EQ(low, first->lowLevelContext());
+    EXPECT_TRUE(CGLSetCurrentContext(second->lowLevelContext()));
+    EXPECT_EQ(NSOpenGLContext::currentContext(), second);
+    EXPECT_TRUE(CGLSetCurrentContext(low));
+    EXPECT_EQ(NSOpenGLContext::currentContext(), first);
+    EXPECT_TRUE(CGLSetCurrentContext(nullptr));
+    EXPECT_FALSE(CGLGetCurrentContext());
+}
+
+TEST_F(PlatformContext, StaysWhereItIsWhenASwitchFails) {
+    ASSERT_TRUE(first->makeCurrentContext());
+    std::thread([&] {
+        EXPECT_TRUE(second->makeCurrentContext());
+        EXPECT_FALSE(first->makeCurrentContext()); // which is current on the other thread
+        EXPECT_FALSE(first->isLost());
+        EXPECT_EQ(NSOpenGLContext::currentContext(), second);
+        Platform::releaseOwnContext();
+        EXPECT_EQ(NSOpenGLContext::currentContext(), nullptr);
+    }).join();
+    const CGLContextObj dead = second->lowLevelContext();
+    second->invalidate();
+    EXPECT_FALSE(second->lowLevelContext());
+    EXPECT_FALSE(second->makeCurrentContext());
+    EXPECT_FALSE(CGLSetCurrentContext(dead));
+    EXPECT_EQ(NSOpenGLContext::currentContext(), first);
+    first->invalidate(); // unbinds it
+    EXPECT_EQ(NSOpenGLContext::currentContext(), nullptr);
+}
+
+TEST_F(PlatformContext, LeavesAForeignOneAlone) {
+    std::string whyNot;
+    const auto foreign = makeHostContext(HostApi::eglEmbedded, whyNot);
+    if (foreign == nullptr) {
+        GTEST_SKIP() << whyNot;
+    }
+    const auto before = currentState();
+    const CGLContextObj low = CGLGetCurrentContext();
+    EXPECT_TRUE(low);
+    EXPECT_EQ(NSOpenGLContext::currentContext(), nullptr);
+    Platform::releaseOwnContext();
+    EXPECT_EQ(currentState(), before);
+    ASSERT_TRUE(first->makeCurrentContext());
+    EXPECT_TRUE(CGLSetCurrentContext(low));
+    EXPECT_EQ(currentState(), before);
+}
+
+} // namespace
+} // namespace Testing

@@ -1,0 +1,70 @@
+#include "EffectTest.h"
+
+#include <cmath>
+#include <random>
+
+namespace Testing {
+
+Picture randomPicture(int width, int height, Alpha alpha, std::uint32_t seed) {
+    std::mt19937 random(seed);
+    Picture picture(width, height);
+    for (Pixel& pixel : picture.pixels) {
+        const auto bits = random();
+        for (std::size_t c = 0; c < 4; ++c) {
+            pixel.at(c) = static_cast<std::uint8_t>(bits >> (8 * c));
+        }
+        // A quarter each: opaque, transparent, faint, anything.
+        const auto kind = random() % 4;
+        if (alpha == Alpha::opaque || kind == 0) {
+            pixel[0] = 255;
+        } else if (kind == 1) {
+            pixel[0] = 0;
+        } else if (kind == 2) {
+            pixel[0] = pixel[0] % 8;
+        }
+    }
+    return picture;
+}
+
+void hand(TestHost& host, const Settings& settings) {
+    host.choice = settings.order + 1;
+    host.angle = static_cast<std::int32_t>(std::lround(settings.angle * 65536.0));
+    host.sliders[3] = settings.distance;
+    for (std::size_t c = 0; c < 3; ++c) {
+        host.sliders.at(5 + c) = settings.scale.at(c);
+        host.sliders.at(10 + c) = settings.lightness.at(c);
+    }
+    host.inData.downsample_x.den = settings.downsample;
+}
+
+void expectFrame(TestHost& host, const Picture& source, const Settings& settings,
+                 const std::string& name) {
+    SCOPED_TRACE(name + ", " + std::to_string(source.width) + " by " +
+                 std::to_string(source.height) + ", " + describe(settings));
+    World8 input(source.width, source.height);
+    World8 output(source.width, source.height, 5);
+    source.copyTo(input);
+    const auto inputBefore = input.bytes();
+    hand(host, settings);
+    ASSERT_EQ(host.render(input, output), 0);
+    EXPECT_EQ(input.bytes(), inputBefore);
+    EXPECT_TRUE(output.gapsUntouched());
+    const Picture actual(output);
+    const Expected expected = reference(source, settings);
+    const std::size_t breaches = countBreaches(actual, expected);
+    EXPECT_EQ(breaches, 0U) << report(actual, expected, name);
+}
+
+void EffectTest::expectSoundFrame() {
+    Settings settings;
+    settings.angle = 30;
+    settings.distance = 7;
+    settings.scale = {90, 100, 110};
+    host.failAdd = host.failCheckout = host.failCheckin = 0;
+    host.noHandle = host.noLock = false;
+    host.refusedSuites.clear();
+    host.onCall = nullptr;
+    expectFrame(host, randomPicture(37, 23, Alpha::random, 5), settings, "sound-frame");
+}
+
+} // namespace Testing

@@ -1,0 +1,185 @@
+// Frames from several threads, and threads that come and go.
+
+#include "EffectTest.h"
+
+#include "Shared/GL/AEOpenGLContextManager.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <fstream>
+#include <functional>
+#include <mutex>
+#include <pthread.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace Testing {
+namespace {
+
+using Vexorel::PrismDrift::AEOpenGLContextManager;
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kMemoryIsOurs = false; // a sanitizer keeps freed memory back
+#else
+constexpr bool kMemoryIsOurs = true;
+#endif
+
+double residentMegabytes() {
+    std::ifstream file("/proc/self/statm");
+    double total = 0.0;
+    double resident = 0.0;
+    file >> total >> resident;
+    return resident * static_cast<double>(sysconf(_SC_PAGESIZE)) / 1e6;
+}
+
+/// A thread that stays alive between the pieces of work that it is given.
+class Worker {
+public:
+    Worker() : mThread([this] { run(); }) {}
+    ~Worker() {
+        perform(nullptr);
+        mThread.join();
+    }
+    Worker(const Worker&) = delete;
+    Worker& operator=(const Worker&) = delete;
+
+    /// Returns when the work is done; null ends the thread.
+    void perform(const std::function<void()>& work) {
+        std::unique_lock<std::mutex> lock(mMutex);
+        mWork = &work;
+        mChanged.notify_all();
+        mChanged.wait(lock, [&] { return mWork == nullptr; });
+    }
+
+private:
+    void run() {
+        std::unique_lock<std::mutex> lock(mMutex);
+        for (bool more = true; more;) {
+            mChanged.wait(lock, [&] { return mWork != nullptr; });
+            more = static_cast<bool>(*mWork);
+            if (more) {
+                (*mWork)();
+            }
+            mWork = nullptr;
+            mChanged.notify_all();
+        }
+    }
+
+    std::mutex mMutex;
+    std::condition_variable mChanged;
+    const std::function<void()>* mWork = nullptr; ///< guarded by mMutex
+    std::thread mThread;
+};
+
+class Threads : public EffectTest {
+protected:
+    /// A frame of the calling thread's own host; a few sizes, so that they change between frames.
+    static std::vector<std::uint8_t> frame(int number) {
+        const int size = 8 + number % 3;
+        TestHost own;
+        Settings settings;
+        settings.order = number % 6;
+        settings.angle = number;
+        settings.distance = number % 11;
+        hand(own, settings);
+        World8 input(size, 8);
+        World8 output(size, 8);
+        randomPicture(size, 8, Alpha::random, static_cast<std::uint32_t>(number)).copyTo(input);
+        EXPECT_EQ(own.render(input, output), 0);
+        return output.bytes();
+    }
+};
+
+TEST_F(Threads, AThousandFramesOnEightAtOnceAreThoseOfOne) {
+    constexpr int count = 125;
+    std::vector<std::vector<std::uint8_t>> expected;
+    for (int i = 0; i < count; ++i) {
+        expected.push_back(frame(i));
+    }
+    std::atomic<int> wrong{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 8; ++t) {
+        threads.emplace_back([&, t] {
+            for (int i = 0; i < count; ++i) {
+                const int number = (i + 17 * t) % count;
+                wrong += frame(number) == expected[static_cast<std::size_t>(number)] ? 0 : 1;
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(wrong, 0);
+}
+
+TEST_F(Threads, FramesMayComeFromEachInTurn) {
+    Worker first;
+    Worker second;
+    for (int i = 0; i < 4; ++i) {
+        first.perform([&] { expectSoundFrame(); });
+        second.perform([&] { expectSoundFrame(); });
+        second.perform([&] { frame(i); });
+        expectSoundFrame();
+    }
+    EXPECT_EQ(AEOpenGLContextManager::mRenderContexts.size(), 3U);
+}
+
+TEST_F(Threads, TakeTheirContextsWithThemAtTheirEnd) {
+    const auto run = [&](int count) {
+        for (int i = 0; i < count; ++i) {
+            std::thread([&] { expectSoundFrame(); }).join();
+            EXPECT_TRUE(AEOpenGLContextManager::mRenderContexts.empty());
+        }
+        return residentMegabytes();
+    };
+    const double before = run(10);
+    const double after = run(30);
+    if (kMemoryIsOurs) {
+        EXPECT_LT(after - before, 10.0); // a context that stays takes more than 2 each
+    }
+}
+
+TEST_F(Threads, MayTakeTheEffectDownFromAnywhere) {
+    Worker drawing;
+    Worker other;
+    for (int round = 0; round < 2; ++round) {
+        drawing.perform([&] { expectSoundFrame(); });
+        expectSoundFrame();
+        other.perform([&] { EXPECT_EQ(host.command(PF_Cmd_GLOBAL_SETDOWN), 0); });
+        EXPECT_EQ(GLWatch::sharedNames(), 0);
+        EXPECT_EQ(AEOpenGLContextManager::getSharedDataContext(), nullptr);
+        drawing.perform([&] {
+            World8 input(4, 4);
+            World8 output(4, 4);
+            EXPECT_EQ(host.render(input, output), 516);
+        });
+        other.perform([&] { EXPECT_EQ(host.command(PF_Cmd_GLOBAL_SETUP), 0); });
+    }
+    drawing.perform([&] { expectSoundFrame(); });
+    expectSoundFrame();
+}
+
+TEST_F(Threads, MayBeCancelledInACallback) {
+    expectSoundFrame();
+    const int names = GLWatch::sharedNames();
+    std::thread([] {
+        TestHost own;
+        own.onCall = [](const std::string& call) {
+            if (call == "checkout 5") {
+                pthread_exit(nullptr);
+            }
+        };
+        World8 input(8, 8);
+        World8 output(8, 8);
+        own.render(input, output);
+        ADD_FAILURE() << "the thread went on";
+    }).join();
+    EXPECT_EQ(GLWatch::sharedNames(), names);
+    expectSoundFrame();
+}
+
+} // namespace
+} // namespace Testing

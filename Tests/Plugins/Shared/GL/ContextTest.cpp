@@ -1,0 +1,202 @@
+// Contexts of our own, their manager, and the record of what a host has current.
+
+#include "GLTest.h"
+#include "Support/HostContexts.h"
+
+#include "Shared/GL/AEOpenGLContextManager.h"
+#include "Shared/GL/PerContextName.h"
+#include "Shared/GL/SaveRestoreGLContextMac.h"
+
+#include <glbinding/ContextInfo.h>
+#include <glbinding/Meta.h>
+#include <glbinding/Version.h>
+#include <gmock/gmock.h>
+
+#include <thread>
+
+namespace Testing {
+namespace {
+
+using namespace gl33core;
+using ::testing::ElementsAre;
+using ::testing::Key;
+using ::testing::Pair;
+using Vexorel::PrismDrift::AEOpenGLContext;
+using Vexorel::PrismDrift::AEOpenGLContextManager;
+using Vexorel::PrismDrift::PerContextName;
+
+class Context : public GLTest {
+protected:
+    void SetUp() override {
+        GLTest::SetUp();
+        second = std::make_unique<AEOpenGLContext>(context.get());
+    }
+    void TearDown() override {
+        second.reset();
+        context->makeContextCurrent();
+    }
+
+    std::unique_ptr<AEOpenGLContext> second;
+};
+
+TEST_F(Context, DescribesItselfOnce) {
+    const std::string block =
+        "\nOpenGL Version:  " + glbinding::ContextInfo::version().toString() +
+        "\nOpenGL Vendor:   " + glbinding::ContextInfo::vendor() +
+        "\nOpenGL Renderer: " + glbinding::ContextInfo::renderer() +
+        "\nOpenGL Revision: " + std::to_string(glbinding::Meta::glRevision()) + " (gl.xml)\n\n";
+    EXPECT_EQ(GLWatch::messages(), block + block);
+    context->makeContextCurrent();
+    second->makeContextCurrent();
+    EXPECT_EQ(GLWatch::messages(), block + block);
+    EXPECT_FALSE(second->mExtensions.empty());
+    EXPECT_GE(glbinding::ContextInfo::version(), glbinding::Version(3, 3));
+}
+
+TEST_F(Context, SharesTexturesWithItsGroupAndUnbindsAtItsEnd) {
+    EXPECT_TRUE(second->isCurrent());
+    EXPECT_FALSE(context->isCurrent());
+    GLuint texture = 0;
+    glGenTextures(1, &texture);
+    glBindTexture(GL_TEXTURE_2D, texture);
+    glBindTexture(GL_TEXTURE_2D, 0);
+    context->makeContextCurrent();
+    EXPECT_TRUE(glIsTexture(texture));
+    glDeleteTextures(1, &texture);
+    second->makeContextCurrent();
+    second.reset();
+    EXPECT_EQ(CGLGetCurrentContext(), CGLContextObj());
+    context->makeContextCurrent();
+    EXPECT_TRUE(context->isCurrent());
+}
+
+TEST_F(Context, KeepsAPerContextNameToItself) {
+    PerContextName name;
+    name.generate(glGenVertexArrays);
+    const GLuint first = name;
+    EXPECT_NE(first, 0U);
+    name.generate(glGenVertexArrays);
+    EXPECT_EQ(GLuint{name}, first);
+    context->makeContextCurrent();
+    EXPECT_EQ(GLuint{name}, 0U);
+    name.generate(glGenVertexArrays);
+    name.remove(glDeleteVertexArrays);
+    EXPECT_EQ(GLuint{name}, 0U);
+    second->makeContextCurrent();
+    EXPECT_EQ(GLuint{name}, first);
+    second = std::make_unique<AEOpenGLContext>(context.get()); // the old one's name is gone with it
+    EXPECT_EQ(GLuint{name}, 0U);
+    releaseCurrentEgl();
+    EXPECT_EQ(GLuint{name}, 0U);
+}
+
+/// What leaving the second context for the first does, by the state of its frame buffer.
+TEST_F(Context, FlushesWhatItLeavesUnlessItIsIncomplete) {
+    const auto counts = [] {
+        return std::pair(GLWatch::callsOf("glFlush"), GLWatch::callsOf("glCheckFramebufferStatus"));
+    };
+    const auto leave = [&](bool throughSaver) {
+        const auto before = counts();
+        if (throughSaver) {
+            SaveRestoreGLContextMac saver;
+            saver.setMRC(context->mCGLContext); // known at the low level only
+            saver.restore();
+        } else {
+            AEOpenGLContext::makeCurrentFlush(context->mCGLContext);
+        }
+        const auto after = counts();
+        EXPECT_EQ(CGLGetCurrentContext(), context->mCGLContext);
+        second->makeContextCurrent();
+        return std::pair(after.first - before.first, after.second - before.second);
+    };
+    for (const bool throughSaver : {false, true}) {
+        SCOPED_TRACE(throughSaver);
+        EXPECT_THAT(leave(throughSaver), Pair(1, 0)); // frame buffer 0
+        GLuint frameBuffer = 0;
+        glGenFramebuffers(1, &frameBuffer);
+        glBindFramebuffer(GL_FRAMEBUFFER, frameBuffer);
+        EXPECT_THAT(leave(throughSaver), Pair(0, 1)); // incomplete
+        GLuint buffer = 0;
+        glGenRenderbuffers(1, &buffer);
+        glBindRenderbuffer(GL_RENDERBUFFER, buffer);
+        glRenderbufferStorage(GL_RENDERBUFFER, GL_RGBA, 4, 4);
+        glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, buffer);
+        EXPECT_THAT(leave(throughSaver), Pair(1, 1));
+        glDeleteFramebuffers(1, &frameBuffer);
+        glDeleteRenderbuffers(1, &buffer);
+    }
+    const int before = GLWatch::calls();
+    AEOpenGLContext::makeCurrentFlush(second->mCGLContext); // which is current
+    second->makeContextCurrent();
+    releaseCurrentEgl();
+    AEOpenGLContext::makeCurrentFlush(second->mCGLContext); // from nothing
+    EXPECT_EQ(GLWatch::calls(), before);
+    EXPECT_EQ(CGLGetCurrentContext(), second->mCGLContext);
+}
+
+TEST_F(Context, IsPutBackOnceByTheSaver) {
+    SaveRestoreGLContextMac saver;
+    EXPECT_EQ(saver.init(), &saver);
+    EXPECT_EQ(saver.mContext(), second->mNSContext);
+    EXPECT_EQ(saver.mRC(), second->mCGLContext);
+    context->makeContextCurrent();
+    EXPECT_FALSE(saver.mRestored());
+    saver.restore();
+    EXPECT_TRUE(saver.mRestored());
+    EXPECT_EQ(CGLGetCurrentContext(), second->mCGLContext);
+    context->makeContextCurrent();
+    saver.restore();
+    EXPECT_TRUE(context->isCurrent());
+    saver.setMRestored(false);
+    second.reset(); // a context that has died is skipped
+    saver.restore();
+    EXPECT_TRUE(context->isCurrent());
+    releaseCurrentEgl();
+    saver.init();
+    context->makeContextCurrent();
+    saver.restore(); // where nothing was recorded ours stays
+    EXPECT_TRUE(context->isCurrent());
+}
+
+class Manager : public ::testing::Test {
+protected:
+    using M = AEOpenGLContextManager;
+    void TearDown() override {
+        M::releaseContextManager();
+        EXPECT_TRUE(M::mRenderContexts.empty());
+    }
+    GLWatch watch;
+};
+
+TEST_F(Manager, GivesEachThreadItsContext) {
+    EXPECT_EQ(M::getCurrentRenderContext(), nullptr); // without a set-up, and without an id
+    EXPECT_TRUE(M::mRenderContexts.empty());
+    const int firstId = M::mContextCount;
+    M::setupContextManager();
+    AEOpenGLContext* shared = M::getSharedDataContext();
+    EXPECT_TRUE(shared->isCurrent());
+    M::setupContextManager();
+    EXPECT_EQ(M::getSharedDataContext(), shared);
+    AEOpenGLContext* own = M::getCurrentRenderContext();
+    EXPECT_TRUE(own->isCurrent());
+    shared->makeContextCurrent();
+    EXPECT_EQ(M::getCurrentRenderContext(), own);
+    EXPECT_TRUE(shared->isCurrent()); // an old one is not made current
+    std::thread([&] {
+        EXPECT_NE(M::getCurrentRenderContext(), own);
+        EXPECT_THAT(M::mRenderContexts, ElementsAre(Key(firstId), Key(firstId + 1)));
+    }).join();
+    EXPECT_THAT(M::mRenderContexts, ElementsAre(Pair(firstId, own)));
+    M::releaseContextManager();
+    EXPECT_EQ(M::getSharedDataContext(), nullptr);
+    EXPECT_EQ(M::getCurrentRenderContext(), nullptr);
+    EXPECT_THAT(M::mRenderContexts, ElementsAre(Pair(firstId, nullptr)));
+    M::releaseContextManager(); // skips the null
+    M::setupContextManager();
+    EXPECT_NE(M::getCurrentRenderContext(), nullptr);
+    EXPECT_THAT(M::mRenderContexts, ElementsAre(Key(firstId)));
+    EXPECT_EQ(M::mContextCount, firstId + 2);
+}
+
+} // namespace
+} // namespace Testing

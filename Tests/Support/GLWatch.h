@@ -1,0 +1,45 @@
+#pragma once
+
+/// Watches every GL call of the process, on all threads and in all contexts: an error becomes a
+/// failure that names the function, and names have to be deleted as often as they are made.
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace Testing {
+
+/// Lives around what is watched, contexts included; one at a time. Contexts are noticed by the
+/// description that each new one writes to the message sink, which is this object's meanwhile.
+class GLWatch {
+public:
+    GLWatch();
+    /// Fails the test for each error that was not allowed, for each allowance that was not used,
+    /// for a name deleted that was not made, and for shared names that are left.
+    ~GLWatch();
+    GLWatch(const GLWatch&) = delete;
+    GLWatch& operator=(const GLWatch&) = delete;
+
+    /// Errors of this function are the behaviour under test: there has to be at least one.
+    void allowErrorsOf(const std::string& function);
+
+    /// For a test whose contexts die with the names in them.
+    void allowLostNames();
+
+    /// How many names of a kind there are: "Textures", "Buffers", "Renderbuffers", "Programs",
+    /// "Shaders", "Framebuffers", "VertexArrays"; the last two in all living contexts together.
+    static int names(const std::string& kind);
+    /// All kinds that GL shares between contexts, taken together.
+    static int sharedNames();
+
+    /// How often a function was called since the object was made.
+    static int callsOf(const std::string& function);
+    /// How many calls there were of all functions.
+    static int calls();
+
+    /// All that was written to the message sink.
+    static std::string messages();
+    static void clearMessages();
+};
+
+} // namespace Testing

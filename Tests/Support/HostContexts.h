@@ -1,0 +1,40 @@
+#pragma once
+
+/// OpenGL contexts as a host program has them: made through EGL or GLX with surfaces of their own,
+/// without any code of the effect.
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace Testing {
+
+/// All that is current on the thread at both interfaces: context, display, draw and read surface
+/// of each, and the rendering API that EGL has bound.
+std::vector<std::uintptr_t> currentState();
+
+/// Ends the EGL display that is current on this thread, as some other user of it might. False if
+/// there is none.
+bool terminateCurrentDisplay();
+
+/// Releases whatever EGL context is current on this thread.
+void releaseCurrentEgl();
+
+class HostContext {
+public:
+    HostContext() = default;
+    HostContext(const HostContext&) = delete;
+    HostContext& operator=(const HostContext&) = delete;
+    /// Leaves nothing of it current on this thread.
+    virtual ~HostContext() = default;
+    virtual bool makeCurrent() = 0;
+};
+
+enum class HostApi { eglDesktop, eglEmbedded, glx };
+
+/// A context with two different surfaces to draw to and to read from. Null if it can't be made;
+/// `whyNot` then says why. For GLX a display server is started, which ends with the context.
+std::unique_ptr<HostContext> makeHostContext(HostApi api, std::string& whyNot);
+
+} // namespace Testing
