@@ -70,6 +70,9 @@ public:
         if (!mPlugin.empty()) {
             found.plugin = mPlugin;
         }
+        if (!mScript.empty()) {
+            found.script = mScript;
+        }
         found.verbose = mVerbose;
         found.help = mHelp;
         found.version = mVersion;
@@ -85,12 +88,17 @@ public:
         found.downsample = downsample();
         found.input = mInput;
         found.output = mOutput;
+        found.script = mScript;
         for (std::size_t i = 0; i < mOptions.size(); ++i) {
             if (mApp.get_option(mOptions[i].name)->count() > 0) {
                 found.values.emplace_back(&mOptions[i], mTexts[i]);
             }
         }
-        if (!mListParameters && !mAbout && mOutput.empty()) {
+        if (!mScript.empty() && !mInput.empty()) {
+            throw UsageError("--script stands alone, without INPUT and OUTPUT; not '" + mInput +
+                             "'");
+        }
+        if (!mListParameters && !mAbout && mScript.empty() && mOutput.empty()) {
             throw UsageError(mInput.empty() ? "INPUT and OUTPUT are missing; --help tells more"
                                             : "OUTPUT is missing; --help tells more");
         }
@@ -128,6 +136,10 @@ private:
         addFlag("--list-parameters", mListParameters,
                 "Print what the effect publishes about its parameters");
         addFlag("--about", mAbout, "Print what the effect says about itself");
+        mApp.add_option("--script", mScript,
+                        wrapped("Run the script in FILE and print its value as text"))
+            ->type_name("FILE")
+            ->group("Information");
         addFlag("--version", mVersion, "Print the versions of the program and its effect");
         addFlag("--help,-h", mHelp, "Print this help");
         addFlag("--quiet", mQuiet, "Print errors only, no warnings");
@@ -214,7 +226,7 @@ private:
 
     const std::vector<ParameterOption>& mOptions;
     CLI::App mApp{"Shifts the red, green and blue of a picture apart.", "prismdrift"};
-    std::string mInput, mOutput, mPlugin, mDownsample = "1", mProblem;
+    std::string mInput, mOutput, mPlugin, mScript, mDownsample = "1", mProblem;
     std::vector<std::string> mTexts;
     bool mListParameters = false, mAbout = false, mVersion = false, mHelp = false, mQuiet = false,
          mVerbose = false;

@@ -13,7 +13,7 @@
 
 /// The part of the command line that must be known before the effect is there.
 struct EarlyArguments {
-    std::optional<std::filesystem::path> plugin;
+    std::optional<std::filesystem::path> plugin, script;
     bool verbose = false;
     bool help = false;
     bool version = false;
@@ -28,7 +28,7 @@ struct Arguments {
     bool about = false;
     bool quiet = false;
     std::uint32_t downsample = 1;
-    std::filesystem::path input, output;
+    std::filesystem::path input, output, script;
     /// The options for parameters that were given, each with its text; a later one stands.
     std::vector<std::pair<const ParameterOption*, std::string>> values;
 };

@@ -2,6 +2,7 @@
 
 #include "Host/CommandLine/Arguments.h"
 #include "Host/CommandLine/PluginSearch.h"
+#include "Host/CommandLine/RunScript.h"
 #include "Host/CommandLine/StandardOutput.h"
 #include "Host/CommandLine/Usage.h"
 #include "Host/Library/Effect.h"
@@ -92,6 +93,10 @@ void run(int count, const char* const* words) {
     const StandardOutput output(early.verbose);
     if (early.help || early.version) {
         output.write(information(early));
+        return;
+    }
+    if (early.script) { // needs no effect
+        output.write(runScript(readArguments(count, words, {}).script) + "\n");
         return;
     }
     Host::Effect effect(pluginFor(early));

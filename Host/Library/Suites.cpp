@@ -1,6 +1,7 @@
 #include "Host/Library/Suites.h"
 
 #include "Host/Library/Memory.h"
+#include "Host/Library/ScriptEngine.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -53,6 +54,7 @@ public:
         offer("PF iterateFloat Suite", 1, &iterateFloatSuite);
         offer("PF Handle Suite", 2, &handleSuite());
         offer("AEGP Memory Suite", 1, &memorySuite());
+        offer("AEGP Utility Suite", 11, &utilitySuite());
     }
 
     void offer(const char* name, std::int32_t version, const void* table) {

@@ -2,7 +2,8 @@
 
 /// The suites that the host offers its effects, by name and version. They are the process's, not
 /// one effect's, since their calls carry nothing that tells the caller apart. Offered from the
-/// start: "PF ANSI Suite" 1, "PF iterateFloat Suite" 1, "PF Handle Suite" 2, "AEGP Memory Suite" 1.
+/// start: "PF ANSI Suite" 1, "PF iterateFloat Suite" 1, "PF Handle Suite" 2, "AEGP Memory Suite" 1,
+/// "AEGP Utility Suite" 11.
 ///
 /// Every operation may be called from any thread.
 

@@ -63,3 +63,13 @@ struct AEGP_MemorySuite1 {
     PF_Err (*AEGP_LockMemHandle)(AEGP_MemHandle handle, void** pointer);
     PF_Err (*AEGP_FreeMemHandle)(AEGP_MemHandle handle);
 };
+
+/// The four drawing suites: "DRAWBOT Draw Suite" 1, "DRAWBOT Supplier Suite" 1,
+/// "DRAWBOT Surface Suite" 2 and "DRAWBOT Path Suite" 1. Their tables are not described here:
+/// nothing in this code base calls them.
+struct DRAWBOT_Suites {
+    void* draw;
+    void* supplier;
+    void* surface;
+    void* path;
+};

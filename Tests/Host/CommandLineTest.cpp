@@ -55,7 +55,7 @@ protected:
             "PROGRAM='" PRISMDRIFT_PROGRAM "' FAKE='--plugin " FAKE_EFFECT_FILE "'; cd '" +
             mScratch.path().string() + "' && { " + command + "; } >.out 2>.err </dev/null";
         const int status = std::system(whole.c_str());
-        const Result result{WEXITSTATUS(status), contents(path(".out")), contents(path(".err"))};
+        Result result{WEXITSTATUS(status), contents(path(".out")), contents(path(".err"))};
         fs::remove(path(".out"));
         fs::remove(path(".err"));
         return result;

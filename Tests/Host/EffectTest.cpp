@@ -188,6 +188,7 @@ TEST_F(EffectTest, TurnsTheEffectsErrorsIntoItsOwn) {
 TEST_F(EffectTest, RendersOnEightThreadsAtOnce) {
     Effect effect(&FakeEffect::entry);
     std::vector<std::thread> threads;
+    threads.reserve(8);
     for (int thread = 0; thread < 8; ++thread) {
         threads.emplace_back([&effect, thread] {
             Effect own(&FakeEffect::entry);

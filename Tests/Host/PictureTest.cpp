@@ -193,7 +193,7 @@ TEST_F(PictureTest, WhatIsNoPictureIsRefusedWithItsReason) {
     }
     std::ofstream(file("text.png")) << "no picture\n";
     std::ofstream(file("text")) << "no picture\n";
-    std::ofstream(file("empty.png"));
+    std::ofstream(file("empty.png")) << "";
     std::ofstream(file("list.txt")) << "ffconcat version 1.0\nfile whole.png\n";
     std::ofstream(file("huge.ppm")) << "P6\n1000000 1000000\n255\nabc";
     std::ofstream(file("wide.ppm")) << "P6\n70000 1\n255\n" << std::string(210000, 'a');

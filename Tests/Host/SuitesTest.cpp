@@ -8,6 +8,16 @@
 
 using namespace Vexorel::PrismDrift::Host;
 
+// The sanitizers' allocators end the program instead of refusing a size, unless they are told.
+// NOLINTBEGIN(bugprone-reserved-identifier)
+extern "C" __attribute__((visibility("default"))) const char* __asan_default_options() {
+    return "allocator_may_return_null=1";
+}
+extern "C" __attribute__((visibility("default"))) const char* __tsan_default_options() {
+    return "allocator_may_return_null=1";
+}
+// NOLINTEND(bugprone-reserved-identifier)
+
 namespace {
 
 template <typename Suite>

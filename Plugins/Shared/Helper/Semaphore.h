@@ -1,0 +1,65 @@
+#pragma once
+
+/// A counting semaphore: permits that threads give and take, one at a time or several. A thin
+/// owner of one of the kernel's semaphores.
+///
+/// Required of the caller
+///  - No thread is inside an operation when the object is destroyed, but for one kind: whoever
+///    took the permit of a `signal()` may destroy it while that call is on its way out.
+///  - No operation is called from a handler of an asynchronous signal.
+///
+/// Guaranteed in return
+///  - All operations but the destructor may run on any number of threads at once.
+///  - Each permit lets one `wait` through, also when it is given before anyone waits. It is for
+///    whoever comes first: a running thread may take it before the one that `signal` woke.
+///  - Among the threads that wait, the one that came last is woken first.
+///  - A wait that need not block and a signal that wakes no one make no system call.
+///
+/// Memory ordering: what a thread did before `signal` or `signalAll` happens before the return of
+/// each `wait` that it lets through, so a semaphore of count 1 serves as a lock.
+///
+///     Semaphore slots(4);
+///     slots.wait();   // at most four threads at a time get past here
+///     convert(frame);
+///     slots.signal();
+
+#include "Platform/Kernel/KernelSemaphore.h"
+
+#include <atomic>
+#include <cstdint>
+
+namespace Vexorel::PrismDrift {
+
+class Semaphore {
+public:
+    /// Starts with `count` permits; with 2^31 - 1 if `count` is more.
+    explicit Semaphore(unsigned int count);
+    virtual ~Semaphore();
+
+    Semaphore(const Semaphore&) = delete;
+    Semaphore& operator=(const Semaphore&) = delete;
+
+    /// Takes a permit; blocks until there is one.
+    void wait();
+
+    /// Gives a permit.
+    void signal();
+
+    /// Gives `count` permits, one after another: threads that are let through early may run before
+    /// the last is given.
+    void signal(unsigned int count);
+
+    /// Lets through all threads that wait at this moment, and no other: a thread that comes later
+    /// waits, and permits are neither given nor taken.
+    void signalAll();
+
+    /// The kernel's name of the semaphore, owned; 0 if the kernel had none to give, in which case
+    /// no operation has an effect.
+    semaphore_t mHandle = 0;
+
+    /// How many threads are inside `wait` at this moment, for a debugger's or a test's eye. It
+    /// orders nothing else.
+    std::atomic<std::int64_t> mWaiting{0};
+};
+
+} // namespace Vexorel::PrismDrift
