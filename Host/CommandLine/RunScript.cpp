@@ -2,8 +2,6 @@
 
 #include "Host/Library/Error.h"
 #include "Host/Library/ScriptEngine.h"
-#include "Host/Library/Suites.h"
-#include "Shared/Helper/ScriptHelper.h"
 
 #include <array>
 #include <cerrno>
@@ -13,10 +11,8 @@
 
 namespace {
 
-using Vexorel::PrismDrift::ScriptHelper;
-using Vexorel::PrismDrift::Host::basicSuite;
-using Vexorel::PrismDrift::Host::Error;
-using Vexorel::PrismDrift::Host::lastScriptError;
+namespace Host = Vexorel::PrismDrift::Host;
+using Host::Error;
 
 struct Close {
     void operator()(std::FILE* file) const { std::fclose(file); }
@@ -44,10 +40,14 @@ std::string runScript(const std::filesystem::path& file) {
     if (script.find('\0') != std::string::npos) {
         throw Error("the script '" + file.string() + "' is no text: it holds a zero byte");
     }
-    const std::string result =
-        ScriptHelper::RunSriptAndGetStringResult(basicSuite(), script.c_str());
-    if (!lastScriptError().empty()) {
-        throw Error("the script '" + file.string() + "' failed: " + lastScriptError());
+    std::string result;
+    try {
+        result = Host::runScript(script);
+    } catch (const Error& error) {
+        throw Error("the script '" + file.string() + "' failed: " + error.what());
     }
-    return ScriptHelper::TrimStringWhiteSpaces(result);
+    const char* whiteSpace = " \t\n\v\f\r";
+    result.erase(result.find_last_not_of(whiteSpace) + 1);
+    result.erase(0, result.find_first_not_of(whiteSpace));
+    return result;
 }

@@ -1,5 +1,6 @@
 #include "Host/Library/ScriptEngine.h"
 
+#include "Host/Library/Error.h"
 #include "Host/Library/Memory.h"
 
 #include <duktape.h>
@@ -104,11 +105,6 @@ Outcome run(const char* script) {
     return outcome;
 }
 
-std::string& lastError() {
-    static thread_local std::string text;
-    return text;
-}
-
 // The outcome's texts as handles; all or none.
 PF_Err handOver(const Outcome& outcome, AEGP_MemHandle* result, AEGP_MemHandle* error) {
     *result = outcome.failed ? nullptr : newTextHandle(outcome.text);
@@ -133,18 +129,25 @@ PF_Err executeScript(AEGP_PluginID /*plugin_id*/, const char* script, bool /*pla
         }
     }
     if (script == nullptr || result == nullptr || error == nullptr) {
-        lastError() = "there is no script, or no place for its texts";
         return PF_Err_BAD_CALLBACK_PARAM;
     }
-    lastError() = "there is not enough memory"; // unless what follows gets through
-    const Outcome outcome = run(script);
-    const PF_Err err = handOver(outcome, result, error);
-    if (err != PF_Err_OUT_OF_MEMORY) {
-        lastError() = outcome.failed ? outcome.text : std::string();
-    }
-    return err;
+    return handOver(run(script), result, error);
 } catch (const std::bad_alloc&) {
     return PF_Err_OUT_OF_MEMORY;
+}
+
+struct FreeText {
+    void operator()(AEGP_MemBlock* handle) const { memorySuite().AEGP_FreeMemHandle(handle); }
+};
+
+using Text = std::unique_ptr<AEGP_MemBlock, FreeText>;
+
+std::string copyOf(const Text& handle) {
+    void* text = nullptr;
+    if (handle) {
+        memorySuite().AEGP_LockMemHandle(handle.get(), &text);
+    }
+    return text != nullptr ? static_cast<const char*>(text) : std::string();
 }
 
 } // namespace
@@ -154,8 +157,19 @@ const AEGP_UtilitySuite5& utilitySuite() {
     return suite;
 }
 
-const std::string& lastScriptError() {
-    return lastError();
+std::string runScript(const std::string& script) {
+    AEGP_MemHandle result = nullptr;
+    AEGP_MemHandle error = nullptr;
+    const PF_Err err = utilitySuite().AEGP_ExecuteScript(0, script.c_str(), false, &result, &error);
+    const Text resultText(result);
+    const Text errorText(error);
+    if (err == PF_Err_OUT_OF_MEMORY) {
+        throw std::bad_alloc();
+    }
+    if (err != PF_Err_NONE) {
+        throw Error(copyOf(errorText), err);
+    }
+    return copyOf(resultText);
 }
 
 } // namespace Vexorel::PrismDrift::Host

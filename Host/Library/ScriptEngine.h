@@ -22,8 +22,8 @@ namespace Vexorel::PrismDrift::Host {
 /// PF_Err_OUT_OF_MEMORY and two nulls.
 const AEGP_UtilitySuite5& utilitySuite();
 
-/// The error text of the last script that this thread ran; empty if that script ended well. For
-/// those who get the result from a helper that tells no more than that there is none.
-const std::string& lastScriptError();
+/// Runs a script as an effect does, through that suite and the handles that it leaves, and gives
+/// the value's text up to its first zero byte. Throws Error with the error's text if it fails.
+std::string runScript(const std::string& script);
 
 } // namespace Vexorel::PrismDrift::Host
