@@ -16,7 +16,8 @@ namespace Vexorel::PrismDrift::Testing {
 
 constexpr double pi = 3.14159265358979323846;
 
-template <class Value> auto partsOf(const Value& value) {
+template <class Value>
+auto partsOf(const Value& value) {
     std::array<double, sizeof(Value) / sizeof(double)> parts;
     std::memcpy(parts.data(), &value, sizeof(Value));
     return parts;
@@ -40,7 +41,8 @@ testing::AssertionResult isSame(const Value& actual, const Value& expected) {
 class Random {
 public:
     double operator()(double range = 10.0) { return mDistribution(mEngine) * range; }
-    template <class Value> Value make(double range = 10.0) {
+    template <class Value>
+    Value make(double range = 10.0) {
         decltype(partsOf(std::declval<Value>())) parts;
         std::generate(parts.begin(), parts.end(), [&] { return (*this)(range); });
         return std::apply([](auto... part) { return Value(part...); }, parts);
