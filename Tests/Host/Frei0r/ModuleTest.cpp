@@ -25,15 +25,6 @@ extern "C" {
 
 using namespace Vexorel::PrismDrift;
 
-#ifdef __SANITIZE_THREAD__
-// The software driver's own fences: its threads lock what another destroys, in code that the
-// sanitizer doesn't see into. Only what has a frame of the driver on its stack is left out.
-extern "C" const char* __tsan_default_suppressions();  // NOLINT(bugprone-reserved-identifier)
-extern "C" const char* __tsan_default_suppressions() { // NOLINT(bugprone-reserved-identifier)
-    return "race:swrast_dri.so\n";
-}
-#endif
-
 namespace {
 
 class Module {
