@@ -1,0 +1,129 @@
+// The functions that a frei0r host calls. Nothing is thrown at it: what fails is told on standard
+// error and leaves things as they were.
+
+// The header leaves out the linkage and the visibility that its functions need.
+#pragma GCC visibility push(default)
+extern "C" {
+#include <frei0r.h>
+}
+#pragma GCC visibility pop
+
+#include "Host/Frei0r/Instance.h"
+
+#include <cstring>
+#include <exception>
+
+using namespace Vexorel::PrismDrift::Host;
+
+namespace {
+
+template <typename Body>
+void guarded(const Body& body) noexcept {
+    try {
+        body();
+    } catch (const std::exception& error) {
+        warnOnce(error.what());
+    }
+}
+
+// The control with this number, or null, as hosts may ask for more than there are.
+const Control* controlAt(int index) {
+    const std::vector<Control>& controls = SharedEffect::get().controls();
+    return index >= 0 && static_cast<std::size_t>(index) < controls.size()
+               ? &controls[static_cast<std::size_t>(index)]
+               : nullptr;
+}
+
+Instance& instanceOf(f0r_instance_t instance) {
+    return *static_cast<Instance*>(instance);
+}
+
+} // namespace
+
+// 1, as some hosts take 0 for a failure and some a number below it.
+int f0r_init() {
+    guarded([] { SharedEffect::get().begin(); });
+    return 1;
+}
+
+void f0r_deinit() {
+    guarded([] { SharedEffect::get().end(); });
+}
+
+void f0r_get_plugin_info(f0r_plugin_info_t* info) {
+    *info = {};
+    info->name = "Prism Drift";
+    info->author = "Vexorel";
+    info->plugin_type = F0R_PLUGIN_TYPE_FILTER;
+    info->color_model = F0R_COLOR_MODEL_RGBA8888;
+    info->frei0r_version = FREI0R_MAJOR_VERSION;
+    info->major_version = PRISMDRIFT_VERSION_MAJOR;
+    info->minor_version = PRISMDRIFT_VERSION_MINOR;
+    info->explanation = "Moves the red, green and blue channels apart, each with a scale and a "
+                        "lightness of its own";
+    guarded([&] { info->num_params = static_cast<int>(SharedEffect::get().controls().size()); });
+}
+
+void f0r_get_param_info(f0r_param_info_t* info, int index) {
+    *info = {};
+    guarded([&] {
+        if (const Control* control = controlAt(index)) {
+            info->name = control->name.c_str();
+            info->type = control->isText() ? F0R_PARAM_STRING : F0R_PARAM_DOUBLE;
+            info->explanation = control->explanation.c_str();
+        }
+    });
+}
+
+f0r_instance_t f0r_construct(unsigned int width, unsigned int height) {
+    f0r_instance_t instance = nullptr;
+    guarded([&] { instance = new Instance(width, height); });
+    return instance;
+}
+
+void f0r_destruct(f0r_instance_t instance) {
+    delete static_cast<Instance*>(instance);
+}
+
+void f0r_set_param_value(f0r_instance_t instance, f0r_param_t param, int index) {
+    guarded([&] {
+        const Control* control = controlAt(index);
+        if (control == nullptr || param == nullptr) {
+            return;
+        }
+        if (control->isText()) {
+            f0r_param_string text = nullptr;
+            std::memcpy(&text, param, sizeof text);
+            instanceOf(instance).setText(static_cast<std::size_t>(index), text);
+        } else {
+            double position = 0.0;
+            std::memcpy(&position, param, sizeof position);
+            instanceOf(instance).setPosition(static_cast<std::size_t>(index), position);
+        }
+    });
+}
+
+void f0r_get_param_value(f0r_instance_t instance, f0r_param_t param, int index) {
+    guarded([&] {
+        const Control* control = controlAt(index);
+        if (control == nullptr || param == nullptr) {
+            return;
+        }
+        if (control->isText()) {
+            const char* text = instanceOf(instance).text(static_cast<std::size_t>(index));
+            std::memcpy(param, &text, sizeof text);
+        } else {
+            const double position = instanceOf(instance).position(static_cast<std::size_t>(index));
+            std::memcpy(param, &position, sizeof position);
+        }
+    });
+}
+
+// The effect doesn't depend on the time, which hosts fill in as they like.
+void f0r_update(f0r_instance_t instance, double /*time*/, const uint32_t* inframe,
+                uint32_t* outframe) {
+    guarded([&] {
+        instanceOf(instance).update(reinterpret_cast<const std::uint8_t*>(inframe),
+                                    reinterpret_cast<std::uint8_t*>(outframe));
+    });
+}
