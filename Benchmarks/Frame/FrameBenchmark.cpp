@@ -15,7 +15,6 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <memory>
@@ -29,12 +28,17 @@ namespace {
 
 /// As little of a host as a frame needs, so that the time is the effect's.
 struct Host {
-    PF_HandleSuite1 handles{[](std::size_t size) { return new (void*)(std::malloc(size)); },
+    /// The one block that a frame asks for, kept from frame to frame: what a host's memory costs is
+    /// the host's affair.
+    std::vector<char> block;
+    void* blockAddress = nullptr;
+    PF_HandleSuite1 handles{[](std::size_t size) {
+                                host().block.resize(std::max(size, host().block.size()));
+                                host().blockAddress = host().block.data();
+                                return &host().blockAddress;
+                            },
                             [](PF_Handle handle) { return *handle; }, [](PF_Handle) {},
-                            [](PF_Handle handle) {
-                                std::free(*handle);
-                                delete handle;
-                            }};
+                            [](PF_Handle) {}};
     SPBasicSuite basic{[](const char*, std::int32_t, void** suite) {
                            *suite = &host().handles;
                            return std::int32_t{0};
