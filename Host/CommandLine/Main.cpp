@@ -7,8 +7,8 @@
 #include "Host/CommandLine/Usage.h"
 #include "Host/Library/Effect.h"
 #include "Host/Library/Error.h"
-#include "Host/Library/Picture.h"
-#include "Host/Library/ReplaceFile.h"
+#include "Host/Media/Picture.h"
+#include "Host/Media/ReplaceFile.h"
 
 #include <iostream>
 #include <memory>

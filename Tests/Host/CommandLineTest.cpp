@@ -1,6 +1,6 @@
 // The program as its users meet it: run as a child process, looked at from outside.
 
-#include "Host/Library/Picture.h"
+#include "Host/Media/Picture.h"
 #include "Tests/Host/ScratchFolder.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-#include "Host/Library/Picture.h"
+#include "Host/Media/Picture.h"
 
 #include "Host/Library/Error.h"
 #include "Tests/Host/ScratchFolder.h"

@@ -1,7 +1,7 @@
 #pragma once
 
-/// FFmpeg's libraries as the host library uses them: owners for their objects, and their messages
-/// kept for ours. Internal to the host library.
+/// FFmpeg's libraries as the media library uses them: owners for their objects, and their messages
+/// kept for ours. Internal to the media library.
 
 #include <memory>
 #include <string>

@@ -1,4 +1,4 @@
-#include "Host/Library/PixelConversion.h"
+#include "Host/Media/PixelConversion.h"
 
 #include "Host/Library/Error.h"
 

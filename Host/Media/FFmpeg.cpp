@@ -1,4 +1,4 @@
-#include "Host/Library/FFmpeg.h"
+#include "Host/Media/FFmpeg.h"
 
 #include <algorithm>
 #include <array>

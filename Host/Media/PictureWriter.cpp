@@ -1,8 +1,8 @@
-#include "Host/Library/Picture.h"
+#include "Host/Media/Picture.h"
 
 #include "Host/Library/Error.h"
-#include "Host/Library/PixelConversion.h"
-#include "Host/Library/ReplaceFile.h"
+#include "Host/Media/PixelConversion.h"
+#include "Host/Media/ReplaceFile.h"
 
 #include <algorithm>
 #include <array>

@@ -1,13 +1,13 @@
 #pragma once
 
-/// Between FFmpeg's frames and worlds of 8 bits a channel. Internal to the host library.
+/// Between FFmpeg's frames and worlds of 8 bits a channel. Internal to the media library.
 ///
 /// RGB, gray and palette pixels are converted exactly: 8 bits keep their value, other depths are
 /// rounded to the nearest. YUV goes by the frame's own matrix and range (BT.601 where it names no
 /// matrix), with its chroma interpolated.
 
-#include "Host/Library/FFmpeg.h"
 #include "Host/Library/World.h"
+#include "Host/Media/FFmpeg.h"
 
 namespace Vexorel::PrismDrift::Host {
 

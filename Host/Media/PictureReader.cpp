@@ -1,7 +1,7 @@
-#include "Host/Library/Picture.h"
+#include "Host/Media/Picture.h"
 
 #include "Host/Library/Error.h"
-#include "Host/Library/PixelConversion.h"
+#include "Host/Media/PixelConversion.h"
 
 #include <cerrno>
 #include <cstring>
