@@ -1,6 +1,7 @@
 #include "Host/CommandLine/Arguments.h"
 
 #include "Host/CommandLine/Usage.h"
+#include "Host/Library/Error.h"
 #include "Host/Library/Number.h"
 
 #include <CLI/CLI.hpp>
@@ -10,7 +11,9 @@
 
 namespace {
 
-using Vexorel::PrismDrift::Host::parseNumber;
+namespace Host = Vexorel::PrismDrift::Host;
+
+using Host::parseNumber;
 
 constexpr double largestDownsample = 65536;
 constexpr std::size_t helpColumn = 28; // where the help's second column starts
@@ -51,6 +54,7 @@ public:
         mApp.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
         addPositionals();
         addParameters();
+        addClips();
         addOthers();
     }
 
@@ -85,9 +89,10 @@ public:
         found.listParameters = mListParameters;
         found.about = mAbout;
         found.quiet = mQuiet;
+        found.progress = progress();
         found.downsample = downsample();
-        found.input = mInput;
-        found.output = mOutput;
+        found.input = input();
+        found.output = output();
         found.script = mScript;
         for (std::size_t i = 0; i < mOptions.size(); ++i) {
             if (mApp.get_option(mOptions[i].name)->count() > 0) {
@@ -109,9 +114,13 @@ public:
 
 private:
     void addPositionals() {
-        mApp.add_option("INPUT", mInput, "The picture to read: a local file")->type_name("");
+        mApp.add_option("INPUT", mInput,
+                        wrapped("A picture, a sequence such as in.%04d.png or in.####.png, a "
+                                "video file, or - for standard input"))
+            ->type_name("");
         mApp.add_option("OUTPUT", mOutput,
-                        wrapped("The picture to write, in the format of its name's ending"))
+                        wrapped("The same, in the format of its name's ending; - is standard "
+                                "output"))
             ->type_name("");
     }
 
@@ -124,25 +133,56 @@ private:
         }
     }
 
+    void addText(const char* group, const char* name, std::string& text, const char* takes,
+                 const char* meaning) {
+        mApp.add_option(name, text, wrapped(meaning))->type_name(takes)->group(group);
+    }
+
+    void addClips() {
+        const char* group = "Input";
+        addText(group, "--frames", mFrames, "RANGE",
+                "Only these frames, 10-99 or 1-100x2,200: a sequence's by its numbers, a video's "
+                "counted from 0");
+        addText(group, "--missing", mMissing, "skip|hold",
+                "What a sequence lacks is left out, or the picture before stands for it");
+        addText(group, "--framerate", mFrameRate, "RATE",
+                "Frames a second of a sequence or a raw pipe; 25 unless given");
+        addText(group, "--input-format", mInputFormat, "FORMAT",
+                "The input's format by ffmpeg's name, rawvideo for one");
+        addText(group, "--video-size", mVideoSize, "WIDTHxHEIGHT", "Of raw input");
+        addText(group, "--pixel-format", mPixelFormat, "FORMAT",
+                "Of raw input, by ffmpeg's name, rgba for one");
+        group = "Output";
+        addText(group, "--codec", mCodec, "NAME",
+                "h264, hevc, prores, qtrle, png, vp9 or ffv1, as the file takes it; the input's "
+                "own or what suits unless given");
+        addText(group, "--quality", mQuality, "0-100",
+                "Of h264, hevc and vp9: 75 unless given, more is better and larger");
+        addText(group, "--output-format", mOutputFormat, "FORMAT",
+                "rawvideo, yuv4mpegpipe, nut, matroska, a picture's ending and the like; for pipes "
+                "and names without an ending");
+        addText(group, "--output-pixel-format", mOutputPixelFormat, "FORMAT",
+                "Of the written video, by ffmpeg's name");
+    }
+
     void addOthers() {
-        mApp.add_option(
-                "--downsample", mDownsample,
-                wrapped("The picture stands for one N times as large: distances are divided by N"))
-            ->type_name("N")
-            ->group("Rendering");
-        mApp.add_option("--plugin", mPlugin, "The plug-in to load instead of the program's own")
-            ->type_name("FILE")
-            ->group("Rendering");
+        const char* group = "Rendering";
+        addText(group, "--downsample", mDownsample, "N",
+                "The picture stands for one N times as large: distances are divided by N");
+        addText(group, "--plugin", mPlugin, "FILE",
+                "The plug-in to load instead of the program's own");
         addFlag("--list-parameters", mListParameters,
                 "Print what the effect publishes about its parameters");
         addFlag("--about", mAbout, "Print what the effect says about itself");
-        mApp.add_option("--script", mScript,
-                        wrapped("Run the script in FILE and print its value as text"))
-            ->type_name("FILE")
-            ->group("Information");
-        addFlag("--version", mVersion, "Print the versions of the program and its effect");
+        group = "Information";
+        addText(group, "--script", mScript, "FILE",
+                "Run the script in FILE and print its value as text");
+        addFlag("--version", mVersion, "Print the versions of the program and what it runs on");
         addFlag("--help,-h", mHelp, "Print this help");
-        addFlag("--quiet", mQuiet, "Print errors only, no warnings");
+        addText(group, "--progress", mProgress, "bar|lines|kv|none",
+                "How to tell on standard error how far it is: kv is ffmpeg's key=value blocks; a "
+                "bar on a terminal, else a line every few seconds, unless given");
+        addFlag("--quiet", mQuiet, "Print errors only, no warnings and no progress");
         addFlag("--verbose", mVerbose, "Show what the plug-in itself prints, too");
     }
 
@@ -214,6 +254,73 @@ private:
         return all;
     }
 
+    [[noreturn]] static void refuse(const std::string& option, const std::string& takes,
+                                    const std::string& text) {
+        throw UsageError(option + " takes " + takes + ", not '" + text + "'");
+    }
+
+    Host::ClipInput input() const {
+        Host::ClipInput clip;
+        clip.file = mInput;
+        clip.format = mInputFormat;
+        clip.videoSize = mVideoSize;
+        clip.pixelFormat = mPixelFormat;
+        clip.frameRate = mFrameRate;
+        if (!mFrameRate.empty()) {
+            try {
+                Host::frameRateFrom(mFrameRate);
+            } catch (const Host::Error& error) {
+                throw UsageError(std::string("--framerate: ") + error.what());
+            }
+        }
+        if (!mFrames.empty()) {
+            const auto frames = Host::FrameNumbers::parse(mFrames);
+            if (!frames) {
+                refuse("--frames", "numbers and ranges such as 10-99 or 1-100x2,200", mFrames);
+            }
+            clip.frames = *frames;
+        }
+        if (mMissing == "skip") {
+            clip.missing = Host::Missing::Skip;
+        } else if (mMissing == "hold") {
+            clip.missing = Host::Missing::Hold;
+        } else if (!mMissing.empty()) {
+            refuse("--missing", "skip or hold", mMissing);
+        }
+        return clip;
+    }
+
+    Host::ClipOutput output() const {
+        Host::ClipOutput clip;
+        clip.file = mOutput;
+        clip.format = mOutputFormat;
+        clip.codec = mCodec;
+        clip.pixelFormat = mOutputPixelFormat;
+        if (!mQuality.empty()) {
+            clip.quality = parseNumber(mQuality);
+            if (!clip.quality || *clip.quality < 0 || *clip.quality > 100) {
+                refuse("--quality", "a number from 0 to 100", mQuality);
+            }
+        }
+        return clip;
+    }
+
+    std::optional<ProgressStyle> progress() const {
+        const std::pair<const char*, ProgressStyle> styles[] = {{"bar", ProgressStyle::Bar},
+                                                                {"lines", ProgressStyle::Lines},
+                                                                {"kv", ProgressStyle::KeyValue},
+                                                                {"none", ProgressStyle::None}};
+        for (const auto& [name, style] : styles) {
+            if (mProgress == name) {
+                return style;
+            }
+        }
+        if (!mProgress.empty()) {
+            refuse("--progress", "bar, lines, kv or none", mProgress);
+        }
+        return std::nullopt;
+    }
+
     std::uint32_t downsample() const {
         const auto number = parseNumber(mDownsample);
         if (!number || *number != std::floor(*number) || *number < 1 ||
@@ -227,6 +334,8 @@ private:
     const std::vector<ParameterOption>& mOptions;
     CLI::App mApp{"Shifts the red, green and blue of a picture apart.", "prismdrift"};
     std::string mInput, mOutput, mPlugin, mScript, mDownsample = "1", mProblem;
+    std::string mFrames, mMissing, mFrameRate, mInputFormat, mVideoSize, mPixelFormat;
+    std::string mCodec, mQuality, mOutputFormat, mOutputPixelFormat, mProgress;
     std::vector<std::string> mTexts;
     bool mListParameters = false, mAbout = false, mVersion = false, mHelp = false, mQuiet = false,
          mVerbose = false;

@@ -3,6 +3,8 @@
 /// What the program was asked to do, read from its command line.
 
 #include "Host/CommandLine/ParameterOptions.h"
+#include "Host/CommandLine/Progress.h"
+#include "Host/Media/Clip.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -27,8 +29,11 @@ struct Arguments {
     bool listParameters = false;
     bool about = false;
     bool quiet = false;
+    std::optional<ProgressStyle> progress; ///< nothing: the one that suits
     std::uint32_t downsample = 1;
-    std::filesystem::path input, output, script;
+    Vexorel::PrismDrift::Host::ClipInput input;
+    Vexorel::PrismDrift::Host::ClipOutput output; ///< without its descriptor and its warnings
+    std::filesystem::path script;
     /// The options for parameters that were given, each with its text; a later one stands.
     std::vector<std::pair<const ParameterOption*, std::string>> values;
 };

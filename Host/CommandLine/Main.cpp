@@ -1,16 +1,21 @@
-// The program prismdrift: renders a still picture with the effect.
+// The program prismdrift: renders pictures, sequences and video with the effect.
 
 #include "Host/CommandLine/Arguments.h"
 #include "Host/CommandLine/PluginSearch.h"
+#include "Host/CommandLine/Progress.h"
+#include "Host/CommandLine/RenderClip.h"
 #include "Host/CommandLine/RunScript.h"
 #include "Host/CommandLine/StandardOutput.h"
 #include "Host/CommandLine/Usage.h"
 #include "Host/Library/Effect.h"
 #include "Host/Library/Error.h"
-#include "Host/Media/Picture.h"
-#include "Host/Media/ReplaceFile.h"
+#include "Host/Media/Clip.h"
+#include "Host/Media/SequencePattern.h"
 
+#include <csignal>
 #include <iostream>
+#include <limits>
+#include <malloc.h>
 #include <memory>
 
 namespace {
@@ -57,47 +62,59 @@ std::string information(const EarlyArguments& early) {
     return text + "effect: " + about.substr(0, about.find('\n')) + "\n";
 }
 
-// Before any work is done: a name that no format can be read from is wrong usage, the rest is not.
-void checkOutput(const std::filesystem::path& output) {
-    std::error_code ignored;
-    if (!std::filesystem::is_directory(output, ignored)) {
-        try {
-            Host::checkPictureName(output);
-        } catch (const Host::Error& error) {
-            throw UsageError(error.what());
-        }
+// What makes no sense whatever the files hold is wrong usage.
+void checkUsage(const Arguments& arguments) {
+    try {
+        Host::checkClipOutput(arguments.output);
+        Host::SequencePattern::of(arguments.input.file);
+    } catch (const Host::Error& error) {
+        throw UsageError(error.what());
     }
-    Host::checkReplaceable(output);
 }
 
-void render(Host::Effect& effect, const Arguments& arguments) {
+void sayInterrupted(const Arguments& arguments, std::int64_t frames) {
+    if (!arguments.quiet) {
+        std::cerr << "prismdrift: interrupted after " << frames
+                  << (frames == 1 ? " frame" : " frames")
+                  << (frames == 0 ? "; nothing is written\n" : ", which are written\n");
+    }
+}
+
+// The signal that ended it early, 0 for none.
+int render(Host::Effect& effect, const Arguments& arguments, const StandardOutput& standardOutput) {
     Host::ParameterValues values = effect.defaultValues();
     for (const auto& [option, text] : arguments.values) {
         option->apply(text, values);
     }
-    checkOutput(arguments.output);
-    Host::Picture picture = Host::readPicture(arguments.input);
-    Host::FrameSettings settings;
-    settings.downsample = arguments.downsample;
-    Host::World result(picture.world.width(), picture.world.height());
-    effect.render(picture.world, result, values, settings);
-    picture.world = std::move(result);
-    const std::string warning = Host::writePicture(arguments.output, picture);
-    if (!warning.empty() && !arguments.quiet) {
-        std::cerr << "prismdrift: warning: " << warning << "\n";
+    checkUsage(arguments);
+    const auto reader = Host::openClip(arguments.input);
+    const Host::ClipProperties& clip = reader->properties();
+    Progress progress(arguments.quiet ? ProgressStyle::None
+                                      : arguments.progress.value_or(automaticProgress()),
+                      !arguments.quiet, clip.expected);
+    Host::ClipOutput output = arguments.output;
+    output.standardOutput = standardOutput.descriptor();
+    output.warn = [&](const std::string& text) { progress.warn(text); };
+    const auto writer = Host::openClipWriter(output, arguments.input, *reader);
+    const int signal =
+        renderClip({effect, values, arguments.downsample, *reader, *writer, progress});
+    progress.finish();
+    if (signal != 0) {
+        sayInterrupted(arguments, progress.frames());
     }
+    return signal;
 }
 
-void run(int count, const char* const* words) {
+int run(int count, const char* const* words) {
     const EarlyArguments early = readEarlyArguments(count, words);
     const StandardOutput output(early.verbose);
     if (early.help || early.version) {
         output.write(information(early));
-        return;
+        return Done;
     }
     if (early.script) { // needs no effect
         output.write(runScript(readArguments(count, words, {}).script) + "\n");
-        return;
+        return Done;
     }
     Host::Effect effect(pluginFor(early));
     const std::vector<ParameterOption> options = parameterOptions(effect.parameters());
@@ -106,9 +123,18 @@ void run(int count, const char* const* words) {
         output.write(effect.about() + "\n");
     } else if (arguments.listParameters) {
         output.write(parameterTable(effect.parameters()));
-    } else {
-        render(effect, arguments);
+    } else if (const int signal = render(effect, arguments, output); signal != 0) {
+        constexpr int interrupted = 128; // as shells count it
+        return interrupted + signal;
     }
+    return Done;
+}
+
+// Frames come and go in buffers of megabytes: memory that the system takes back after each frame,
+// and clears before the next, costs more than it saves.
+void keepMemory() {
+    mallopt(M_MMAP_THRESHOLD, std::numeric_limits<int>::max());
+    mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
 }
 
 int complain(const char* text, ExitStatus status) {
@@ -119,9 +145,10 @@ int complain(const char* text, ExitStatus status) {
 } // namespace
 
 int main(int count, char** words) {
+    keepMemory();
+    std::signal(SIGPIPE, SIG_IGN); // a closed pipe is an error to tell
     try {
-        run(count, words);
-        return Done;
+        return run(count, words);
     } catch (const UsageError& error) {
         return complain(error.what(), WrongUsage);
     } catch (const std::bad_alloc&) {

@@ -17,6 +17,9 @@ public:
     /// Writes all of it. Throws Error where that fails, a full disk for example.
     void write(std::string_view text) const;
 
+    /// Where it led, for pictures; below 0 if it was closed.
+    int descriptor() const { return mDescriptor; }
+
 private:
     int mDescriptor;
     int mOpenError = 0;

@@ -33,13 +33,17 @@ FFmpegMessages::FFmpegMessages() {
     firstError.clear();
 }
 
-std::string FFmpegMessages::reason(int code) const {
+std::string FFmpegMessages::reason(int code) {
     if (!firstError.empty()) {
         return firstError;
     }
     std::array<char, AV_ERROR_MAX_STRING_SIZE> text{};
     av_strerror(code, text.data(), text.size());
     return text.data();
+}
+
+const std::string& FFmpegMessages::firstMessage() {
+    return firstError;
 }
 
 } // namespace Vexorel::PrismDrift::Host

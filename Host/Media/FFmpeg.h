@@ -44,7 +44,10 @@ public:
     ~FFmpegMessages() = default;
 
     /// Why a call gave `code`: the first error that was logged, else the code's own meaning.
-    std::string reason(int code) const;
+    static std::string reason(int code);
+
+    /// The first error that was logged on this thread since the newest object was made.
+    static const std::string& firstMessage();
 };
 
 } // namespace Vexorel::PrismDrift::Host

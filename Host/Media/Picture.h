@@ -6,8 +6,11 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <vector>
+
+struct AVFrame;
 
 namespace Vexorel::PrismDrift::Host {
 
@@ -15,12 +18,18 @@ struct Picture {
     World world;
     /// The ICC profile of its colours, empty for none; only profiles of RGB colours are kept.
     std::vector<std::uint8_t> colorProfile;
+    /// What its file says of it beside the pixels, as FFmpeg keeps it; null for none.
+    std::shared_ptr<const AVFrame> source = nullptr;
 };
 
 /// Reads the first picture of a local file, whole; it may be written to afterwards. Alpha is kept,
-/// and opaque where the file has none. Throws Error, which names the file and the reason; a picture
+/// and opaque where the file has none; a picture that is to be turned to stand upright is turned.
+/// Throws Error, which names the file and the reason; a picture
 /// that breaks off is an error.
 Picture readPicture(const std::filesystem::path& file);
+
+/// The bits of the deepest channel of the picture's file, 8 where that isn't known.
+int depthOf(const Picture& picture);
 
 /// Throws Error unless the file's name ends in a format that can be written.
 void checkPictureName(const std::filesystem::path& file);
@@ -29,5 +38,11 @@ void checkPictureName(const std::filesystem::path& file);
 /// without loss; the file appears whole or not at all. Gives a warning, in one line, where
 /// something of the picture got lost, else an empty text. Throws Error.
 std::string writePicture(const std::filesystem::path& file, const Picture& picture);
+
+/// The same by the ending alone, "png" for one. `encodedPicture` gives the bytes of a file and
+/// throws Error.
+bool isPictureEnding(const std::string& ending);
+bool pictureKeepsAlpha(const std::string& ending);
+std::vector<std::uint8_t> encodedPicture(const std::string& ending, const Picture& picture);
 
 } // namespace Vexorel::PrismDrift::Host

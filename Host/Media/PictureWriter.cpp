@@ -3,6 +3,7 @@
 #include "Host/Library/Error.h"
 #include "Host/Media/PixelConversion.h"
 #include "Host/Media/ReplaceFile.h"
+#include "Host/Media/VideoFormats.h"
 
 #include <algorithm>
 #include <array>
@@ -49,23 +50,33 @@ constexpr std::array formats = {
     Format{"qoi", "QOI", "qoi", ""},
 };
 
-const Format& formatOf(const fs::path& file) {
-    std::string ending = file.extension().string();
+// The format with this ending, in either case, null for none. Adds the endings that are there to
+// `known`.
+const Format* formatFor(std::string ending, std::string& known) {
     std::transform(ending.begin(), ending.end(), ending.begin(), [](char character) {
         return static_cast<char>(std::tolower(static_cast<unsigned char>(character)));
     });
-    std::string known;
     for (const Format& format : formats) {
         if (avcodec_find_encoder_by_name(format.encoder) == nullptr) {
             continue;
         }
         if (ending == std::string(".") + format.ending) {
-            return format;
+            return &format;
         }
         known += (known.empty() ? "." : ", .") + std::string(format.ending);
     }
-    throw Error("cannot write '" + file.string() +
-                "': the name must end in the format to write, one of " + known);
+    return nullptr;
+}
+
+const Format& formatOf(const fs::path& file) {
+    std::string known;
+    const Format* format = formatFor(file.extension().string(), known);
+    if (format == nullptr) {
+        throw Error("cannot write '" + file.string() +
+                    "': the name must end in the format to write, one of " + known + ", " +
+                    containerEndings());
+    }
+    return *format;
 }
 
 // The encoder's format that loses nothing of the picture, or else the least.
@@ -143,6 +154,27 @@ bool keepsAlpha(const Format& format) {
 }
 
 } // namespace
+
+std::vector<std::uint8_t> encodedPicture(const std::string& ending, const Picture& picture) {
+    std::string known;
+    const Format* format = formatFor("." + ending, known);
+    if (format == nullptr) {
+        throw Error("'" + ending + "' is no format of pictures");
+    }
+    const auto packet = encode(*format, picture, hasAlpha(picture.world));
+    return {packet->data, packet->data + packet->size};
+}
+
+bool isPictureEnding(const std::string& ending) {
+    std::string known;
+    return formatFor("." + ending, known) != nullptr;
+}
+
+bool pictureKeepsAlpha(const std::string& ending) {
+    std::string known;
+    const Format* format = formatFor("." + ending, known);
+    return format != nullptr && keepsAlpha(*format);
+}
 
 void checkPictureName(const fs::path& file) {
     formatOf(file);

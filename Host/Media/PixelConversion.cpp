@@ -57,6 +57,20 @@ int componentOf(const AVPixFmtDescriptor& descriptor, int channel) {
     return descriptor.nb_components < 3 ? 0 : channel - 1;
 }
 
+// Whether a component is a byte of its own, as it is.
+bool isPlainByte(const AVComponentDescriptor& component, const AVPixFmtDescriptor& descriptor) {
+    return component.depth == 8 && component.shift == 0 &&
+           (descriptor.flags & (AV_PIX_FMT_FLAG_BITSTREAM | AV_PIX_FMT_FLAG_PAL)) == 0;
+}
+
+void copyBytes(const std::uint8_t* from, int step, std::uint8_t* to, int count) {
+    for (int x = 0; x < count; ++x) {
+        *to = *from;
+        from += step;
+        to += channels;
+    }
+}
+
 void convertComponents(const AVFrame& frame, const AVPixFmtDescriptor& descriptor, World& world) {
     const bool inverted = frame.format == AV_PIX_FMT_MONOWHITE;
     std::array<std::vector<std::uint8_t>, channels> tables;
@@ -78,6 +92,13 @@ void convertComponents(const AVFrame& frame, const AVPixFmtDescriptor& descripto
                 for (int x = 0; x < frame.width; ++x, to += channels) {
                     *to = 255;
                 }
+                continue;
+            }
+            const AVComponentDescriptor& place = descriptor.comp[component];
+            if (isPlainByte(place, descriptor)) {
+                copyBytes(frame.data[place.plane] +
+                              std::ptrdiff_t{y} * frame.linesize[place.plane] + place.offset,
+                          place.step, to, frame.width);
                 continue;
             }
             av_read_image_line2(line.data(), planes.data(), frame.linesize, &descriptor, 0, y,
@@ -109,39 +130,19 @@ AVPixelFormat withoutRange(AVPixelFormat format) {
     }
 }
 
-const int* matrixOf(const AVFrame& frame) {
-    const AVColorSpace space = frame.colorspace;
+const int* coefficientsOf(AVColorSpace space) {
     return sws_getCoefficients(space == AVCOL_SPC_UNSPECIFIED || space == AVCOL_SPC_RGB
                                    ? SWS_CS_DEFAULT
                                    : static_cast<int>(space));
-}
-
-FFmpegPtr<SwsContext> scaler(int width, int height, AVPixelFormat from, AVPixelFormat to) {
-    return owned(sws_getContext(width, height, from, width, height, to, scalerFlags, nullptr,
-                                nullptr, nullptr));
-}
-
-void convertScaled(const AVFrame& frame, World& world) {
-    const auto format = static_cast<AVPixelFormat>(frame.format);
-    const AVPixelFormat plain = withoutRange(format);
-    if (sws_isSupportedInput(plain) == 0) {
-        const char* name = av_get_pix_fmt_name(format);
-        throw Error(std::string("its pixel format ") + (name != nullptr ? name : "?") +
-                    " is not supported");
-    }
-    const auto context = scaler(frame.width, frame.height, plain, AV_PIX_FMT_ARGB);
-    const bool full = plain != format || frame.color_range == AVCOL_RANGE_JPEG;
-    sws_setColorspaceDetails(context.get(), matrixOf(frame), full ? 1 : 0,
-                             sws_getCoefficients(SWS_CS_DEFAULT), 1, 0, 1 << 16, 1 << 16);
-    std::uint8_t* const rows[] = {world.row(0)};
-    const int strides[] = {static_cast<int>(world.rowBytes())};
-    sws_scale(context.get(), frame.data, frame.linesize, 0, frame.height, rows, strides);
 }
 
 void fillPacked(const World& world, const AVPixFmtDescriptor& descriptor, AVFrame& frame) {
     for (int y = 0; y < frame.height; ++y) {
         const std::uint8_t* from = world.row(y);
         std::uint8_t* to = frame.data[0] + std::ptrdiff_t{y} * frame.linesize[0];
+        if (descriptor.comp[0].step > descriptor.nb_components) { // a byte that means nothing
+            std::memset(to, 255, static_cast<std::size_t>(frame.width * descriptor.comp[0].step));
+        }
         for (int x = 0; x < frame.width; ++x) {
             for (int component = 0; component < descriptor.nb_components; ++component) {
                 to[descriptor.comp[component].offset] =
@@ -153,54 +154,93 @@ void fillPacked(const World& world, const AVPixFmtDescriptor& descriptor, AVFram
     }
 }
 
-void fillScaled(const World& world, AVFrame& frame) {
-    const auto format = static_cast<AVPixelFormat>(frame.format);
-    const auto context = scaler(frame.width, frame.height, AV_PIX_FMT_ARGB, format);
-    sws_setColorspaceDetails(context.get(), sws_getCoefficients(SWS_CS_DEFAULT), 1,
-                             sws_getCoefficients(SWS_CS_ITU601), 1, 0, 1 << 16, 1 << 16);
-    const std::uint8_t* const rows[] = {world.row(0)};
-    const int strides[] = {static_cast<int>(world.rowBytes())};
-    sws_scale(context.get(), rows, strides, 0, frame.height, frame.data, frame.linesize);
-    frame.color_range = AVCOL_RANGE_JPEG;
-    frame.colorspace = AVCOL_SPC_BT470BG;
+// The formats that are taken apart here, without the scaler.
+bool isConvertedExactly(const AVFrame& frame, const AVPixFmtDescriptor& descriptor) {
+    const bool gray = descriptor.nb_components < 3 && frame.color_range != AVCOL_RANGE_MPEG;
+    const bool rgb = (descriptor.flags & AV_PIX_FMT_FLAG_RGB) != 0;
+    const bool odd = (descriptor.flags & (AV_PIX_FMT_FLAG_FLOAT | AV_PIX_FMT_FLAG_BAYER)) != 0 ||
+                     descriptor.comp[0].depth > 16;
+    return (gray || rgb) && !odd;
 }
 
 } // namespace
 
-World worldFromFrame(const AVFrame& frame) {
-    World world(frame.width, frame.height);
-    const AVPixFmtDescriptor* descriptor =
-        av_pix_fmt_desc_get(static_cast<AVPixelFormat>(frame.format));
-    if (descriptor == nullptr || (descriptor->flags & AV_PIX_FMT_FLAG_HWACCEL) != 0) {
-        throw Error("its pixel format is not supported");
+SwsContext* PixelConverter::scalerFor(const Scaling& scaling) {
+    if (mScaler == nullptr || !(scaling == mScaling)) {
+        mScaler = owned(sws_getContext(scaling.width, scaling.height, scaling.from, scaling.width,
+                                       scaling.height, scaling.to, scalerFlags, nullptr, nullptr,
+                                       nullptr));
+        mScaling = scaling;
+        const bool toWorld = scaling.to == AV_PIX_FMT_ARGB;
+        const int* plain = sws_getCoefficients(SWS_CS_DEFAULT);
+        const int* other = coefficientsOf(scaling.matrix);
+        const int full = scaling.full ? 1 : 0;
+        sws_setColorspaceDetails(mScaler.get(), toWorld ? other : plain, toWorld ? full : 1,
+                                 toWorld ? plain : other, toWorld ? 1 : full, 0, 1 << 16, 1 << 16);
     }
-    const bool gray = descriptor->nb_components < 3 && frame.color_range != AVCOL_RANGE_MPEG;
-    const bool rgb = (descriptor->flags & AV_PIX_FMT_FLAG_RGB) != 0;
-    const bool odd = (descriptor->flags & (AV_PIX_FMT_FLAG_FLOAT | AV_PIX_FMT_FLAG_BAYER)) != 0 ||
-                     descriptor->comp[0].depth > 16;
-    if (frame.format == AV_PIX_FMT_PAL8) {
+    return mScaler.get();
+}
+
+void PixelConverter::toWorld(const AVFrame& frame, World& world) {
+    const auto format = static_cast<AVPixelFormat>(frame.format);
+    const AVPixFmtDescriptor* descriptor = av_pix_fmt_desc_get(format);
+    const AVPixelFormat plain = withoutRange(format);
+    if (descriptor == nullptr || (descriptor->flags & AV_PIX_FMT_FLAG_HWACCEL) != 0 ||
+        (!isConvertedExactly(frame, *descriptor) && sws_isSupportedInput(plain) == 0)) {
+        throw Error(std::string("its pixel format ") +
+                    (descriptor != nullptr ? descriptor->name : "?") + " is not supported");
+    }
+    if (format == AV_PIX_FMT_PAL8) {
         convertPalette(frame, world);
-    } else if ((gray || rgb) && !odd) {
+    } else if (isConvertedExactly(frame, *descriptor)) {
         convertComponents(frame, *descriptor, world);
     } else {
-        convertScaled(frame, world);
+        const bool full = plain != format || frame.color_range == AVCOL_RANGE_JPEG;
+        SwsContext* scaler =
+            scalerFor({frame.width, frame.height, plain, AV_PIX_FMT_ARGB, frame.colorspace, full});
+        std::uint8_t* const rows[] = {world.row(0)};
+        const int strides[] = {static_cast<int>(world.rowBytes())};
+        sws_scale(scaler, frame.data, frame.linesize, 0, frame.height, rows, strides);
     }
+}
+
+void PixelConverter::fromWorld(const World& world, AVFrame& frame) {
+    const auto format = static_cast<AVPixelFormat>(frame.format);
+    if (isPackedRgb(format) || format == AV_PIX_FMT_BGR0) {
+        fillPacked(world, *av_pix_fmt_desc_get(format), frame);
+        return;
+    }
+    SwsContext* scaler = scalerFor({frame.width, frame.height, AV_PIX_FMT_ARGB, format,
+                                    frame.colorspace, frame.color_range == AVCOL_RANGE_JPEG});
+    const std::uint8_t* const rows[] = {world.row(0)};
+    const int strides[] = {static_cast<int>(world.rowBytes())};
+    sws_scale(scaler, rows, strides, 0, frame.height, frame.data, frame.linesize);
+}
+
+World worldFromFrame(const AVFrame& frame) {
+    World world(frame.width, frame.height);
+    PixelConverter().toWorld(frame, world);
     return world;
 }
 
-FFmpegPtr<AVFrame> frameFromWorld(const World& world, AVPixelFormat format) {
+FFmpegPtr<AVFrame> newFrame(int width, int height, AVPixelFormat format) {
     auto frame = owned(av_frame_alloc());
     frame->format = format;
-    frame->width = world.width();
-    frame->height = world.height();
+    frame->width = width;
+    frame->height = height;
     if (av_frame_get_buffer(frame.get(), 0) < 0) {
         throw std::bad_alloc();
     }
-    if (isPackedRgb(format)) {
-        fillPacked(world, *av_pix_fmt_desc_get(format), *frame);
-    } else {
-        fillScaled(world, *frame);
+    return frame;
+}
+
+FFmpegPtr<AVFrame> frameFromWorld(const World& world, AVPixelFormat format) {
+    auto frame = newFrame(world.width(), world.height(), format);
+    if (!isPackedRgb(format)) {
+        frame->color_range = AVCOL_RANGE_JPEG;
+        frame->colorspace = AVCOL_SPC_BT470BG;
     }
+    PixelConverter().fromWorld(world, *frame);
     return frame;
 }
 
@@ -221,6 +261,21 @@ bool isPackedRgb(AVPixelFormat format) {
     return descriptor != nullptr && (descriptor->flags & AV_PIX_FMT_FLAG_RGB) != 0 &&
            (descriptor->flags & AV_PIX_FMT_FLAG_PLANAR) == 0 && descriptor->nb_components >= 3 &&
            descriptor->comp[0].depth == 8 && descriptor->comp[0].step == descriptor->nb_components;
+}
+
+bool carriesAlpha(AVPixelFormat format) {
+    const AVPixFmtDescriptor* descriptor = av_pix_fmt_desc_get(format);
+    return descriptor != nullptr &&
+           ((descriptor->flags & AV_PIX_FMT_FLAG_ALPHA) != 0 || format == AV_PIX_FMT_PAL8);
+}
+
+int depthOf(AVPixelFormat format) {
+    const AVPixFmtDescriptor* descriptor = av_pix_fmt_desc_get(format);
+    int depth = 0;
+    for (int i = 0; descriptor != nullptr && i < descriptor->nb_components; ++i) {
+        depth = std::max(depth, descriptor->comp[i].depth);
+    }
+    return depth;
 }
 
 } // namespace Vexorel::PrismDrift::Host

@@ -43,60 +43,24 @@ private:
     sigset_t mBefore{};
 };
 
-// A new file beside the target, removed unless it becomes the target.
-class Temporary {
-public:
-    explicit Temporary(const fs::path& target) {
-        std::random_device random;
-        do {
-            mPath = target.parent_path() / (".prismdrift-" + std::to_string(random()));
-            mFile = open(mPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        } while (mFile < 0 && errno == EEXIST);
-        mError = mFile < 0 ? errno : 0;
-        mIsThere = mFile >= 0;
-    }
-    Temporary(const Temporary&) = delete;
-    Temporary& operator=(const Temporary&) = delete;
-    ~Temporary() {
-        if (mFile >= 0) {
-            close(mFile);
-        }
-        if (mIsThere) {
-            unlink(mPath.c_str());
-        }
-    }
+fs::path temporaryName(const fs::path& target) {
+    std::random_device random;
+    return target.parent_path() / (".prismdrift-" + std::to_string(random()));
+}
 
-    // Each gives 0 or an error number.
-    int error() const { return mError; }
-
-    int write(const char* bytes, std::size_t size) {
-        while (size > 0) {
-            const ssize_t written = ::write(mFile, bytes, size);
-            if (written < 0 && errno != EINTR) {
-                return errno;
-            }
-            if (written > 0) {
-                bytes += written;
-                size -= static_cast<std::size_t>(written);
-            }
-        }
-        return 0;
-    }
-
-    int become(const fs::path& target) {
-        if (close(std::exchange(mFile, -1)) != 0 || rename(mPath.c_str(), target.c_str()) != 0) {
+int writeAll(int descriptor, const char* bytes, std::size_t size) {
+    while (size > 0) {
+        const ssize_t written = write(descriptor, bytes, size);
+        if (written < 0 && errno != EINTR) {
             return errno;
         }
-        mIsThere = false;
-        return 0;
+        if (written > 0) {
+            bytes += written;
+            size -= static_cast<std::size_t>(written);
+        }
     }
-
-private:
-    fs::path mPath;
-    int mFile = -1;
-    int mError = 0;
-    bool mIsThere = false;
-};
+    return 0;
+}
 
 // Where the bytes go in the end.
 fs::path followed(const fs::path& target) {
@@ -132,21 +96,54 @@ void checkReplaceable(const fs::path& target) {
     }
 }
 
-void replaceFile(const fs::path& target, const void* bytes, std::size_t size) {
+NewFile::NewFile(const fs::path& target) : mTarget(target), mEnd(followed(target)) {
     checkReplaceable(target);
-    const fs::path end = followed(target);
+    constexpr mode_t mode = 0666;
+    mDescriptor = open(mEnd.parent_path().c_str(), O_RDWR | O_TMPFILE | O_CLOEXEC, mode);
+    while (mDescriptor < 0) { // a file system without nameless files
+        mTemporary = temporaryName(mEnd);
+        mDescriptor = open(mTemporary.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+        if (mDescriptor < 0 && errno != EEXIST) {
+            refuse(mTarget, errno);
+        }
+    }
+}
+
+NewFile::~NewFile() {
+    if (mDescriptor >= 0) {
+        close(mDescriptor);
+    }
+    if (!mTemporary.empty()) {
+        unlink(mTemporary.c_str());
+    }
+}
+
+void NewFile::commit() {
     const SignalsHeld held;
-    Temporary temporary(end);
-    int error = temporary.error();
-    if (error == 0) {
-        error = temporary.write(static_cast<const char*>(bytes), size);
+    const std::string own = "/proc/self/fd/" + std::to_string(mDescriptor);
+    while (mTemporary.empty()) {
+        const fs::path name = temporaryName(mEnd);
+        if (linkat(AT_FDCWD, own.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0) {
+            mTemporary = name;
+        } else if (errno != EEXIST) {
+            refuse(mTarget, errno);
+        }
     }
-    if (error == 0) {
-        error = temporary.become(end);
+    if (close(std::exchange(mDescriptor, -1)) != 0 ||
+        rename(mTemporary.c_str(), mEnd.c_str()) != 0) {
+        refuse(mTarget, errno);
     }
+    mTemporary.clear();
+}
+
+void replaceFile(const fs::path& target, const void* bytes, std::size_t size) {
+    const SignalsHeld held;
+    NewFile file(target);
+    const int error = writeAll(file.descriptor(), static_cast<const char*>(bytes), size);
     if (error != 0) {
         refuse(target, error);
     }
+    file.commit();
 }
 
 } // namespace Vexorel::PrismDrift::Host

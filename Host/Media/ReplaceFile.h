@@ -1,6 +1,6 @@
 #pragma once
 
-/// A file that appears whole or not at all.
+/// Files that appear whole or not at all.
 
 #include <cstddef>
 #include <filesystem>
@@ -15,5 +15,30 @@ void replaceFile(const std::filesystem::path& target, const void* bytes, std::si
 /// Throws Error where `replaceFile` is bound to fail: the folder is missing or may not be written
 /// to, or what stands there is no plain file or is protected against writing.
 void checkReplaceable(const std::filesystem::path& target);
+
+/// A file under way to take its target's place. Until `commit` the target is as it was, and the
+/// file has no name where the file system can do that, so that not even a killed program leaves it
+/// behind.
+class NewFile {
+public:
+    /// Throws Error as `checkReplaceable` does, and where the file can't be made.
+    explicit NewFile(const std::filesystem::path& target);
+    NewFile(const NewFile&) = delete;
+    NewFile& operator=(const NewFile&) = delete;
+    /// Without a `commit` nothing is left of it.
+    ~NewFile();
+
+    /// Open for reading and writing, and to be left open.
+    int descriptor() const { return mDescriptor; }
+
+    /// Makes it the target, in one step. Throws Error, and the target is as it was.
+    void commit();
+
+private:
+    std::filesystem::path mTarget;    // as it was named
+    std::filesystem::path mEnd;       // where it leads
+    std::filesystem::path mTemporary; // its name for now, empty for none
+    int mDescriptor = -1;
+};
 
 } // namespace Vexorel::PrismDrift::Host

@@ -101,7 +101,7 @@ TEST_F(CommandLineTest, EveryMistakeHasItsLineAndStatus) {
         {"in.png kept.png --downsample 1.5", 2, "a whole number from 1 to 65536, not '1.5'"},
         {"in.png kept.gif3", 2,
          "one of .png, .jpg, .jpeg, .tif, .tiff, .webp, .bmp, .tga, .ppm, "
-         ".pam, .sgi, .qoi"},
+         ".pam, .sgi, .qoi, .mp4, .m4v, .mov, .mkv, .webm, .y4m, .raw, .nut"},
         {"none.png kept.png", 1, "cannot read 'none.png': No such file or directory"},
         {"text.png kept.png", 1, "no picture at all (Invalid PNG signature 0x6E6F207069637475)"},
         {"in.png folder.png", 1, "cannot write 'folder.png': it is a directory"},

@@ -1,0 +1,22 @@
+#pragma once
+
+/// Draws a clip with the effect, frame after frame: reading and writing run beside it.
+
+#include "Host/CommandLine/Progress.h"
+#include "Host/Library/Effect.h"
+#include "Host/Media/Clip.h"
+
+struct ClipRendering {
+    Vexorel::PrismDrift::Host::Effect& effect;
+    const Vexorel::PrismDrift::Host::ParameterValues& values;
+    std::uint32_t downsample = 1;
+    Vexorel::PrismDrift::Host::ClipReader& reader;
+    Vexorel::PrismDrift::Host::ClipWriter& writer;
+    Progress& progress;
+};
+
+/// Draws all that the reader gives and finishes the writer. A few frames are under way at a time,
+/// however long the clip is. Throws what the reader, the effect or the writer throws; the writer
+/// is then left unfinished. An interruption ends the clip early and well: the signal is returned,
+/// 0 without one.
+int renderClip(const ClipRendering& rendering);

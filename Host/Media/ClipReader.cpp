@@ -1,0 +1,167 @@
+#include "Host/Library/Error.h"
+#include "Host/Media/Clip.h"
+#include "Host/Media/Demuxer.h"
+#include "Host/Media/SequencePattern.h"
+#include "Host/Media/VideoReader.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+extern "C" {
+#include <libavutil/parseutils.h>
+}
+
+namespace Vexorel::PrismDrift::Host {
+namespace {
+
+// One picture in a file.
+class StillReader : public ClipReader {
+public:
+    explicit StillReader(const ClipInput& input) : mInput(input) { mProperties.expected = 1; }
+
+    const ClipProperties& properties() const override { return mProperties; }
+
+    std::optional<ClipItem> next() override {
+        if (mInput.frames.last().value_or(0) > 0) {
+            throw Error("there is no frame " + std::to_string(*mInput.frames.last()) + ": '" +
+                        mInput.file.string() + "' is one picture, frame 0");
+        }
+        if (std::exchange(mIsRead, true)) {
+            return std::nullopt;
+        }
+        return ClipFrame{readPicture(mInput.file), 0, 0, 0, 1};
+    }
+
+    std::optional<std::int64_t> frameCount() override { return 1; }
+    std::int64_t frameAt(double seconds) override { return std::llround(seconds * 25); }
+
+private:
+    ClipInput mInput;
+    ClipProperties mProperties;
+    bool mIsRead = false;
+};
+
+// Pictures in numbered files.
+class SequenceReader : public ClipReader {
+public:
+    SequenceReader(const ClipInput& input, SequencePattern pattern)
+        : mInput(input), mPattern(std::move(pattern)), mThere(mPattern.numbersThere()) {
+        if (mThere.empty()) {
+            throw Error("cannot read '" + input.file.string() +
+                        "': there is no file of such a name, '" + mPattern.file(1).string() +
+                        "' for one");
+        }
+        if (!input.frameRate.empty()) {
+            mProperties.frameRate = frameRateFrom(input.frameRate);
+            mProperties.timeBase = {mProperties.frameRate.denominator,
+                                    mProperties.frameRate.numerator};
+        }
+        mProperties.kind = ClipKind::Sequence;
+        mProperties.expected = countChosen();
+    }
+
+    const ClipProperties& properties() const override { return mProperties; }
+
+    std::optional<ClipItem> next() override {
+        if (!mNext) {
+            return std::nullopt;
+        }
+        const std::int64_t number = *mNext;
+        mNext = chosenAfter(number);
+        const std::int64_t index = number - mThere.front();
+        return ClipFrame{readPicture(mPattern.file(heldFor(number))), index, number, index, 1};
+    }
+
+    std::optional<std::int64_t> frameCount() override { return mThere.back() - mThere.front() + 1; }
+
+    std::int64_t frameAt(double seconds) override {
+        return std::llround(seconds * mProperties.frameRate.numerator /
+                            mProperties.frameRate.denominator);
+    }
+
+private:
+    bool isThere(std::int64_t number) const {
+        return std::binary_search(mThere.begin(), mThere.end(), number);
+    }
+
+    // The number whose picture stands for this one.
+    std::int64_t heldFor(std::int64_t number) const {
+        return *std::prev(std::upper_bound(mThere.begin(), mThere.end(), number));
+    }
+
+    // The next number to read; what isn't there is refused here, before any frame is drawn.
+    std::optional<std::int64_t> chosenAfter(std::int64_t number) const {
+        for (auto next = mInput.frames.after(number); next; next = mInput.frames.after(*next)) {
+            if (mInput.frames.all() && *next > mThere.back()) {
+                return std::nullopt;
+            }
+            if (isThere(*next)) {
+                return next;
+            }
+            const bool inside = *next > mThere.front() && *next < mThere.back();
+            if (mInput.missing == Missing::Refuse || !inside) {
+                refuse(*next);
+            }
+            if (mInput.missing == Missing::Hold) {
+                return next;
+            }
+        }
+        return std::nullopt;
+    }
+
+    [[noreturn]] void refuse(std::int64_t number) const {
+        const std::string name = "'" + mPattern.file(number).string() + "' is missing";
+        if (number < mThere.front() || number > mThere.back()) {
+            throw Error(name + ": the sequence has the frames " + std::to_string(mThere.front()) +
+                        " to " + std::to_string(mThere.back()));
+        }
+        throw Error(name + "; --missing skip leaves such frames out, --missing hold repeats the "
+                           "one before");
+    }
+
+    std::int64_t countChosen() {
+        const std::int64_t before = mInput.frames.all() ? mThere.front() - 1 : -1;
+        mNext = chosenAfter(before);
+        std::int64_t count = 0;
+        for (auto number = mNext; number; number = chosenAfter(*number)) {
+            ++count;
+        }
+        return count;
+    }
+
+    ClipInput mInput;
+    SequencePattern mPattern;
+    std::vector<std::int64_t> mThere;
+    ClipProperties mProperties;
+    std::optional<std::int64_t> mNext;
+};
+
+} // namespace
+
+Ratio frameRateFrom(const std::string& text) {
+    AVRational rate = {0, 1};
+    constexpr int highest = 100000;
+    if (av_parse_video_rate(&rate, text.c_str()) < 0 || rate.num <= 0 ||
+        rate.num / rate.den > highest) {
+        throw Error("'" + text +
+                    "' is no frame rate: a number such as 25 or 23.976, a fraction "
+                    "such as 30000/1001, or a name such as ntsc is taken");
+    }
+    return {rate.num, rate.den};
+}
+
+std::unique_ptr<ClipReader> openClip(const ClipInput& input) {
+    std::error_code ignored;
+    // A name with '#' in it may well be a file's own.
+    const bool isFile = std::filesystem::is_regular_file(input.file, ignored);
+    if (auto pattern = isFile ? std::nullopt : SequencePattern::of(input.file)) {
+        return std::make_unique<SequenceReader>(input, std::move(*pattern));
+    }
+    if (input.file != "-" && input.format.empty() && isStillPicture(input.file)) {
+        return std::make_unique<StillReader>(input);
+    }
+    return std::make_unique<VideoReader>(input);
+}
+
+} // namespace Vexorel::PrismDrift::Host

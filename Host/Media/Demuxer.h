@@ -1,0 +1,52 @@
+#pragma once
+
+/// A file or a pipe, opened by FFmpeg's libraries, and nothing that it refers to. Internal to the
+/// media library.
+
+#include "Host/Media/FFmpeg.h"
+
+#include <atomic>
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <string>
+
+namespace Vexorel::PrismDrift::Host {
+
+/// Throws Error, with the reason alone, where a file can't be opened, is a directory or is empty.
+void checkReadable(const std::filesystem::path& file);
+
+/// The pixels of a picture that is still taken for one: more would not fit into the machine's
+/// memory several times over.
+std::int64_t largestPixelCount();
+
+/// Whether FFmpeg takes the file for a single picture. False where it can't tell.
+bool isStillPicture(const std::filesystem::path& file);
+
+class Demuxer {
+public:
+    /// `file` is "-" for standard input. `format` is empty for what the file says; `options` are
+    /// the format's. All errors that follow are thrown as Error, with the reason alone.
+    Demuxer(const std::filesystem::path& file, const std::string& format,
+            const std::map<std::string, std::string>& options);
+    Demuxer(const Demuxer&) = delete;
+    Demuxer& operator=(const Demuxer&) = delete;
+    ~Demuxer() = default;
+
+    AVFormatContext& context() { return *mFormat; }
+    const AVFormatContext& context() const { return *mFormat; }
+
+    /// Ends a wait for a pipe at the next signal, with an error. From any thread.
+    void stop() { mIsStopped = true; }
+
+    /// Throws the reason for a negative result.
+    void check(int result) const;
+
+private:
+    FFmpegMessages mMessages;
+    std::string mUrl;
+    std::atomic<bool> mIsStopped = false;
+    FFmpegPtr<AVFormatContext> mFormat;
+};
+
+} // namespace Vexorel::PrismDrift::Host

@@ -1,0 +1,43 @@
+#include "Host/Media/Orientation.h"
+
+#include <cstdlib>
+#include <cstring>
+
+namespace Vexorel::PrismDrift::Host {
+
+// The matrix's rows are (a, b, u), (c, d, v), (x, y, w): a point (p, q) is shown at
+// (a p + c q + x, b p + d q + y).
+Orientation Orientation::of(const std::int32_t* displayMatrix) {
+    if (displayMatrix == nullptr) {
+        return {};
+    }
+    const std::int64_t a = displayMatrix[0];
+    const std::int64_t b = displayMatrix[1];
+    const std::int64_t c = displayMatrix[3];
+    const std::int64_t d = displayMatrix[4];
+    if (std::abs(a) + std::abs(d) >= std::abs(b) + std::abs(c)) {
+        return {false, a < 0, d < 0};
+    }
+    return {true, c < 0, b < 0};
+}
+
+World turned(const World& world, const Orientation& orientation) {
+    const int width = orientation.swapped ? world.height() : world.width();
+    const int height = orientation.swapped ? world.width() : world.height();
+    World result(width, height, world.format());
+    const std::size_t size = world.pixelBytes();
+    for (int y = 0; y < height; ++y) {
+        const int fromY = orientation.mirroredY ? height - 1 - y : y;
+        std::uint8_t* to = result.row(y);
+        for (int x = 0; x < width; ++x, to += size) {
+            const int fromX = orientation.mirroredX ? width - 1 - x : x;
+            const std::uint8_t* from = orientation.swapped
+                                           ? world.row(fromX) + std::size_t(fromY) * size
+                                           : world.row(fromY) + std::size_t(fromX) * size;
+            std::memcpy(to, from, size);
+        }
+    }
+    return result;
+}
+
+} // namespace Vexorel::PrismDrift::Host

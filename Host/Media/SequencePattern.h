@@ -1,0 +1,33 @@
+#pragma once
+
+/// The names of a sequence's pictures: "shot.%04d.png" or "shot.####.png".
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Vexorel::PrismDrift::Host {
+
+class SequencePattern {
+public:
+    /// The pattern that the file's name holds: '%d', '%4d' and '%04d', or a row of '#', one for
+    /// each digit. "%%" stands for '%' beside it. Nothing for a name without one. Throws Error for
+    /// more than one in a name and for a '%' that is no number's place.
+    static std::optional<SequencePattern> of(const std::filesystem::path& file);
+
+    /// The file that holds the picture of this number.
+    std::filesystem::path file(std::int64_t number) const;
+
+    /// The numbers of the files that are there, in order. Throws Error where the folder can't be
+    /// read.
+    std::vector<std::int64_t> numbersThere() const;
+
+private:
+    std::filesystem::path mFolder;
+    std::string mBefore, mAfter;
+    std::size_t mDigits = 1;
+};
+
+} // namespace Vexorel::PrismDrift::Host

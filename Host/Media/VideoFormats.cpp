@@ -1,0 +1,227 @@
+#include "Host/Media/VideoFormats.h"
+
+#include "Host/Library/Error.h"
+#include "Host/Library/Number.h"
+#include "Host/Media/PixelConversion.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <string_view>
+
+extern "C" {
+#include <libavutil/pixdesc.h>
+}
+
+namespace Vexorel::PrismDrift::Host {
+namespace {
+
+// The encoders speak of quality each in its own way: a quantiser of 18 is where an H.264 picture is
+// taken for the original. x265 writes to standard error by itself unless told not to.
+const std::vector<VideoCodec>& codecs() {
+    static const std::vector<VideoCodec> all = {
+        {"h264",
+         "libx264",
+         {AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUV422P, AV_PIX_FMT_YUV444P},
+         "",
+         "crf",
+         51,
+         7},
+        {"hevc",
+         "libx265",
+         {AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUV422P, AV_PIX_FMT_YUV444P},
+         "x265-params=log-level=none",
+         "crf",
+         51,
+         9},
+        {"vp9",
+         "libvpx-vp9",
+         {AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUVA420P, AV_PIX_FMT_YUV422P, AV_PIX_FMT_YUV444P},
+         "b=0:row-mt=1:cpu-used=4:auto-alt-ref=0",
+         "crf",
+         63,
+         13},
+        {"prores",
+         "prores_ks",
+         {AV_PIX_FMT_YUV444P10LE, AV_PIX_FMT_YUVA444P10LE, AV_PIX_FMT_YUV422P10LE}},
+        {"qtrle", "qtrle", {AV_PIX_FMT_RGB24, AV_PIX_FMT_ARGB}},
+        {"png", "png", {AV_PIX_FMT_RGB24, AV_PIX_FMT_RGBA}, "pred=paeth:compression_level=1"},
+        {"ffv1",
+         "ffv1",
+         {AV_PIX_FMT_BGR0, AV_PIX_FMT_BGRA, AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUV422P,
+          AV_PIX_FMT_YUV444P, AV_PIX_FMT_YUVA420P, AV_PIX_FMT_YUVA422P, AV_PIX_FMT_YUVA444P},
+         "level=3:slicecrc=1"},
+        {"rawvideo", "rawvideo", {}},
+        {"y4m", "wrapped_avframe", {AV_PIX_FMT_YUV444P, AV_PIX_FMT_YUV422P, AV_PIX_FMT_YUV420P}},
+    };
+    return all;
+}
+
+const std::vector<Container>& containers() {
+    static const std::vector<Container> all = {
+        {"mp4", "mp4", {"h264", "hevc"}, "h264"},
+        {"mp4", "m4v", {"h264", "hevc"}, "h264"},
+        {"mov", "mov", {"h264", "hevc", "prores", "qtrle", "png"}, "prores"},
+        {"matroska", "mkv", {"h264", "hevc", "vp9", "ffv1", "png", "prores"}, "ffv1"},
+        {"webm", "webm", {"vp9"}, "vp9"},
+        {"yuv4mpegpipe", "y4m", {"y4m"}, "y4m"},
+        {"rawvideo", "raw", {"rawvideo"}, "rawvideo"},
+        {"nut", "nut", {"rawvideo", "ffv1"}, "rawvideo"},
+    };
+    return all;
+}
+
+bool has(const Container& container, const char* codec) {
+    return std::any_of(container.codecs.begin(), container.codecs.end(),
+                       [&](const char* name) { return std::string_view(name) == codec; });
+}
+
+const VideoCodec& codecNamed(const std::string& name) {
+    return *std::find_if(codecs().begin(), codecs().end(),
+                         [&](const VideoCodec& codec) { return codec.name == name; });
+}
+
+// What of a pixel format matters for the choice of another.
+struct Layout {
+    bool rgb = false, alpha = false;
+    int chromaWidth = 0, chromaHeight = 0; // as shifts
+
+    bool operator==(const Layout&) const = default;
+};
+
+Layout layoutOf(AVPixelFormat format) {
+    const AVPixFmtDescriptor* descriptor = av_pix_fmt_desc_get(format);
+    if (descriptor == nullptr) {
+        return {};
+    }
+    const bool rgb = (descriptor->flags & AV_PIX_FMT_FLAG_RGB) != 0 ||
+                     descriptor->nb_components < 3 || format == AV_PIX_FMT_PAL8;
+    return {rgb, carriesAlpha(format), rgb ? 0 : descriptor->log2_chroma_w,
+            rgb ? 0 : descriptor->log2_chroma_h};
+}
+
+// The smaller, the nearer.
+int distance(const Layout& wanted, const Layout& offered) {
+    constexpr int alphaLost = 1000;
+    constexpr int alphaIdle = 100;
+    constexpr int kindChanged = 10;
+    const int alpha = wanted.alpha && !offered.alpha   ? alphaLost
+                      : !wanted.alpha && offered.alpha ? alphaIdle
+                                                       : 0;
+    if (wanted.rgb != offered.rgb) {
+        return alpha + kindChanged; // then the codec's order decides
+    }
+    // Chroma that gets coarser loses more than finer chroma costs.
+    const auto step = [](int from, int to) { return to > from ? 3 * (to - from) : from - to; };
+    return alpha + step(wanted.chromaWidth, offered.chromaWidth) +
+           step(wanted.chromaHeight, offered.chromaHeight);
+}
+
+bool isConvertible(AVPixelFormat format) {
+    return isPackedRgb(format) || sws_isSupportedOutput(format) != 0;
+}
+
+// The same channels in 8 bits.
+AVPixelFormat plainFormat(const AVFrame& source) {
+    const auto own = static_cast<AVPixelFormat>(source.format);
+    if (depthOf(own) == 8 && own != AV_PIX_FMT_PAL8 && isConvertible(own)) {
+        return own;
+    }
+    return carriesAlpha(own) ? AV_PIX_FMT_RGBA : AV_PIX_FMT_RGB24;
+}
+
+} // namespace
+
+const Container* containerFor(const std::string& endingOrName) {
+    for (const Container& container : containers()) {
+        if (endingOrName == container.ending || endingOrName == container.name) {
+            return &container;
+        }
+    }
+    return nullptr;
+}
+
+std::string containerEndings() {
+    std::string all;
+    for (const Container& container : containers()) {
+        all += (all.empty() ? "." : ", .") + std::string(container.ending);
+    }
+    return all;
+}
+
+const VideoCodec& chooseCodec(const Container& container, const std::string& wanted,
+                              AVCodecID ownCodec, bool alpha) {
+    if (!wanted.empty() && !has(container, wanted.c_str())) {
+        std::string known;
+        for (const char* name : container.codecs) {
+            known += (known.empty() ? "" : ", ") + std::string(name);
+        }
+        throw Error("." + std::string(container.ending) + " takes the codecs " + known + ", not '" +
+                    wanted + "'");
+    }
+    std::string name = !wanted.empty() ? wanted
+                       : alpha         ? container.alphaCodec
+                                       : container.codecs.front();
+    for (const char* offered : container.codecs) {
+        const VideoCodec& codec = codecNamed(offered);
+        const bool keepsAlpha =
+            std::any_of(codec.formats.begin(), codec.formats.end(), &carriesAlpha);
+        const AVCodec* encoder = avcodec_find_encoder_by_name(codec.encoder);
+        if (wanted.empty() && encoder != nullptr && encoder->id == ownCodec &&
+            (keepsAlpha || !alpha)) {
+            name = offered;
+        }
+    }
+    const VideoCodec& chosen = codecNamed(name);
+    if (avcodec_find_encoder_by_name(chosen.encoder) == nullptr) {
+        throw Error("FFmpeg's libraries have no " + std::string(chosen.encoder) + " here, which " +
+                    name + " takes");
+    }
+    return chosen;
+}
+
+AVPixelFormat choosePixelFormat(const VideoCodec& codec, const std::string& wanted,
+                                const AVFrame& source) {
+    if (!wanted.empty()) {
+        const AVPixelFormat format = av_get_pix_fmt(wanted.c_str());
+        const bool offered =
+            codec.formats.empty() ||
+            std::find(codec.formats.begin(), codec.formats.end(), format) != codec.formats.end();
+        if (format == AV_PIX_FMT_NONE || !offered || !isConvertible(format)) {
+            std::string known;
+            for (const AVPixelFormat one : codec.formats) {
+                known += (known.empty() ? ", which takes " : ", ") +
+                         std::string(av_get_pix_fmt_name(one));
+            }
+            throw Error("'" + wanted + "' is no pixel format of " + codec.name + known);
+        }
+        return format;
+    }
+    if (codec.formats.empty()) {
+        return plainFormat(source);
+    }
+    const Layout own = layoutOf(static_cast<AVPixelFormat>(source.format));
+    return *std::min_element(
+        codec.formats.begin(), codec.formats.end(), [&](AVPixelFormat left, AVPixelFormat right) {
+            return distance(own, layoutOf(left)) < distance(own, layoutOf(right));
+        });
+}
+
+bool needsEvenSides(const VideoCodec& codec, AVPixelFormat format, int width, int height) {
+    const Layout layout = layoutOf(format);
+    const std::string_view name = codec.name;
+    return (name == "h264" || name == "hevc") &&
+           ((width & layout.chromaWidth) != 0 || (height & layout.chromaHeight) != 0);
+}
+
+std::string encoderOptions(const VideoCodec& codec, double quality) {
+    std::string options = codec.options;
+    if (codec.qualityOption != nullptr) {
+        const double value = std::round(codec.worst + (codec.best - codec.worst) * quality / 100);
+        options += (options.empty() ? "" : ":") + std::string(codec.qualityOption) + "=" +
+                   numberText(value);
+    }
+    return options;
+}
+
+} // namespace Vexorel::PrismDrift::Host

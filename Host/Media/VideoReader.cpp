@@ -1,0 +1,319 @@
+#include "Host/Media/VideoReader.h"
+
+#include "Host/Library/Error.h"
+#include "Host/Media/FrameProperties.h"
+
+#include <algorithm>
+#include <cmath>
+#include <string_view>
+#include <sys/stat.h>
+#include <utility>
+
+extern "C" {
+#include <libavutil/pixdesc.h>
+}
+
+namespace Vexorel::PrismDrift::Host {
+namespace {
+
+std::map<std::string, std::string> optionsOf(const ClipInput& input) {
+    std::map<std::string, std::string> options;
+    const std::pair<const char*, const std::string&> all[] = {
+        {"video_size", input.videoSize},
+        {"pixel_format", input.pixelFormat},
+        {"framerate", input.frameRate},
+    };
+    for (const auto& [key, value] : all) {
+        if (!value.empty()) {
+            options.emplace(key, value);
+        }
+    }
+    return options;
+}
+
+// VP8 and VP9 keep alpha beside the picture, where FFmpeg's own decoders don't look.
+const AVCodec* decoderFor(const AVStream& stream) {
+    const AVCodecID codec = stream.codecpar->codec_id;
+    const AVDictionaryEntry* alpha = av_dict_get(stream.metadata, "alpha_mode", nullptr, 0);
+    const AVCodec* decoder = nullptr;
+    if (alpha != nullptr && std::string_view(alpha->value) == "1") {
+        if (codec == AV_CODEC_ID_VP9) {
+            decoder = avcodec_find_decoder_by_name("libvpx-vp9");
+        } else if (codec == AV_CODEC_ID_VP8) {
+            decoder = avcodec_find_decoder_by_name("libvpx");
+        }
+    }
+    return decoder != nullptr ? decoder : avcodec_find_decoder(codec);
+}
+
+// How many of the first `count` frames are chosen; nothing where that takes long to count.
+std::optional<std::int64_t> chosenBelow(const FrameNumbers& frames, std::int64_t count) {
+    constexpr std::int64_t most = 10'000'000;
+    std::int64_t chosen = 0;
+    for (auto number = frames.after(-1); number && *number < count;
+         number = frames.after(*number)) {
+        if (++chosen > most) {
+            return std::nullopt;
+        }
+    }
+    return chosen;
+}
+
+bool isPlainFile(const std::filesystem::path& file) {
+    struct stat status = {};
+    return file != "-" && stat(file.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
+} // namespace
+
+VideoReader::VideoReader(const ClipInput& input) : mInput(input) {
+    try {
+        mDemuxer = std::make_unique<Demuxer>(input.file, input.format, optionsOf(input));
+        openStream();
+        openDecoder();
+        describe();
+    } catch (const Error& error) {
+        refuse(error.what());
+    }
+}
+
+void VideoReader::openStream() {
+    AVFormatContext& context = mDemuxer->context();
+    mDemuxer->check(avformat_find_stream_info(&context, nullptr));
+    mProperties.videoStream = av_find_best_stream(&context, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+    if (mProperties.videoStream < 0) {
+        throw Error("there is no picture in it");
+    }
+    const void* matrix = av_stream_get_side_data(&stream(), AV_PKT_DATA_DISPLAYMATRIX, nullptr);
+    mOrientation = Orientation::of(static_cast<const std::int32_t*>(matrix));
+    if (context.start_time != AV_NOPTS_VALUE) {
+        mStart = av_rescale_q(context.start_time, AV_TIME_BASE_Q, stream().time_base);
+    }
+}
+
+void VideoReader::openDecoder() {
+    const AVCodecParameters& parameters = *stream().codecpar;
+    const AVCodec* decoder = decoderFor(stream());
+    if (decoder == nullptr) {
+        throw Error(std::string("there is no decoder for ") +
+                    avcodec_get_name(parameters.codec_id));
+    }
+    mDecoder = owned(avcodec_alloc_context3(decoder));
+    mDemuxer->check(avcodec_parameters_to_context(mDecoder.get(), &parameters));
+    mDecoder->pkt_timebase = stream().time_base;
+    mDecoder->max_pixels = largestPixelCount();
+    mDecoder->thread_count = 0; // as many as there are processors
+    mDemuxer->check(avcodec_open2(mDecoder.get(), decoder, nullptr));
+}
+
+void VideoReader::describe() {
+    mProperties.kind = ClipKind::Video;
+    mProperties.container = &mDemuxer->context();
+    mProperties.timeBase = {stream().time_base.num, stream().time_base.den};
+    const AVRational rate = av_guess_frame_rate(&mDemuxer->context(), &stream(), nullptr);
+    if (rate.num > 0 && rate.den > 0) {
+        mProperties.frameRate = {rate.num, rate.den};
+    }
+    std::int64_t frames = stream().nb_frames;
+    const std::int64_t duration = mDemuxer->context().duration;
+    if (frames <= 0 && duration > 0 && isPlainFile(mInput.file)) {
+        frames = av_rescale_q(duration, AV_TIME_BASE_Q, av_inv_q(rate));
+    }
+    if (frames > 0) {
+        mProperties.expected = chosenBelow(mInput.frames, frames);
+    } else if (mInput.frames.last()) {
+        mProperties.expected = chosenBelow(mInput.frames, *mInput.frames.last() + 1);
+    }
+}
+
+std::optional<ClipItem> VideoReader::next() {
+    try {
+        const FFmpegMessages fresh;
+        return readItem();
+    } catch (const Error& error) {
+        refuse(place() + error.what());
+    } catch (const std::bad_alloc&) {
+        refuse(place() + "there is not enough memory");
+    }
+}
+
+std::optional<ClipItem> VideoReader::readItem() {
+    const auto last = mInput.frames.last();
+    for (;;) {
+        if (last && mIndex > *last) {
+            return std::nullopt;
+        }
+        if (auto item = takeDecoded()) {
+            return item;
+        }
+        if (mAtEnd) {
+            if (last) {
+                mIsRefusedHere = true;
+                throw Error("there is no frame " + std::to_string(*last) +
+                            ", it has the frames 0 to " + std::to_string(mIndex - 1));
+            }
+            return std::nullopt;
+        }
+        const int read = av_read_frame(&mDemuxer->context(), mPacket.get());
+        if (read == AVERROR_EOF) {
+            // Some formats take a file that was cut off for one that has ended.
+            const std::string reason = FFmpegMessages::firstMessage();
+            if (reason.find("prematurely") != std::string::npos) {
+                throw Error("the file is cut off (" + reason + ")");
+            }
+            mAtEnd = true;
+            sendToDecoder(nullptr);
+            continue;
+        }
+        mDemuxer->check(read);
+        if (mPacket->stream_index == mProperties.videoStream) {
+            sendToDecoder(mPacket.get());
+            av_packet_unref(mPacket.get());
+            continue;
+        }
+        auto packet = owned(av_packet_alloc());
+        av_packet_move_ref(packet.get(), mPacket.get());
+        return ClipPacket{{packet.release(), FFmpegDeleter()}};
+    }
+}
+
+void VideoReader::sendToDecoder(const AVPacket* packet) {
+    const int sent = avcodec_send_packet(mDecoder.get(), packet);
+    // What begins in the middle of a broadcast can't be decoded until the first whole picture.
+    if (sent == AVERROR_INVALIDDATA && mIndex == 0 && packet != nullptr) {
+        return;
+    }
+    mDemuxer->check(sent);
+}
+
+// A frame that the decoder has ready, if it is one of those that are wanted.
+std::optional<ClipItem> VideoReader::takeDecoded() {
+    for (;;) {
+        const int received = avcodec_receive_frame(mDecoder.get(), mFrame.get());
+        if (received == AVERROR(EAGAIN) || received == AVERROR_EOF) {
+            if (received == AVERROR_EOF && mIndex == 0) {
+                throw Error("there is no picture in it that can be decoded");
+            }
+            return std::nullopt;
+        }
+        if (received == AVERROR_INVALIDDATA && mIndex == 0) {
+            continue;
+        }
+        mDemuxer->check(received);
+        if ((mFrame->flags & AV_FRAME_FLAG_CORRUPT) != 0 || mFrame->decode_error_flags != 0) {
+            throw Error("it is damaged");
+        }
+        if (auto item = frameItem()) {
+            return item;
+        }
+    }
+}
+
+std::optional<ClipItem> VideoReader::frameItem() {
+    ClipFrame frame{{World(0, 0), {}}};
+    stamp(frame);
+    if (mInput.frames.contains(frame.index)) {
+        frame.picture = picture();
+        ++mIndex;
+        return frame;
+    }
+    ++mIndex;
+    return std::nullopt;
+}
+
+void VideoReader::stamp(ClipFrame& frame) {
+    frame.index = frame.number = mIndex;
+    frame.duration = mFrame->pkt_duration;
+    if (frame.duration <= 0) {
+        const AVRational one = {mProperties.frameRate.denominator, mProperties.frameRate.numerator};
+        frame.duration = std::max<std::int64_t>(1, av_rescale_q(1, one, stream().time_base));
+    }
+    frame.time = mFrame->best_effort_timestamp == AV_NOPTS_VALUE
+                     ? mEndOfLast
+                     : mFrame->best_effort_timestamp - mStart;
+    mEndOfLast = frame.time + frame.duration;
+}
+
+Picture VideoReader::picture() {
+    World world(mFrame->width, mFrame->height);
+    mConverter.toWorld(*mFrame, world);
+    const Orientation own = mOrientation.upright() ? orientationOf(*mFrame) : mOrientation;
+    if (!own.upright()) {
+        world = turned(world, own);
+    }
+    if (own.swapped) {
+        std::swap(mFrame->sample_aspect_ratio.num, mFrame->sample_aspect_ratio.den);
+    }
+    return {std::move(world), {}, propertiesOf(*mFrame)};
+}
+
+std::optional<std::int64_t> VideoReader::frameCount() {
+    scan();
+    return mTimes.empty() ? std::nullopt : std::optional(static_cast<std::int64_t>(mTimes.size()));
+}
+
+std::int64_t VideoReader::frameAt(double seconds) {
+    scan();
+    const Ratio rate = mProperties.frameRate;
+    if (mTimes.empty() || mTimes.front() == AV_NOPTS_VALUE) {
+        return std::llround(seconds * rate.numerator / rate.denominator);
+    }
+    const double unit = av_q2d(stream().time_base);
+    const double time = seconds / unit + static_cast<double>(mStart);
+    const auto later =
+        std::lower_bound(mTimes.begin(), mTimes.end(), time, [](std::int64_t left, double right) {
+            return static_cast<double>(left) < right;
+        });
+    if (later == mTimes.end()) {
+        // Behind the end, as if frames went on at the clip's rate.
+        const double over = (time - static_cast<double>(mTimes.back())) * unit;
+        return std::ssize(mTimes) - 1 + std::llround(over * rate.numerator / rate.denominator);
+    }
+    const auto index = later - mTimes.begin();
+    const bool earlierIsNearer =
+        index > 0 && time - static_cast<double>(*(later - 1)) < static_cast<double>(*later) - time;
+    return earlierIsNearer ? index - 1 : index;
+}
+
+// The times of all frames, from the file's packets, which needs no decoding.
+void VideoReader::scan() {
+    if (std::exchange(mIsScanned, true) || !isPlainFile(mInput.file)) {
+        return;
+    }
+    try {
+        Demuxer demuxer(mInput.file, mInput.format, optionsOf(mInput));
+        AVFormatContext& context = demuxer.context();
+        demuxer.check(avformat_find_stream_info(&context, nullptr));
+        for (unsigned i = 0; i < context.nb_streams; ++i) {
+            const bool video = static_cast<int>(i) == mProperties.videoStream;
+            context.streams[i]->discard = video ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
+        }
+        auto packet = owned(av_packet_alloc());
+        int read = 0;
+        while ((read = av_read_frame(&context, packet.get())) >= 0) {
+            if (packet->stream_index == mProperties.videoStream &&
+                (packet->flags & AV_PKT_FLAG_DISCARD) == 0) {
+                mTimes.push_back(packet->pts);
+            }
+            av_packet_unref(packet.get());
+        }
+        if (read != AVERROR_EOF) {
+            demuxer.check(read);
+        }
+    } catch (const Error& error) {
+        refuse(error.what());
+    }
+    std::sort(mTimes.begin(), mTimes.end());
+}
+
+std::string VideoReader::place() const {
+    return mIsRefusedHere ? "" : "frame " + std::to_string(mIndex) + ": ";
+}
+
+void VideoReader::refuse(const std::string& reason) const {
+    const std::string name =
+        mInput.file == "-" ? "standard input" : "'" + mInput.file.string() + "'";
+    throw Error("cannot read " + name + ": " + reason);
+}
+
+} // namespace Vexorel::PrismDrift::Host

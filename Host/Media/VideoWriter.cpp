@@ -1,0 +1,487 @@
+#include "Host/Media/VideoWriter.h"
+
+#include "Host/Library/Error.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <string_view>
+#include <system_error>
+#include <unistd.h>
+
+extern "C" {
+#include <libavutil/pixdesc.h>
+}
+
+namespace Vexorel::PrismDrift::Host {
+namespace {
+
+AVRational rational(const Ratio& ratio) {
+    return {ratio.numerator, ratio.denominator};
+}
+
+std::string sizeText(int width, int height) {
+    return std::to_string(width) + "x" + std::to_string(height);
+}
+
+// What a container says of itself and what its encoder was, which the new one says anew.
+bool isOwnBusiness(const char* key) {
+    const std::string_view name = key;
+    for (const char* own : {"major_brand", "minor_version", "compatible_brands", "encoder",
+                            "ENCODER", "DURATION", "alpha_mode", "vendor_id"}) {
+        if (name == own) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void copyMetadata(AVDictionary** to, const AVDictionary* from) {
+    const AVDictionaryEntry* entry = nullptr;
+    while ((entry = av_dict_get(from, "", entry, AV_DICT_IGNORE_SUFFIX)) != nullptr) {
+        if (!isOwnBusiness(entry->key)) {
+            av_dict_set(to, entry->key, entry->value, AV_DICT_DONT_OVERWRITE);
+        }
+    }
+}
+
+// Whether the MOV family has a place of its own for all of these; it drops others unless told to
+// write them by name.
+bool hasOwnPlaces(const AVDictionary* metadata) {
+    const AVDictionaryEntry* entry = nullptr;
+    while ((entry = av_dict_get(metadata, "", entry, AV_DICT_IGNORE_SUFFIX)) != nullptr) {
+        const std::string_view key = entry->key;
+        const std::array known = {
+            "title",         "artist", "album_artist", "album", "comment",  "composer", "copyright",
+            "creation_time", "date",   "description",  "genre", "synopsis", "track",    "timecode"};
+        if (std::find(known.begin(), known.end(), key) == known.end()) {
+            return false;
+        }
+    }
+    return true;
+}
+
+const char* kindOf(const AVStream& stream) {
+    switch (stream.codecpar->codec_type) {
+    case AVMEDIA_TYPE_AUDIO:
+        return "sound";
+    case AVMEDIA_TYPE_SUBTITLE:
+        return "subtitles";
+    case AVMEDIA_TYPE_VIDEO:
+        return "video";
+    case AVMEDIA_TYPE_ATTACHMENT:
+        return "attachment";
+    default:
+        return "data";
+    }
+}
+
+} // namespace
+
+struct VideoWriter::Descriptor {
+    explicit Descriptor(int number, bool seekable) : descriptor(number) {
+        constexpr int bufferSize = 1 << 16;
+        auto* buffer = static_cast<unsigned char*>(av_malloc(bufferSize));
+        context = avio_alloc_context(buffer, bufferSize, 1, this, nullptr, &write,
+                                     seekable ? &seek : nullptr);
+        if (context == nullptr) {
+            av_free(buffer);
+            throw std::bad_alloc();
+        }
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    ~Descriptor() {
+        av_free(context->buffer);
+        avio_context_free(&context);
+    }
+
+    static int write(void* opaque, std::uint8_t* bytes, int size) {
+        auto& self = *static_cast<Descriptor*>(opaque);
+        for (int done = 0; done < size;) {
+            const ssize_t written =
+                ::write(self.descriptor, bytes + done, static_cast<std::size_t>(size - done));
+            if (written < 0 && errno != EINTR) {
+                self.error = self.error != 0 ? self.error : errno;
+                return AVERROR(errno);
+            }
+            done += written > 0 ? static_cast<int>(written) : 0;
+        }
+        return size;
+    }
+
+    static std::int64_t seek(void* opaque, std::int64_t offset, int whence) {
+        if (whence == AVSEEK_SIZE) {
+            return AVERROR(ENOSYS);
+        }
+        const off_t place = lseek(static_cast<Descriptor*>(opaque)->descriptor, offset, whence);
+        return place < 0 ? AVERROR(errno) : place;
+    }
+
+    int descriptor;
+    int error = 0; // of the first write that failed
+    AVIOContext* context = nullptr;
+};
+
+VideoWriter::VideoWriter(const ClipOutput& output, const Container& container,
+                         const ClipReader& reader, bool partial)
+    : mOutput(output), mContainer(container), mSource(reader.properties()), mPartial(partial) {
+    if (output.file != "-") {
+        mFile = std::make_unique<NewFile>(output.file);
+    }
+    const int descriptor = mFile ? mFile->descriptor() : output.standardOutput;
+    mDescriptor = std::make_unique<Descriptor>(descriptor, mFile != nullptr);
+    openMuxer();
+}
+
+VideoWriter::~VideoWriter() = default;
+
+void VideoWriter::openMuxer() {
+    AVFormatContext* context = nullptr;
+    check(avformat_alloc_output_context2(&context, nullptr, mContainer.name, nullptr));
+    mMuxer.reset(context);
+    mMuxer->pb = mDescriptor->context;
+    mMuxer->flags |= AVFMT_FLAG_CUSTOM_IO;
+    mStream = avformat_new_stream(mMuxer.get(), nullptr);
+    if (mStream == nullptr) {
+        throw std::bad_alloc();
+    }
+    if (mSource.container != nullptr) {
+        copyMetadata(&mMuxer->metadata, mSource.container->metadata);
+        const AVStream& from = *mSource.container->streams[mSource.videoStream];
+        copyMetadata(&mStream->metadata, from.metadata);
+        mStream->disposition = from.disposition;
+        addCopiedStreams();
+    }
+}
+
+void VideoWriter::addCopiedStreams() {
+    std::string left;
+    for (unsigned i = 0; i < mSource.container->nb_streams; ++i) {
+        const AVStream& from = *mSource.container->streams[i];
+        const bool isOurs = static_cast<int>(i) == mSource.videoStream;
+        // A data stream, a time code for one, comes back from the metadata or means nothing here.
+        if (isOurs || from.codecpar->codec_type == AVMEDIA_TYPE_DATA) {
+            continue;
+        }
+        if (!mPartial) {
+            addCopiedStream(from);
+        } else if (left.find(kindOf(from)) == std::string::npos) {
+            left += (left.empty() ? "" : ", ") + std::string(kindOf(from));
+        }
+    }
+    if (!left.empty()) {
+        warn("of chosen frames only the picture is written, without " + left);
+    }
+    if (!mPartial) {
+        copyChapters();
+    }
+}
+
+void VideoWriter::addCopiedStream(const AVStream& from) {
+    const AVCodecID codec = from.codecpar->codec_id;
+    const bool isSecondVideo = from.codecpar->codec_type == AVMEDIA_TYPE_VIDEO &&
+                               (from.disposition & AV_DISPOSITION_ATTACHED_PIC) == 0;
+    if (isSecondVideo || avformat_query_codec(mMuxer->oformat, codec, FF_COMPLIANCE_NORMAL) != 1) {
+        warn("the " + std::string(kindOf(from)) + " of stream " + std::to_string(from.index) +
+             " (" + avcodec_get_name(codec) + ") " +
+             (isSecondVideo
+                  ? "is left out: one video is written"
+                  : "is left out: ." + std::string(mContainer.ending) + " has no place for it"));
+        return;
+    }
+    AVStream* to = avformat_new_stream(mMuxer.get(), nullptr);
+    if (to == nullptr) {
+        throw std::bad_alloc();
+    }
+    check(avcodec_parameters_copy(to->codecpar, from.codecpar));
+    to->codecpar->codec_tag = 0;
+    to->time_base = from.time_base;
+    to->disposition = from.disposition;
+    to->duration = from.duration;
+    copyMetadata(&to->metadata, from.metadata);
+    for (int i = 0; i < from.nb_side_data; ++i) {
+        const AVPacketSideData& data = from.side_data[i];
+        std::uint8_t* copy = av_stream_new_side_data(to, data.type, data.size);
+        if (copy != nullptr) {
+            std::memcpy(copy, data.data, data.size);
+        }
+    }
+    mStreams[from.index] = to->index;
+}
+
+void VideoWriter::copyChapters() {
+    const AVFormatContext& from = *mSource.container;
+    if (from.nb_chapters == 0) {
+        return;
+    }
+    mMuxer->chapters =
+        static_cast<AVChapter**>(av_calloc(from.nb_chapters, sizeof *mMuxer->chapters));
+    for (unsigned i = 0; mMuxer->chapters != nullptr && i < from.nb_chapters; ++i) {
+        auto* chapter = static_cast<AVChapter*>(av_mallocz(sizeof(AVChapter)));
+        if (chapter == nullptr) {
+            throw std::bad_alloc();
+        }
+        *chapter = *from.chapters[i];
+        const std::int64_t start =
+            from.start_time == AV_NOPTS_VALUE
+                ? 0
+                : av_rescale_q(from.start_time, AV_TIME_BASE_Q, chapter->time_base);
+        chapter->start -= start;
+        chapter->end -= start;
+        chapter->metadata = nullptr;
+        copyMetadata(&chapter->metadata, from.chapters[i]->metadata);
+        mMuxer->chapters[mMuxer->nb_chapters++] = chapter;
+    }
+}
+
+void VideoWriter::write(ClipItem&& item) {
+    const FFmpegMessages fresh;
+    if (const auto* packet = std::get_if<ClipPacket>(&item)) {
+        if (mEncoder == nullptr) {
+            mWaiting.push_back(*packet);
+        } else {
+            writePacket(*packet);
+        }
+        return;
+    }
+    const auto& frame = std::get<ClipFrame>(item);
+    if (mEncoder == nullptr) {
+        open(frame);
+    }
+    writeFrame(frame);
+}
+
+void VideoWriter::open(const ClipFrame& first) {
+    openEncoder(first);
+    writeHeader();
+    mOffset = mPartial ? first.time : 0;
+    for (const ClipPacket& packet : mWaiting) {
+        writePacket(packet);
+    }
+    mWaiting.clear();
+}
+
+namespace {
+
+// Colours that the frames have, carried over; those of RGB pictures in YUV are BT.709's.
+void setColours(AVCodecContext& encoder, const AVFrame& source) {
+    const AVPixFmtDescriptor* to = av_pix_fmt_desc_get(encoder.pix_fmt);
+    const AVPixFmtDescriptor* from = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(source.format));
+    const bool toYuv = (to->flags & AV_PIX_FMT_FLAG_RGB) == 0 && to->nb_components >= 3;
+    const bool fromYuv =
+        from != nullptr && (from->flags & AV_PIX_FMT_FLAG_RGB) == 0 && from->nb_components >= 3;
+    encoder.color_primaries = source.color_primaries;
+    encoder.color_trc = source.color_trc;
+    if (!toYuv) {
+        return;
+    }
+    if (fromYuv) {
+        const bool full = source.color_range == AVCOL_RANGE_JPEG ||
+                          std::string_view(from->name).substr(0, 4) == "yuvj";
+        encoder.color_range = full ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG;
+        encoder.colorspace = source.colorspace;
+        encoder.chroma_sample_location = source.chroma_location;
+        return;
+    }
+    encoder.color_range = AVCOL_RANGE_MPEG;
+    encoder.colorspace = AVCOL_SPC_BT709;
+    if (source.color_primaries == AVCOL_PRI_UNSPECIFIED) {
+        encoder.color_primaries = AVCOL_PRI_BT709;
+    }
+    if (source.color_trc == AVCOL_TRC_UNSPECIFIED) {
+        encoder.color_trc = AVCOL_TRC_BT709;
+    }
+}
+
+} // namespace
+
+void VideoWriter::openEncoder(const ClipFrame& first) {
+    auto none = owned(av_frame_alloc());
+    none->format = AV_PIX_FMT_RGBA;
+    const AVFrame& source = first.picture.source ? *first.picture.source : *none;
+    const auto sourceFormat = static_cast<AVPixelFormat>(source.format);
+    const AVCodecID own = mSource.container != nullptr
+                              ? mSource.container->streams[mSource.videoStream]->codecpar->codec_id
+                              : AV_CODEC_ID_NONE;
+    try {
+        const VideoCodec& codec =
+            chooseCodec(mContainer, mOutput.codec, own, carriesAlpha(sourceFormat));
+        AVPixelFormat format = choosePixelFormat(codec, mOutput.pixelFormat, source);
+        const int width = first.picture.world.width();
+        const int height = first.picture.world.height();
+        if (needsEvenSides(codec, format, width, height)) {
+            if (!mOutput.pixelFormat.empty()) {
+                throw Error(mOutput.pixelFormat + " takes even sides only in " + codec.name +
+                            ", not " + sizeText(width, height));
+            }
+            format = AV_PIX_FMT_YUV444P;
+            warn("a size of " + sizeText(width, height) + " goes into " + codec.name +
+                 " as yuv444p only, which some players don't show");
+        }
+        const AVCodec* encoder = avcodec_find_encoder_by_name(codec.encoder);
+        mEncoder = owned(avcodec_alloc_context3(encoder));
+        mEncoder->width = width;
+        mEncoder->height = height;
+        mEncoder->pix_fmt = format;
+        mEncoder->sample_aspect_ratio = source.sample_aspect_ratio;
+        mEncoder->framerate = rational(mSource.frameRate);
+        const bool countsFrames = (mMuxer->oformat->flags & AVFMT_NOTIMESTAMPS) != 0 ||
+                                  std::string_view(mContainer.name) == "yuv4mpegpipe";
+        mTimeBase = countsFrames ? av_inv_q(mEncoder->framerate) : rational(mSource.timeBase);
+        mEncoder->time_base = mTimeBase;
+        mEncoder->thread_count = 0;
+        if ((mMuxer->oformat->flags & AVFMT_GLOBALHEADER) != 0) {
+            mEncoder->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+        }
+        setColours(*mEncoder, source);
+        AVDictionary* options = nullptr;
+        av_dict_parse_string(
+            &options, encoderOptions(codec, mOutput.quality.value_or(defaultQuality)).c_str(), "=",
+            ":", 0);
+        const int result = avcodec_open2(mEncoder.get(), encoder, &options);
+        av_dict_free(&options);
+        check(result);
+        mAlphaIsLost = carriesAlpha(sourceFormat) && !carriesAlpha(format);
+        mPictureSize = sizeText(width, height);
+    } catch (const Error& error) {
+        refuse(error.what());
+    }
+}
+
+void VideoWriter::writeHeader() {
+    check(avcodec_parameters_from_context(mStream->codecpar, mEncoder.get()));
+    const std::string_view container = mContainer.name;
+    const bool isMov = container == "mov" || container == "mp4";
+    if (isMov && mEncoder->codec_id == AV_CODEC_ID_HEVC) {
+        mStream->codecpar->codec_tag = MKTAG('h', 'v', 'c', '1');
+    }
+    mStream->time_base = mTimeBase;
+    mStream->avg_frame_rate = mEncoder->framerate;
+    mStream->sample_aspect_ratio = mEncoder->sample_aspect_ratio;
+    AVDictionary* options = nullptr;
+    if (isMov) {
+        std::string flags;
+        flags += mFile == nullptr ? "+frag_keyframe+empty_moov+default_base_moof" : "";
+        flags += hasOwnPlaces(mMuxer->metadata) ? "" : "+use_metadata_tags";
+        av_dict_set(&options, "movflags", flags.empty() ? nullptr : flags.c_str(), 0);
+    }
+    const int result = avformat_write_header(mMuxer.get(), &options);
+    av_dict_free(&options);
+    check(result);
+}
+
+void VideoWriter::writeFrame(const ClipFrame& frame) {
+    const World& world = frame.picture.world;
+    if (sizeText(world.width(), world.height()) != mPictureSize) {
+        refuse("frame " + std::to_string(frame.number) + " has " +
+               sizeText(world.width(), world.height()) + " pixels, the frames before it " +
+               mPictureSize);
+    }
+    if (mAlphaIsLost && hasAlpha(world)) {
+        warn("the alpha of '" + mOutput.file.string() + "' is lost: " + mEncoder->codec->name +
+             " in " + av_get_pix_fmt_name(mEncoder->pix_fmt) + " has none");
+        mAlphaIsLost = false;
+    }
+    auto picture = newFrame(world.width(), world.height(), mEncoder->pix_fmt);
+    picture->color_range = mEncoder->color_range;
+    picture->colorspace = mEncoder->colorspace;
+    picture->color_primaries = mEncoder->color_primaries;
+    picture->color_trc = mEncoder->color_trc;
+    picture->chroma_location = mEncoder->chroma_sample_location;
+    picture->sample_aspect_ratio = mEncoder->sample_aspect_ratio;
+    mConverter.fromWorld(world, *picture);
+
+    std::int64_t time = frame.time - mOffset;
+    if (av_cmp_q(mTimeBase, rational(mSource.timeBase)) != 0) {
+        time = mIsWritten ? mLastTime + 1 : 0; // a format that counts frames
+    }
+    picture->pts = mIsWritten ? std::max(time, mLastTime + 1) : time;
+    picture->pkt_duration = frame.duration;
+    mLastTime = picture->pts;
+    mIsWritten = true;
+    mDurations[picture->pts] = frame.duration;
+    check(avcodec_send_frame(mEncoder.get(), picture.get()));
+    drainEncoder();
+}
+
+void VideoWriter::drainEncoder() {
+    auto packet = owned(av_packet_alloc());
+    for (;;) {
+        const int received = avcodec_receive_packet(mEncoder.get(), packet.get());
+        if (received == AVERROR(EAGAIN) || received == AVERROR_EOF) {
+            return;
+        }
+        check(received);
+        packet->stream_index = mStream->index;
+        if (const auto found = mDurations.find(packet->pts); found != mDurations.end()) {
+            packet->duration = found->second;
+            mDurations.erase(found);
+        }
+        av_packet_rescale_ts(packet.get(), mTimeBase, mStream->time_base);
+        mux(*packet);
+    }
+}
+
+void VideoWriter::writePacket(const ClipPacket& item) {
+    const auto found = mStreams.find(item.packet->stream_index);
+    if (found == mStreams.end()) {
+        return;
+    }
+    auto packet = owned(av_packet_clone(item.packet.get()));
+    const AVRational from = mSource.container->streams[packet->stream_index]->time_base;
+    if (mSource.container->start_time != AV_NOPTS_VALUE) {
+        const std::int64_t start =
+            av_rescale_q(mSource.container->start_time, AV_TIME_BASE_Q, from);
+        packet->pts -= packet->pts == AV_NOPTS_VALUE ? 0 : start;
+        packet->dts -= packet->dts == AV_NOPTS_VALUE ? 0 : start;
+    }
+    packet->stream_index = found->second;
+    packet->pos = -1;
+    av_packet_rescale_ts(packet.get(), from, mMuxer->streams[found->second]->time_base);
+    mux(*packet);
+}
+
+void VideoWriter::mux(AVPacket& packet) {
+    check(av_interleaved_write_frame(mMuxer.get(), &packet));
+    check(mDescriptor->context->error);
+}
+
+void VideoWriter::finish() {
+    if (mEncoder == nullptr) {
+        return; // not one frame
+    }
+    const FFmpegMessages fresh;
+    check(avcodec_send_frame(mEncoder.get(), nullptr));
+    drainEncoder();
+    check(av_write_trailer(mMuxer.get()));
+    avio_flush(mDescriptor->context);
+    check(mDescriptor->context->error);
+    if (mFile) {
+        mFile->commit();
+    }
+}
+
+void VideoWriter::check(int result) const {
+    if (result >= 0) {
+        return;
+    }
+    if (mDescriptor->error != 0) {
+        refuse(std::generic_category().message(mDescriptor->error));
+    }
+    refuse(FFmpegMessages::reason(result));
+}
+
+void VideoWriter::refuse(const std::string& reason) const {
+    throw Error("cannot write " +
+                (mFile ? "'" + mOutput.file.string() + "'" : "to standard output") + ": " + reason);
+}
+
+void VideoWriter::warn(const std::string& text) const {
+    if (mOutput.warn) {
+        mOutput.warn(text);
+    }
+}
+
+} // namespace Vexorel::PrismDrift::Host
