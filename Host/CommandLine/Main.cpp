@@ -72,12 +72,12 @@ void checkUsage(const Arguments& arguments) {
     }
 }
 
-void sayInterrupted(const Arguments& arguments, std::int64_t frames) {
-    if (!arguments.quiet) {
-        std::cerr << "prismdrift: interrupted after " << frames
-                  << (frames == 1 ? " frame" : " frames")
-                  << (frames == 0 ? "; nothing is written\n" : ", which are written\n");
-    }
+void sayInterrupted(std::int64_t frames) {
+    const std::string text =
+        frames == 0   ? "; nothing is written"
+        : frames == 1 ? " after 1 frame, which is written"
+                      : " after " + std::to_string(frames) + " frames, which are written";
+    std::cerr << "prismdrift: interrupted" << text << "\n";
 }
 
 // The signal that ended it early, 0 for none.
@@ -101,8 +101,8 @@ int render(Host::Effect& effect, const Arguments& arguments, const StandardOutpu
     const int signal =
         renderClip({effect, values, arguments.downsample, *reader, *writer, progress});
     progress.finish();
-    if (signal != 0) {
-        sayInterrupted(arguments, progress.frames());
+    if (signal != 0 && !arguments.quiet) {
+        sayInterrupted(progress.frames());
     }
     return signal;
 }

@@ -103,6 +103,9 @@ void VideoReader::openDecoder() {
     mDecoder->pkt_timebase = stream().time_base;
     mDecoder->max_pixels = largestPixelCount();
     mDecoder->thread_count = 0; // as many as there are processors
+    if (decoder->id == AV_CODEC_ID_FFV1) {
+        mDecoder->thread_type = FF_THREAD_SLICE; // what it says of a checksum comes on this thread
+    }
     mDemuxer->check(avcodec_open2(mDecoder.get(), decoder, nullptr));
 }
 
@@ -200,7 +203,11 @@ std::optional<ClipItem> VideoReader::takeDecoded() {
             continue;
         }
         mDemuxer->check(received);
-        if ((mFrame->flags & AV_FRAME_FLAG_CORRUPT) != 0 || mFrame->decode_error_flags != 0) {
+        // A damaged slice of FFV1 is patched up, with nothing but a message.
+        const bool patched = mDecoder->codec_id == AV_CODEC_ID_FFV1 &&
+                             FFmpegMessages::firstMessage().find("CRC") != std::string::npos;
+        if ((mFrame->flags & AV_FRAME_FLAG_CORRUPT) != 0 || mFrame->decode_error_flags != 0 ||
+            patched) {
             throw Error("it is damaged");
         }
         if (auto item = frameItem()) {

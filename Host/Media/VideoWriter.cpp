@@ -181,14 +181,19 @@ void VideoWriter::addCopiedStreams() {
 
 void VideoWriter::addCopiedStream(const AVStream& from) {
     const AVCodecID codec = from.codecpar->codec_id;
-    const bool isSecondVideo = from.codecpar->codec_type == AVMEDIA_TYPE_VIDEO &&
-                               (from.disposition & AV_DISPOSITION_ATTACHED_PIC) == 0;
-    if (isSecondVideo || avformat_query_codec(mMuxer->oformat, codec, FF_COMPLIANCE_NORMAL) != 1) {
-        warn("the " + std::string(kindOf(from)) + " of stream " + std::to_string(from.index) +
-             " (" + avcodec_get_name(codec) + ") " +
-             (isSecondVideo
-                  ? "is left out: one video is written"
-                  : "is left out: ." + std::string(mContainer.ending) + " has no place for it"));
+    const AVMediaType type = from.codecpar->codec_type;
+    const bool isSecondVideo =
+        type == AVMEDIA_TYPE_VIDEO && (from.disposition & AV_DISPOSITION_ATTACHED_PIC) == 0;
+    const bool hasPlace =
+        type == AVMEDIA_TYPE_ATTACHMENT
+            ? std::string_view(mContainer.name) == "matroska"
+            : avformat_query_codec(mMuxer->oformat, codec, FF_COMPLIANCE_NORMAL) == 1;
+    if (isSecondVideo || !hasPlace) {
+        const std::string reason =
+            isSecondVideo ? "one video is written"
+                          : "." + std::string(mContainer.ending) + " has no place for it";
+        warn("stream " + std::to_string(from.index) + ", " + kindOf(from) + " (" +
+             avcodec_get_name(codec) + "), is left out: " + reason);
         return;
     }
     AVStream* to = avformat_new_stream(mMuxer.get(), nullptr);
