@@ -23,7 +23,8 @@ struct ClipTiming {
     /// How many there are; nothing where nobody knows, as of a pipe. Asked only if a time counts
     /// from the end, since it may take a look through the whole clip.
     std::function<std::optional<std::int64_t>()> frameCount;
-    /// The one nearest to that many seconds from the start, behind the last one too.
+    /// The one nearest to that many seconds from the start, of two as near the even one, as MLT
+    /// rounds; also behind the last.
     std::function<std::int64_t(double seconds)> frameAt;
 };
 
