@@ -88,6 +88,8 @@ int render(Host::Effect& effect, const Arguments& arguments, const StandardOutpu
     }
     checkUsage(arguments);
     const auto reader = Host::openClip(arguments.input);
+    values.resolve({[&] { return reader->frameCount(); },
+                    [&](double seconds) { return reader->frameAt(seconds); }});
     const Host::ClipProperties& clip = reader->properties();
     Progress progress(arguments.quiet ? ProgressStyle::None
                                       : arguments.progress.value_or(automaticProgress()),
