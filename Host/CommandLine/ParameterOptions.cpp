@@ -154,7 +154,7 @@ void ParameterOption::apply(std::string_view text, ParameterValues& values) cons
     }
     for (std::size_t i = 0; i < members.size(); ++i) {
         const std::string_view part = parts[parts.size() == 1 ? 0 : i];
-        if (part.find_first_of("=;") != std::string_view::npos) {
+        if (Keyframes::areMeant(part)) {
             values.set(members[i]->index, parseKeyframes(*members[i], part, name));
         } else {
             values.set(members[i]->index, parseValue(*members[i], part, complaint));

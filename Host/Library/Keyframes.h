@@ -54,6 +54,11 @@ struct KeyTime {
 /// One or more keys, each with a value that the parameter takes. Their order is free.
 class Keyframes {
 public:
+    /// Whether a text, be it right or wrong, is written as keyframes rather than a single value.
+    static bool areMeant(std::string_view text) {
+        return text.find_first_of("=;") != std::string_view::npos;
+    }
+
     /// Throws KeyframesError; also for two keys with the same time.
     static Keyframes parse(std::string_view text, const Parameter& parameter);
 

@@ -76,8 +76,14 @@ double ParameterValues::at(int index, const FrameTime& time) const {
     return std::isnan(now) ? target.initial : std::clamp(now, target.minimum, target.maximum);
 }
 
-const Keyframes* ParameterValues::keyframes(int index) const {
+std::optional<double> ParameterValues::constant(int index) const {
     parameter(index); // throws where there is none
+    const Value& value = mValues[static_cast<std::size_t>(index) - 1];
+    return value.source || value.keyframes ? std::nullopt : std::optional(value.constant);
+}
+
+const Keyframes* ParameterValues::keyframes(int index) const {
+    parameter(index);
     const Value& value = mValues[static_cast<std::size_t>(index) - 1];
     return value.keyframes ? &*value.keyframes : nullptr;
 }

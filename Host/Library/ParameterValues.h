@@ -38,6 +38,8 @@ public:
 
     /// Keyframes that `resolve` was not called for are an Error.
     double at(int index, const FrameTime& time) const;
+    /// The number that was set or is the default, nothing for another kind of value.
+    std::optional<double> constant(int index) const;
     /// Those that were set, null for another kind of value. Valid until the parameter is set anew.
     const Keyframes* keyframes(int index) const;
 
