@@ -15,10 +15,30 @@ extern "C" {
 namespace Vexorel::PrismDrift::Host {
 namespace {
 
+void setFrameRate(ClipProperties& properties, const ClipInput& input) {
+    if (!input.frameRate.empty()) {
+        properties.frameRate = frameRateFrom(input.frameRate);
+        properties.timeBase = {properties.frameRate.denominator, properties.frameRate.numerator};
+    }
+}
+
+// Pictures in files say themselves what raw pixels don't.
+void refuseRawOptions(const ClipInput& input) {
+    for (const auto& [option, text] : {std::pair("--video-size", &input.videoSize),
+                                       std::pair("--pixel-format", &input.pixelFormat)}) {
+        if (!text->empty()) {
+            throw Error("cannot read '" + input.file.string() + "': a picture takes no " + option);
+        }
+    }
+}
+
 // One picture in a file.
 class StillReader : public ClipReader {
 public:
-    explicit StillReader(const ClipInput& input) : mInput(input) { mProperties.expected = 1; }
+    explicit StillReader(const ClipInput& input) : mInput(input) {
+        setFrameRate(mProperties, input);
+        mProperties.expected = 1;
+    }
 
     const ClipProperties& properties() const override { return mProperties; }
 
@@ -34,7 +54,10 @@ public:
     }
 
     std::optional<std::int64_t> frameCount() override { return 1; }
-    std::int64_t frameAt(double seconds) override { return std::llrint(seconds * 25); }
+    std::int64_t frameAt(double seconds) override {
+        return std::llrint(seconds * mProperties.frameRate.numerator /
+                           mProperties.frameRate.denominator);
+    }
 
 private:
     ClipInput mInput;
@@ -52,11 +75,7 @@ public:
                         "': there is no file of such a name, '" + mPattern.file(1).string() +
                         "' for one");
         }
-        if (!input.frameRate.empty()) {
-            mProperties.frameRate = frameRateFrom(input.frameRate);
-            mProperties.timeBase = {mProperties.frameRate.denominator,
-                                    mProperties.frameRate.numerator};
-        }
+        setFrameRate(mProperties, input);
         mProperties.kind = ClipKind::Sequence;
         mProperties.expected = countChosen();
     }
@@ -156,9 +175,11 @@ std::unique_ptr<ClipReader> openClip(const ClipInput& input) {
     // A name with '#' in it may well be a file's own.
     const bool isFile = std::filesystem::is_regular_file(input.file, ignored);
     if (auto pattern = isFile ? std::nullopt : SequencePattern::of(input.file)) {
+        refuseRawOptions(input);
         return std::make_unique<SequenceReader>(input, std::move(*pattern));
     }
     if (input.file != "-" && input.format.empty() && isStillPicture(input.file)) {
+        refuseRawOptions(input);
         return std::make_unique<StillReader>(input);
     }
     return std::make_unique<VideoReader>(input);

@@ -2,6 +2,7 @@
 
 #include "Host/Library/Error.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <limits>
@@ -101,6 +102,10 @@ Demuxer::Demuxer(const fs::path& file, const std::string& format,
         checkReadable(file);
     }
     const AVInputFormat* wanted = formatNamed(format);
+    if (format == "rawvideo" && options.count("video_size") == 0) {
+        throw Error("rawvideo says nothing of itself: it needs --video-size, and --pixel-format "
+                    "unless it is yuv420p");
+    }
     // FFmpeg frees a context of ours when it can't open the file.
     AVFormatContext* context = owned(avformat_alloc_context()).release();
     context->opaque = &mUrl;
@@ -126,7 +131,10 @@ Demuxer::Demuxer(const fs::path& file, const std::string& format,
     }
     for (const auto& [key, value] : options) {
         if (av_dict_get(rest.options, key.c_str(), nullptr, 0) != nullptr) {
-            throw Error("its format, " + std::string(context->iformat->name) + ", takes no " + key);
+            std::string option = "--" + key;
+            std::replace(option.begin(), option.end(), '_', '-');
+            throw Error("its format, " + std::string(context->iformat->name) + ", takes no " +
+                        option);
         }
     }
 }

@@ -1,5 +1,6 @@
 #include "Host/Media/FrameProperties.h"
 
+#include <cstring>
 #include <new>
 
 namespace Vexorel::PrismDrift::Host {
@@ -19,6 +20,17 @@ Orientation orientationOf(const AVFrame& frame) {
     const AVFrameSideData* matrix = av_frame_get_side_data(&frame, AV_FRAME_DATA_DISPLAYMATRIX);
     return Orientation::of(matrix != nullptr ? reinterpret_cast<const std::int32_t*>(matrix->data)
                                              : nullptr);
+}
+
+std::vector<std::uint8_t> profileOf(const AVFrame& frame) {
+    const AVFrameSideData* profile = av_frame_get_side_data(&frame, AV_FRAME_DATA_ICC_PROFILE);
+    constexpr std::size_t headerSize = 128;
+    constexpr std::size_t spaceOffset = 16;
+    if (profile == nullptr || profile->size < headerSize ||
+        std::memcmp(profile->data + spaceOffset, "RGB ", 4) != 0) {
+        return {};
+    }
+    return {profile->data, profile->data + profile->size};
 }
 
 } // namespace Vexorel::PrismDrift::Host

@@ -5,12 +5,17 @@
 #include "Host/Media/FFmpeg.h"
 #include "Host/Media/Orientation.h"
 
+#include <cstdint>
 #include <memory>
+#include <vector>
 
 namespace Vexorel::PrismDrift::Host {
 
 /// A frame without pixels that has the size, format, colours, times and side data of this one.
 std::shared_ptr<const AVFrame> propertiesOf(const AVFrame& frame);
+
+/// The ICC profile of the frame's RGB colours, empty for none or of other colours.
+std::vector<std::uint8_t> profileOf(const AVFrame& frame);
 
 /// How the frame itself says that it has to be turned.
 Orientation orientationOf(const AVFrame& frame);

@@ -5,7 +5,6 @@
 #include "Host/Media/FrameProperties.h"
 #include "Host/Media/PixelConversion.h"
 
-#include <cstring>
 #include <new>
 
 namespace Vexorel::PrismDrift::Host {
@@ -92,17 +91,6 @@ private:
     FFmpegPtr<AVCodecContext> mCodec;
     int mStream = -1;
 };
-
-std::vector<std::uint8_t> profileOf(const AVFrame& frame) {
-    const AVFrameSideData* profile = av_frame_get_side_data(&frame, AV_FRAME_DATA_ICC_PROFILE);
-    constexpr std::size_t headerSize = 128;
-    constexpr std::size_t spaceOffset = 16;
-    if (profile == nullptr || profile->size < headerSize ||
-        std::memcmp(profile->data + spaceOffset, "RGB ", 4) != 0) {
-        return {};
-    }
-    return {profile->data, profile->data + profile->size};
-}
 
 } // namespace
 

@@ -120,7 +120,8 @@ void VideoReader::describe() {
     std::int64_t frames = stream().nb_frames;
     const std::int64_t duration = mDemuxer->context().duration;
     if (frames <= 0 && duration > 0 && isPlainFile(mInput.file)) {
-        frames = av_rescale_q(duration, AV_TIME_BASE_Q, av_inv_q(rate));
+        frames = av_rescale_q(duration, AV_TIME_BASE_Q,
+                              {mProperties.frameRate.denominator, mProperties.frameRate.numerator});
     }
     if (frames > 0) {
         mProperties.expected = chosenBelow(mInput.frames, frames);
@@ -251,7 +252,7 @@ Picture VideoReader::picture() {
     if (own.swapped) {
         std::swap(mFrame->sample_aspect_ratio.num, mFrame->sample_aspect_ratio.den);
     }
-    return {std::move(world), {}, propertiesOf(*mFrame)};
+    return {std::move(world), profileOf(*mFrame), propertiesOf(*mFrame)};
 }
 
 std::optional<std::int64_t> VideoReader::frameCount() {
@@ -325,7 +326,13 @@ std::string VideoReader::place() const {
 void VideoReader::refuse(const std::string& reason) const {
     const std::string name =
         mInput.file == "-" ? "standard input" : "'" + mInput.file.string() + "'";
-    throw Error("cannot read " + name + ": " + reason);
+    const bool streamed =
+        mInput.file == "-" && mIndex == 0 && mProperties.container != nullptr &&
+        std::string_view(mProperties.container->iformat->name).substr(0, 3) == "mov";
+    throw Error("cannot read " + name + ": " + reason +
+                (streamed ? "; an MP4 or MOV file whose index stands at its end can't come from a "
+                            "pipe"
+                          : ""));
 }
 
 } // namespace Vexorel::PrismDrift::Host
