@@ -283,8 +283,8 @@ std::int64_t VideoReader::frameAt(double seconds) {
     }
     const double before = time - static_cast<double>(*(later - 1));
     const double after = static_cast<double>(*later) - time;
-    const bool isEven = index % 2 == 0;
-    return before < after || (before == after && !isEven) ? index - 1 : index;
+    const bool even = index % 2 == 0;
+    return after < before || (after == before && even) ? index : index - 1;
 }
 
 // The times of all frames, from the file's packets, which needs no decoding.

@@ -151,10 +151,10 @@ TEST_F(ClipCommandTest, PipesCarryWhatFilesCarry) {
     EXPECT_THAT(output("head -1 out.y4m"), StartsWith("YUV4MPEG2 W48 H32 F10:1 Ip"));
     const std::string likeness =
         run("ffmpeg -nostdin -i in.mov -i out.y4m -lavfi '[0]format=yuv444p[a];[a][1]psnr' "
-            "-f null - 2>&1 | grep -o 'min:[0-9]*'")
+            "-f null - 2>&1 | grep -o 'min:[0-9inf]*'")
             .output;
     ASSERT_THAT(likeness, StartsWith("min:"));
-    EXPECT_GT(std::stoi(likeness.substr(4)), 38);
+    EXPECT_TRUE(likeness.substr(4) == "inf\n" || std::stoi(likeness.substr(4)) > 38) << likeness;
 }
 
 TEST_F(ClipCommandTest, WhatIsBrokenEndsInOneErrorAndWithoutAFile) {

@@ -212,7 +212,7 @@ TEST_F(PresetTest, WhatIsSavedIsReadAgain) {
     output("$PROGRAM $FAKE --preset <(cat a.json) --save-preset b.json");
     EXPECT_EQ(contents(path("b.json")), saved);
     // The page of the documentation shows what the program writes.
-    EXPECT_THAT(contents(PRISMDRIFT_PRESETS "/../Documentation/keyframes.md"),
+    EXPECT_THAT(contents(PRISMDRIFT_ROOT "/Documentation/keyframes.md"),
                 HasSubstr("```json\n" +
                           output("$PROGRAM $FAKE --save-preset c.json --channel-order GBR "
                                  "--shift-angle 30 --shift-distance '0=0; 50=120'; cat c.json") +
@@ -239,7 +239,7 @@ TEST_F(PresetTest, TheLineWinsOverThePreset) {
 
 TEST_F(PresetTest, ThoseThatComeWithTheProgramAreWholeAndDraw) {
     int count = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(PRISMDRIFT_PRESETS)) {
+    for (const auto& entry : std::filesystem::directory_iterator(PRISMDRIFT_ROOT "/Presets")) {
         const std::string file = "'" + entry.path().string() + "'";
         output("$PROGRAM --preset " + file + " --save-preset copy.json");
         EXPECT_EQ(contents(path("copy.json")), contents(entry.path())) << file;
