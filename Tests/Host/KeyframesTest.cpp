@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdio>
 #include <dlfcn.h>
+#include <fstream>
 #include <gmock/gmock.h>
 #include <random>
 #include <set>
@@ -164,6 +165,24 @@ TEST(Keyframes, AreThoseOfMltAtEveryFrame) {
     }
 }
 
+TEST(Keyframes, TheDocumentedValuesAreMltsAndOurs) {
+    std::ifstream page(PRISMDRIFT_SOURCE_ROOT "/Documentation/keyframes.md");
+    const std::string text = "0=0; 25~=40; 50|=80; -1=0";
+    const ValueSource source = Keyframes::parse(text, distance()).resolved(timing(100));
+    const std::vector<double> mlt = Mlt().values(text, 25025, 100, 100);
+    int rows = 0;
+    for (std::string line; std::getline(page, line);) {
+        std::size_t frame = 0;
+        double value = 0;
+        if (std::sscanf(line.c_str(), "| %zu | %lf |", &frame, &value) == 2 && frame < 100) {
+            EXPECT_NEAR(valueAt(source, static_cast<std::int32_t>(frame)), value, 5e-5) << line;
+            EXPECT_NEAR(mlt[frame], value, 5e-5) << line;
+            ++rows;
+        }
+    }
+    EXPECT_GE(rows, 8);
+}
+
 TEST(Keyframes, TimesBecomeFrames) {
     const std::pair<const char*, int> cases[] = {
         {"7", 7},
@@ -190,13 +209,11 @@ TEST(Keyframes, TimesBecomeFrames) {
         const auto source = Keyframes::parse(std::string("\t") + time + " |= 1 ; ", distance())
                                 .resolved(timing(200));
         EXPECT_EQ(valueAt(source, 0), 1) << time; // what is first holds before it
-        const auto step = [&](const char* first) {
-            return Keyframes::parse(first + std::string(time) + "=2", distance())
-                .resolved(timing(200));
-        };
         if (frame > 1 && frame < 150000) {
-            EXPECT_EQ(valueAt(step("0|=1;"), frame - 1), 1) << time;
-            EXPECT_EQ(valueAt(step("0|=1;"), frame), 2) << time;
+            const auto step = Keyframes::parse("0|=1;" + std::string(time) + "=2", distance())
+                                  .resolved(timing(200));
+            EXPECT_EQ(valueAt(step, frame - 1), 1) << time;
+            EXPECT_EQ(valueAt(step, frame), 2) << time;
         }
     }
 }
