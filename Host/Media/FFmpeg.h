@@ -14,6 +14,9 @@ extern "C" {
 
 namespace Vexorel::PrismDrift::Host {
 
+/// The unit that the libraries state a file's own times in.
+constexpr AVRational microseconds = {1, AV_TIME_BASE};
+
 struct FFmpegDeleter {
     void operator()(AVFormatContext* context) const { avformat_close_input(&context); }
     void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }

@@ -141,7 +141,7 @@ void fillPacked(const World& world, const AVPixFmtDescriptor& descriptor, AVFram
         const std::uint8_t* from = world.row(y);
         std::uint8_t* to = frame.data[0] + std::ptrdiff_t{y} * frame.linesize[0];
         if (descriptor.comp[0].step > descriptor.nb_components) { // a byte that means nothing
-            std::memset(to, 255, static_cast<std::size_t>(frame.width * descriptor.comp[0].step));
+            std::memset(to, 255, std::size_t(frame.width) * std::size_t(descriptor.comp[0].step));
         }
         for (int x = 0; x < frame.width; ++x) {
             for (int component = 0; component < descriptor.nb_components; ++component) {

@@ -87,7 +87,7 @@ void VideoReader::openStream() {
     const void* matrix = av_stream_get_side_data(&stream(), AV_PKT_DATA_DISPLAYMATRIX, nullptr);
     mOrientation = Orientation::of(static_cast<const std::int32_t*>(matrix));
     if (context.start_time != AV_NOPTS_VALUE) {
-        mStart = av_rescale_q(context.start_time, AV_TIME_BASE_Q, stream().time_base);
+        mStart = av_rescale_q(context.start_time, microseconds, stream().time_base);
     }
 }
 
@@ -120,7 +120,7 @@ void VideoReader::describe() {
     std::int64_t frames = stream().nb_frames;
     const std::int64_t duration = mDemuxer->context().duration;
     if (frames <= 0 && duration > 0 && isPlainFile(mInput.file)) {
-        frames = av_rescale_q(duration, AV_TIME_BASE_Q,
+        frames = av_rescale_q(duration, microseconds,
                               {mProperties.frameRate.denominator, mProperties.frameRate.numerator});
     }
     if (frames > 0) {

@@ -221,8 +221,7 @@ void VideoWriter::copyChapters() {
     if (from.nb_chapters == 0) {
         return;
     }
-    mMuxer->chapters =
-        static_cast<AVChapter**>(av_calloc(from.nb_chapters, sizeof *mMuxer->chapters));
+    mMuxer->chapters = static_cast<AVChapter**>(av_calloc(from.nb_chapters, sizeof(void*)));
     for (unsigned i = 0; mMuxer->chapters != nullptr && i < from.nb_chapters; ++i) {
         auto* chapter = static_cast<AVChapter*>(av_mallocz(sizeof(AVChapter)));
         if (chapter == nullptr) {
@@ -232,7 +231,7 @@ void VideoWriter::copyChapters() {
         const std::int64_t start =
             from.start_time == AV_NOPTS_VALUE
                 ? 0
-                : av_rescale_q(from.start_time, AV_TIME_BASE_Q, chapter->time_base);
+                : av_rescale_q(from.start_time, microseconds, chapter->time_base);
         chapter->start -= start;
         chapter->end -= start;
         chapter->metadata = nullptr;
@@ -441,8 +440,7 @@ void VideoWriter::writePacket(const ClipPacket& item) {
     auto packet = owned(av_packet_clone(item.packet.get()));
     const AVRational from = mSource.container->streams[packet->stream_index]->time_base;
     if (mSource.container->start_time != AV_NOPTS_VALUE) {
-        const std::int64_t start =
-            av_rescale_q(mSource.container->start_time, AV_TIME_BASE_Q, from);
+        const std::int64_t start = av_rescale_q(mSource.container->start_time, microseconds, from);
         packet->pts -= packet->pts == AV_NOPTS_VALUE ? 0 : start;
         packet->dts -= packet->dts == AV_NOPTS_VALUE ? 0 : start;
     }
