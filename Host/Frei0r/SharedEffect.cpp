@@ -1,8 +1,6 @@
 #include "Host/Frei0r/SharedEffect.h"
 
-#include "Platform/OpenGL/OpenGLContext.h"
-#include "PrismDrift/Sources/PrismDrift.h"
-#include "Shared/GL/MessageSink.h"
+#include "PrismDrift/Sources/Embedded.h"
 
 #include <cstdio>
 #include <exception>
@@ -10,17 +8,6 @@
 #include <set>
 
 namespace Vexorel::PrismDrift::Host {
-namespace {
-
-// Commands leave a context of the effect's current where the host had none.
-struct LeaveNoContext {
-    LeaveNoContext() = default;
-    LeaveNoContext(const LeaveNoContext&) = delete;
-    LeaveNoContext& operator=(const LeaveNoContext&) = delete;
-    ~LeaveNoContext() { Platform::releaseOwnContext(); }
-};
-
-} // namespace
 
 SharedEffect& SharedEffect::get() {
     static auto* instance = new SharedEffect;
@@ -40,14 +27,12 @@ void SharedEffect::begin() {
 void SharedEffect::end() {
     const std::lock_guard guard(mMutex);
     if (mUses > 0 && --mUses == 0) {
-        const LeaveNoContext leave;
         mEffect.setDown();
     }
 }
 
 bool SharedEffect::render(const World& input, World& output, const ParameterValues& values) {
     const std::shared_lock guard(mMutex);
-    const LeaveNoContext leave;
     try {
         mEffect.render(input, output, values);
         return true;

@@ -3,6 +3,7 @@
 #include "Host/Library/Callbacks.h"
 #include "Host/Library/Error.h"
 #include "Platform/OpenGL/ContextFailure.h"
+#include "Platform/OpenGL/OpenGLContext.h"
 
 #include <algorithm>
 #include <cstring>
@@ -50,6 +51,24 @@ void failWithoutContext(PF_Err code) {
         }
     }
 }
+
+// A command leaves a context of the effect's current where there was none, or one that has died. In
+// an effect that is linked in this takes it away again; a plug-in file's isn't this layer's, and
+// stays.
+class LeaveNoContext {
+public:
+    LeaveNoContext() = default;
+    LeaveNoContext(const LeaveNoContext&) = delete;
+    LeaveNoContext& operator=(const LeaveNoContext&) = delete;
+    ~LeaveNoContext() {
+        if (CGLGetCurrentContext() != mBefore) {
+            Platform::releaseOwnContext();
+        }
+    }
+
+private:
+    const CGLContextObj mBefore = CGLGetCurrentContext();
+};
 
 std::shared_ptr<void> openModule(const std::filesystem::path& plugin) {
     // A name without a slash would be looked for in the system's library folders.
@@ -125,6 +144,7 @@ void Effect::setUp() {
     if (mIsSetUp) {
         return;
     }
+    const LeaveNoContext leave;
     SetUps& all = setUps();
     const std::lock_guard guard(all.mutex);
     int& count = all.counts[mEntry];
@@ -148,6 +168,7 @@ void Effect::setDown() {
         return;
     }
     mIsSetUp = false;
+    const LeaveNoContext leave;
     SetUps& all = setUps();
     const std::lock_guard guard(all.mutex);
     if (--all.counts[mEntry] > 0) {
@@ -168,6 +189,7 @@ void Effect::render(const World& input, World& output, const ParameterValues& va
     if (input.format() != PF_PixelFormat_ARGB32 || output.format() != PF_PixelFormat_ARGB32) {
         throw Error("the effect takes worlds of 8 bits a channel only");
     }
+    const LeaveNoContext leave;
     setUp();
     PF_ProgressInfo command;
     command.values = &values;

@@ -37,7 +37,8 @@ struct CheckoutCounts {
 class Effect {
 public:
     /// An effect that is linked in. Asks it for its parameters, which needs no OpenGL. Throws Error
-    /// if it refuses or if what it publishes makes no sense.
+    /// if it refuses or if what it publishes makes no sense. Where a thread had no context current,
+    /// its commands leave none.
     explicit Effect(PF_EffectMain entry);
     /// The same for a plug-in file. Throws Error if it can't be loaded or has no EntryPointFunc.
     explicit Effect(const std::filesystem::path& plugin);
