@@ -42,6 +42,7 @@ std::string writePicture(const std::filesystem::path& file, const Picture& pictu
 /// The same by the ending alone, "png" for one. `encodedPicture` gives the bytes of a file and
 /// throws Error.
 bool isPictureEnding(const std::string& ending);
+std::string pictureEndings(); ///< all, for messages: ".png, .jpg"
 bool pictureKeepsAlpha(const std::string& ending);
 std::vector<std::uint8_t> encodedPicture(const std::string& ending, const Picture& picture);
 

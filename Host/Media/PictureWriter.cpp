@@ -170,6 +170,12 @@ bool isPictureEnding(const std::string& ending) {
     return formatFor("." + ending, known) != nullptr;
 }
 
+std::string pictureEndings() {
+    std::string known;
+    formatFor("", known);
+    return known;
+}
+
 bool pictureKeepsAlpha(const std::string& ending) {
     std::string known;
     const Format* format = formatFor("." + ending, known);
