@@ -5,6 +5,8 @@
 #include "Host/CommandLine/Progress.h"
 #include "Host/CommandLine/RenderClip.h"
 #include "Host/CommandLine/RunScript.h"
+#include "Host/CommandLine/Sheet.h"
+#include "Host/CommandLine/SheetArguments.h"
 #include "Host/CommandLine/StandardOutput.h"
 #include "Host/CommandLine/Usage.h"
 #include "Host/Library/Effect.h"
@@ -41,7 +43,7 @@ std::filesystem::path pluginFor(const EarlyArguments& early) {
 }
 
 // What can be told without a plug-in is told without one, too.
-std::string information(const EarlyArguments& early) {
+std::string information(const EarlyArguments& early, const SubCommand* subCommand = nullptr) {
     std::unique_ptr<Host::Effect> effect;
     std::string missing;
     try {
@@ -51,7 +53,8 @@ std::string information(const EarlyArguments& early) {
     }
     if (early.help) {
         return helpText(effect ? parameterOptions(effect->parameters())
-                               : std::vector<ParameterOption>()) +
+                               : std::vector<ParameterOption>(),
+                        subCommand) +
                (effect ? "" : "\nThe effect's own options are missing: " + missing + "\n");
     }
     std::string text = "prismdrift " PRISMDRIFT_VERSION "\n";
@@ -105,7 +108,23 @@ int render(Host::Effect& effect, const Arguments& arguments, const StandardOutpu
     return signal;
 }
 
+int runSheet(int count, const char* const* words) {
+    const EarlyArguments early = readEarlyArguments(count, words);
+    const StandardOutput output(early.verbose);
+    if (early.help) {
+        output.write(information(early, &sheetCommand()));
+        return Done;
+    }
+    Host::Effect effect(pluginFor(early));
+    const std::vector<ParameterOption> options = parameterOptions(effect.parameters());
+    makeSheet(effect, options, readSheetArguments(count, words, options));
+    return Done;
+}
+
 int run(int count, const char* const* words) {
+    if (count > 1 && words[1] == std::string("sheet")) {
+        return runSheet(count - 1, words + 1);
+    }
     const EarlyArguments early = readEarlyArguments(count, words);
     const StandardOutput output(early.verbose);
     if (early.help || early.version) {
