@@ -166,7 +166,7 @@ SheetText textOf(const Arguments& arguments, const Frame& frame, const std::vect
 
 int defaultCellWidth(int pictureWidth) {
     constexpr int usual = 320;
-    constexpr int narrowest = 96;
+    constexpr int narrowest = 128; // most labels fit in a line
     return std::clamp(pictureWidth, narrowest, usual);
 }
 
@@ -199,12 +199,18 @@ void makeSheet(Host::Effect& effect, const std::vector<ParameterOption>& options
     const int columns = variations.size() > 1
                             ? static_cast<int>(variations[1].values.size())
                             : std::min(count, arguments.columns.value_or(suitingColumns(count)));
-    const SheetLayout layout(textOf(common, frame, cells, chosen), input.width(), input.height(),
+    const SheetText text = textOf(common, frame, cells, chosen);
+    const SheetLayout layout(text, input.width(), input.height(),
                              arguments.cellWidth.value_or(defaultCellWidth(input.width())),
                              columns);
+    Host::checkPictureSize(common.output.file, layout.width(), layout.height());
     Progress progress(common.quiet ? ProgressStyle::None
                                    : common.progress.value_or(automaticProgress()),
                       !common.quiet, count);
+    if (!Host::canShow(text.title)) {
+        progress.warn("no font that is installed has all letters of the title '" + text.title +
+                      "'");
+    }
     Host::Picture sheet{layout.emptySheet(), frame.picture.colorProfile};
     Host::World drawn(input.width(), input.height());
     for (int i = 0; i < count; ++i) {

@@ -24,7 +24,7 @@ constexpr int smallestFont = 11;
 constexpr int largestFont = 40;
 constexpr int cellWidthPerFontSize = 22;
 
-// What FFmpeg's encoders take, in all formats but WebP, which says so itself.
+// What FFmpeg's encoders take.
 constexpr std::int64_t mostPixels = 200'000'000;
 
 Host::TextStyle titleStyle(int fontSize) {
@@ -81,8 +81,7 @@ SheetLayout::SheetLayout(SheetText text, int pictureWidth, int pictureHeight, in
     mPictureHeight = std::max(1, static_cast<int>(std::lround(pictureHeight * scale)));
 
     mWidth = 2 * mMargin + columns * cellWidth + (columns - 1) * mGap;
-    checkSize(mWidth, 1);
-    const int room = mWidth - 2 * mMargin;
+    const int room = titleRoom();
     mTitleHeight = Host::textHeight(mText.title, room, titleStyle(mFontSize));
     mSubtitleHeight = Host::textHeight(mText.subtitle, room, subtitleStyle(mFontSize));
     mLabelHeight = 0;
@@ -92,6 +91,11 @@ SheetLayout::SheetLayout(SheetText text, int pictureWidth, int pictureHeight, in
     }
     mHeight = top(mRows) - mGap + mMargin;
     checkSize(mWidth, mHeight);
+}
+
+int SheetLayout::titleRoom() const {
+    constexpr int most = 16384; // well below what a surface for text may have
+    return std::min(mWidth - 2 * mMargin, most);
 }
 
 int SheetLayout::left(int column) const {
@@ -111,7 +115,7 @@ Host::Area SheetLayout::picture(int cell) const {
 Host::World SheetLayout::emptySheet() const {
     Host::World sheet(mWidth, mHeight);
     Host::fillArea(sheet, {0, 0, mWidth, mHeight}, background);
-    const int room = mWidth - 2 * mMargin;
+    const int room = titleRoom();
     Host::drawText(sheet, mMargin, mMargin, room, mText.title, titleStyle(mFontSize));
     Host::drawText(sheet, mMargin, mMargin + mTitleHeight + mFontSize / 4, room, mText.subtitle,
                    subtitleStyle(mFontSize));

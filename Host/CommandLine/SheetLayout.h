@@ -37,6 +37,7 @@ public:
               const Vexorel::PrismDrift::Host::World& picture) const;
 
 private:
+    int titleRoom() const;
     int left(int column) const;
     int top(int row) const;
 
