@@ -1,7 +1,9 @@
 // The program prismdrift: renders pictures, sequences and video with the effect.
 
 #include "Host/CommandLine/Arguments.h"
+#include "Host/CommandLine/ChosenValues.h"
 #include "Host/CommandLine/PluginSearch.h"
+#include "Host/CommandLine/Preset.h"
 #include "Host/CommandLine/Progress.h"
 #include "Host/CommandLine/RenderClip.h"
 #include "Host/CommandLine/RunScript.h"
@@ -75,22 +77,29 @@ void checkUsage(const Arguments& arguments) {
     }
 }
 
-void sayInterrupted(const Arguments& arguments, std::int64_t frames) {
-    if (!arguments.quiet) {
-        std::cerr << "prismdrift: interrupted after " << frames
-                  << (frames == 1 ? " frame" : " frames")
-                  << (frames == 0 ? "; nothing is written\n" : ", which are written\n");
-    }
+void sayInterrupted(std::int64_t frames) {
+    const std::string text =
+        frames == 0   ? "; nothing is written"
+        : frames == 1 ? " after 1 frame, which is written"
+                      : " after " + std::to_string(frames) + " frames, which are written";
+    std::cerr << "prismdrift: interrupted" << text << "\n";
 }
 
 // The signal that ended it early, 0 for none.
 int render(Host::Effect& effect, const Arguments& arguments, const StandardOutput& standardOutput) {
-    Host::ParameterValues values = effect.defaultValues();
-    for (const auto& [option, text] : arguments.values) {
-        option->apply(text, values);
+    if (!arguments.output.file.empty()) {
+        checkUsage(arguments);
     }
-    checkUsage(arguments);
+    Host::ParameterValues values = chosenValues(effect, arguments);
+    if (!arguments.savePreset.empty()) {
+        savePreset(arguments.savePreset, values);
+    }
+    if (arguments.output.file.empty()) {
+        return 0; // that was all
+    }
     const auto reader = Host::openClip(arguments.input);
+    values.resolve({[&] { return reader->frameCount(); },
+                    [&](double seconds) { return reader->frameAt(seconds); }});
     const Host::ClipProperties& clip = reader->properties();
     Progress progress(arguments.quiet ? ProgressStyle::None
                                       : arguments.progress.value_or(automaticProgress()),
@@ -102,8 +111,8 @@ int render(Host::Effect& effect, const Arguments& arguments, const StandardOutpu
     const int signal =
         renderClip({effect, values, arguments.downsample, *reader, *writer, progress});
     progress.finish();
-    if (signal != 0) {
-        sayInterrupted(arguments, progress.frames());
+    if (signal != 0 && !arguments.quiet) {
+        sayInterrupted(progress.frames());
     }
     return signal;
 }

@@ -136,6 +136,15 @@ double endOf(const Host::ClipFrame& frame, const Host::Ratio& unit) {
     return static_cast<double>(frame.time + frame.duration) * unit.numerator / unit.denominator;
 }
 
+void warnOfDepth(const ClipRendering& rendering, const Host::Picture& picture) {
+    constexpr int kept = 8;
+    const int depth = Host::depthOf(picture);
+    if (depth > kept) {
+        rendering.progress.warn("the input has " + std::to_string(depth) +
+                                " bits a channel; 8 are kept");
+    }
+}
+
 // Draws what comes until it ends or the queue behind it is closed.
 void drawFrames(const ClipRendering& rendering, Queue& read, Queue& drawn) {
     const Host::Ratio unit = rendering.reader.properties().timeBase;
@@ -143,6 +152,9 @@ void drawFrames(const ClipRendering& rendering, Queue& read, Queue& drawn) {
         const std::size_t weight = weightOf(*item);
         double time = 0;
         if (auto* frame = std::get_if<Host::ClipFrame>(&*item)) {
+            if (rendering.progress.frames() == 0) {
+                warnOfDepth(rendering, frame->picture);
+            }
             drawFrame(rendering, *frame);
             time = endOf(*frame, unit);
         }

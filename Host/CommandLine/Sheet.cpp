@@ -1,5 +1,6 @@
 #include "Host/CommandLine/Sheet.h"
 
+#include "Host/CommandLine/ChosenValues.h"
 #include "Host/CommandLine/Progress.h"
 #include "Host/CommandLine/RenderClip.h"
 #include "Host/CommandLine/SheetLayout.h"
@@ -124,8 +125,15 @@ std::vector<Cell> cellsOf(const std::vector<Variation>& variations,
     return cells;
 }
 
-Frame readFrame(const Host::ClipInput& input) {
+// Also resolves the cells' keyframes, whose times are the clip's.
+Frame readFrame(const Host::ClipInput& input, std::vector<Cell>& cells) {
     const auto reader = Host::openClip(input);
+    for (Cell& cell : cells) {
+        if (cell.values) {
+            cell.values->resolve({[&] { return reader->frameCount(); },
+                                  [&](double seconds) { return reader->frameAt(seconds); }});
+        }
+    }
     while (auto item = reader->next()) {
         if (auto* frame = std::get_if<Host::ClipFrame>(&*item)) {
             const Host::ClipProperties& clip = reader->properties();
@@ -149,6 +157,9 @@ SheetText textOf(const Arguments& arguments, const Frame& frame, const std::vect
     }
     const Host::World& world = frame.picture.world;
     text.subtitle = std::to_string(world.width()) + "x" + std::to_string(world.height());
+    if (!arguments.preset.empty()) {
+        text.subtitle += ", preset " + arguments.preset.filename().string();
+    }
     for (const auto& [option, value] : arguments.values) {
         text.subtitle += ", " + labelOf(*option, value);
     }
@@ -175,23 +186,19 @@ int defaultCellWidth(int pictureWidth) {
 void makeSheet(Host::Effect& effect, const std::vector<ParameterOption>& options,
                const SheetArguments& arguments) {
     const Arguments& common = arguments.common;
-    Host::ParameterValues base = effect.defaultValues();
-    for (const auto& [option, text] : common.values) {
-        option->apply(text, base);
-    }
     std::vector<Variation> variations = arguments.variations;
     const bool showsOriginal = variations.empty();
     if (showsOriginal) {
         variations.push_back(allChannelOrders(options));
     }
-    std::vector<Cell> cells = cellsOf(variations, base);
+    std::vector<Cell> cells = cellsOf(variations, chosenValues(effect, common));
     if (showsOriginal) {
         cells.insert(cells.begin(), {"original", {}});
     }
     Host::checkLettering();
     Host::checkReplaceable(common.output.file);
 
-    const Frame frame = readFrame(common.input);
+    const Frame frame = readFrame(common.input, cells);
     const std::string chosen =
         ChosenDistance(options, arguments, variations).apply(frame, common.downsample, cells);
     const Host::World& input = frame.picture.world;

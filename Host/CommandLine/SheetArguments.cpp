@@ -56,8 +56,9 @@ Variation variationFrom(const std::string& text, const std::vector<ParameterOpti
     }
     const ParameterOption& option = optionNamed(text.substr(0, equals), options);
     Variation variation{&option, split(text.substr(equals + 1), ',')};
-    if (option.members.size() > 1) {
-        for (std::string& value : variation.values) {
+    for (std::string& value : variation.values) {
+        const bool isKeyframes = value.find('=') != std::string::npos; // has ':' in its times
+        if (option.members.size() > 1 && !isKeyframes) {
             std::replace(value.begin(), value.end(), ':', ',');
         }
     }
@@ -146,8 +147,8 @@ const SubCommand& sheetCommand() {
          {"--frames", "N",
           "Show this frame instead of the first: a sequence's by its number, a video's counted "
           "from 0"}},
-        {"--codec", "--quality", "--output-format", "--output-pixel-format", "--list-parameters",
-         "--about", "--script", "--version"}};
+        {"--codec", "--quality", "--output-format", "--output-pixel-format", "--save-preset",
+         "--list-parameters", "--about", "--script", "--version"}};
     return command;
 }
 

@@ -181,14 +181,19 @@ void VideoWriter::addCopiedStreams() {
 
 void VideoWriter::addCopiedStream(const AVStream& from) {
     const AVCodecID codec = from.codecpar->codec_id;
-    const bool isSecondVideo = from.codecpar->codec_type == AVMEDIA_TYPE_VIDEO &&
-                               (from.disposition & AV_DISPOSITION_ATTACHED_PIC) == 0;
-    if (isSecondVideo || avformat_query_codec(mMuxer->oformat, codec, FF_COMPLIANCE_NORMAL) != 1) {
-        warn("the " + std::string(kindOf(from)) + " of stream " + std::to_string(from.index) +
-             " (" + avcodec_get_name(codec) + ") " +
-             (isSecondVideo
-                  ? "is left out: one video is written"
-                  : "is left out: ." + std::string(mContainer.ending) + " has no place for it"));
+    const AVMediaType type = from.codecpar->codec_type;
+    const bool isSecondVideo =
+        type == AVMEDIA_TYPE_VIDEO && (from.disposition & AV_DISPOSITION_ATTACHED_PIC) == 0;
+    const bool hasPlace =
+        type == AVMEDIA_TYPE_ATTACHMENT
+            ? std::string_view(mContainer.name) == "matroska"
+            : avformat_query_codec(mMuxer->oformat, codec, FF_COMPLIANCE_NORMAL) == 1;
+    if (isSecondVideo || !hasPlace) {
+        const std::string reason =
+            isSecondVideo ? "one video is written"
+                          : "." + std::string(mContainer.ending) + " has no place for it";
+        warn("stream " + std::to_string(from.index) + ", " + kindOf(from) + " (" +
+             avcodec_get_name(codec) + "), is left out: " + reason);
         return;
     }
     AVStream* to = avformat_new_stream(mMuxer.get(), nullptr);
@@ -265,8 +270,9 @@ void VideoWriter::open(const ClipFrame& first) {
 
 namespace {
 
-// Colours that the frames have, carried over; those of RGB pictures in YUV are BT.709's.
-void setColours(AVCodecContext& encoder, const AVFrame& source) {
+// Colours that the frames have, carried over; those of RGB pictures in YUV are BT.709's where the
+// container can say so, else what its readers take for granted, BT.601.
+void setColours(AVCodecContext& encoder, const AVFrame& source, bool saysColours) {
     const AVPixFmtDescriptor* to = av_pix_fmt_desc_get(encoder.pix_fmt);
     const AVPixFmtDescriptor* from = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(source.format));
     const bool toYuv = (to->flags & AV_PIX_FMT_FLAG_RGB) == 0 && to->nb_components >= 3;
@@ -286,6 +292,9 @@ void setColours(AVCodecContext& encoder, const AVFrame& source) {
         return;
     }
     encoder.color_range = AVCOL_RANGE_MPEG;
+    if (!saysColours) {
+        return;
+    }
     encoder.colorspace = AVCOL_SPC_BT709;
     if (source.color_primaries == AVCOL_PRI_UNSPECIFIED) {
         encoder.color_primaries = AVCOL_PRI_BT709;
@@ -335,7 +344,7 @@ void VideoWriter::openEncoder(const ClipFrame& first) {
         if ((mMuxer->oformat->flags & AVFMT_GLOBALHEADER) != 0) {
             mEncoder->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
         }
-        setColours(*mEncoder, source);
+        setColours(*mEncoder, source, mContainer.saysColours);
         AVDictionary* options = nullptr;
         av_dict_parse_string(
             &options, encoderOptions(codec, mOutput.quality.value_or(defaultQuality)).c_str(), "=",
