@@ -21,12 +21,24 @@ constexpr std::size_t helpColumn = 28; // where the help's second column starts
 // CLI11's layout, with our own words where it would put what can't be left out in brackets.
 class HelpLayout : public CLI::Formatter {
 public:
-    HelpLayout() { column_width(helpColumn); }
+    explicit HelpLayout(std::string usage) : mUsage(std::move(usage)) { column_width(helpColumn); }
 
     std::string make_usage(const CLI::App* /*app*/, std::string /*name*/) const override {
-        return "Usage: prismdrift [options] INPUT OUTPUT\n";
+        return "Usage: " + mUsage + "\n";
     }
+
+    std::string make_option_opts(const CLI::Option* option) const override {
+        return option->get_type_name().empty() ? "" : " " + option->get_type_name();
+    }
+
+private:
+    std::string mUsage;
 };
+
+constexpr const char* ownUsage =
+    "prismdrift [options] INPUT OUTPUT\n"
+    "       prismdrift sheet [options] INPUT OUTPUT   compares settings in one picture;\n"
+    "                                                 'prismdrift sheet --help' tells more";
 
 // Breaks the text into lines that stand beside the options on a terminal of 80 columns.
 std::string wrapped(const std::string& text) {
@@ -47,15 +59,23 @@ std::string wrapped(const std::string& text) {
 // CLI11's parser over our options, and what it found.
 class Parser {
 public:
-    explicit Parser(const std::vector<ParameterOption>& options) : mOptions(options) {
+    explicit Parser(const std::vector<ParameterOption>& options,
+                    const SubCommand* subCommand = nullptr)
+        : mOptions(options) {
         mApp.set_help_flag();
-        mApp.formatter(std::make_shared<HelpLayout>());
+        mApp.formatter(std::make_shared<HelpLayout>(subCommand ? subCommand->usage : ownUsage));
         mApp.allow_extras();
         mApp.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
         addPositionals();
+        if (subCommand != nullptr) {
+            addOwn(*subCommand);
+        }
         addParameters();
         addClips();
         addOthers();
+        if (subCommand != nullptr) {
+            changeFor(*subCommand);
+        }
     }
 
     // Nothing that CLI11 stumbles over is lost: it comes out of `problem`.
@@ -94,6 +114,7 @@ public:
         found.input = input();
         found.output = output();
         found.script = mScript;
+        found.own = mOwn;
         found.preset = mPreset;
         found.savePreset = mSavePreset;
         for (std::size_t i = 0; i < mOptions.size(); ++i) {
@@ -191,6 +212,28 @@ private:
                 "bar on a terminal, else a line every few seconds, unless given");
         addFlag("--quiet", mQuiet, "Print errors only, no warnings and no progress");
         addFlag("--verbose", mVerbose, "Show what the plug-in itself prints, too");
+    }
+
+    void addOwn(const SubCommand& subCommand) {
+        for (const SubCommand::Option& option : subCommand.options) {
+            mApp.add_option(option.name, mOwn[option.name], wrapped(option.meaning))
+                ->type_name(option.takes)
+                ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+                ->allow_extra_args(false)
+                ->group(subCommand.group);
+        }
+    }
+
+    void changeFor(const SubCommand& subCommand) {
+        mApp.description(subCommand.meaning);
+        for (const SubCommand::Option& option : subCommand.wording) {
+            mApp.get_option(option.name)
+                ->type_name(option.takes)
+                ->description(wrapped(option.meaning));
+        }
+        for (const std::string& name : subCommand.leftOut) {
+            mApp.remove_option(mApp.get_option(name));
+        }
     }
 
     void addFlag(const char* names, bool& flag, const char* meaning) {
@@ -345,6 +388,7 @@ private:
     std::string mFrames, mMissing, mFrameRate, mInputFormat, mVideoSize, mPixelFormat;
     std::string mCodec, mQuality, mOutputFormat, mOutputPixelFormat, mProgress;
     std::vector<std::string> mTexts;
+    std::map<std::string, std::vector<std::string>> mOwn;
     bool mListParameters = false, mAbout = false, mVersion = false, mHelp = false, mQuiet = false,
          mVerbose = false;
 };
@@ -359,12 +403,12 @@ EarlyArguments readEarlyArguments(int count, const char* const* arguments) {
 }
 
 Arguments readArguments(int count, const char* const* arguments,
-                        const std::vector<ParameterOption>& options) {
-    Parser parser(options);
+                        const std::vector<ParameterOption>& options, const SubCommand* subCommand) {
+    Parser parser(options, subCommand);
     parser.parse(count, arguments);
     return parser.result();
 }
 
-std::string helpText(const std::vector<ParameterOption>& options) {
-    return Parser(options).help();
+std::string helpText(const std::vector<ParameterOption>& options, const SubCommand* subCommand) {
+    return Parser(options, subCommand).help();
 }

@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <map>
 #include <optional>
 #include <string>
 #include <utility>
@@ -19,6 +20,18 @@ struct EarlyArguments {
     bool verbose = false;
     bool help = false;
     bool version = false;
+};
+
+/// What a sub-command has of its own; the rest of its options are the program's.
+struct SubCommand {
+    struct Option {
+        std::string name, takes, meaning;
+    };
+    std::string usage, meaning;
+    std::string group;                ///< of its own options in the help
+    std::vector<Option> options;      ///< its own, each may be given several times
+    std::vector<Option> wording;      ///< for the program's options that mean something else here
+    std::vector<std::string> leftOut; ///< the program's options that it doesn't take
 };
 
 /// Takes out what it knows and complains about nothing.
@@ -36,11 +49,16 @@ struct Arguments {
     std::filesystem::path script, preset, savePreset; ///< empty where not given
     /// The options for parameters that were given, each with its text; a later one stands.
     std::vector<std::pair<const ParameterOption*, std::string>> values;
+    /// What was given for the sub-command's own options, by their names.
+    std::map<std::string, std::vector<std::string>> own;
 };
 
-/// Throws UsageError, which names the option and what it takes.
+/// Throws UsageError, which names the option and what it takes. A sub-command's arguments start
+/// behind its name.
 Arguments readArguments(int count, const char* const* arguments,
-                        const std::vector<ParameterOption>& options);
+                        const std::vector<ParameterOption>& options,
+                        const SubCommand* subCommand = nullptr);
 
 /// The help; without the effect's options where there are none.
-std::string helpText(const std::vector<ParameterOption>& options);
+std::string helpText(const std::vector<ParameterOption>& options,
+                     const SubCommand* subCommand = nullptr);

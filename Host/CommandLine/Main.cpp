@@ -1,11 +1,14 @@
 // The program prismdrift: renders pictures, sequences and video with the effect.
 
 #include "Host/CommandLine/Arguments.h"
+#include "Host/CommandLine/ChosenValues.h"
 #include "Host/CommandLine/PluginSearch.h"
 #include "Host/CommandLine/Preset.h"
 #include "Host/CommandLine/Progress.h"
 #include "Host/CommandLine/RenderClip.h"
 #include "Host/CommandLine/RunScript.h"
+#include "Host/CommandLine/Sheet.h"
+#include "Host/CommandLine/SheetArguments.h"
 #include "Host/CommandLine/StandardOutput.h"
 #include "Host/CommandLine/Usage.h"
 #include "Host/Library/Effect.h"
@@ -42,7 +45,7 @@ std::filesystem::path pluginFor(const EarlyArguments& early) {
 }
 
 // What can be told without a plug-in is told without one, too.
-std::string information(const EarlyArguments& early) {
+std::string information(const EarlyArguments& early, const SubCommand* subCommand = nullptr) {
     std::unique_ptr<Host::Effect> effect;
     std::string missing;
     try {
@@ -52,7 +55,8 @@ std::string information(const EarlyArguments& early) {
     }
     if (early.help) {
         return helpText(effect ? parameterOptions(effect->parameters())
-                               : std::vector<ParameterOption>()) +
+                               : std::vector<ParameterOption>(),
+                        subCommand) +
                (effect ? "" : "\nThe effect's own options are missing: " + missing + "\n");
     }
     std::string text = "prismdrift " PRISMDRIFT_VERSION "\n";
@@ -81,29 +85,11 @@ void sayInterrupted(std::int64_t frames) {
     std::cerr << "prismdrift: interrupted" << text << "\n";
 }
 
-// The preset's values, and over them those on the line. Wrong usage is told before a file is
-// opened.
-Host::ParameterValues chosenValues(const Host::Effect& effect, const Arguments& arguments) {
-    const auto apply = [&](Host::ParameterValues values) {
-        for (const auto& [option, text] : arguments.values) {
-            option->apply(text, values);
-        }
-        return values;
-    };
-    Host::ParameterValues values = apply(effect.defaultValues());
+// The signal that ended it early, 0 for none.
+int render(Host::Effect& effect, const Arguments& arguments, const StandardOutput& standardOutput) {
     if (!arguments.output.file.empty()) {
         checkUsage(arguments);
     }
-    if (!arguments.preset.empty()) {
-        values = effect.defaultValues();
-        loadPreset(arguments.preset, values);
-        values = apply(std::move(values));
-    }
-    return values;
-}
-
-// The signal that ended it early, 0 for none.
-int render(Host::Effect& effect, const Arguments& arguments, const StandardOutput& standardOutput) {
     Host::ParameterValues values = chosenValues(effect, arguments);
     if (!arguments.savePreset.empty()) {
         savePreset(arguments.savePreset, values);
@@ -131,7 +117,23 @@ int render(Host::Effect& effect, const Arguments& arguments, const StandardOutpu
     return signal;
 }
 
+int runSheet(int count, const char* const* words) {
+    const EarlyArguments early = readEarlyArguments(count, words);
+    const StandardOutput output(early.verbose);
+    if (early.help) {
+        output.write(information(early, &sheetCommand()));
+        return Done;
+    }
+    Host::Effect effect(pluginFor(early));
+    const std::vector<ParameterOption> options = parameterOptions(effect.parameters());
+    makeSheet(effect, options, readSheetArguments(count, words, options));
+    return Done;
+}
+
 int run(int count, const char* const* words) {
+    if (count > 1 && words[1] == std::string("sheet")) {
+        return runSheet(count - 1, words + 1);
+    }
     const EarlyArguments early = readEarlyArguments(count, words);
     const StandardOutput output(early.verbose);
     if (early.help || early.version) {

@@ -28,24 +28,6 @@ std::size_t weightOf(const Host::ClipItem& item) {
     return std::holds_alternative<Host::ClipFrame>(item) ? frameWeight : 1;
 }
 
-// The effect counts time in whole numbers of 32 bits; a day of frames in fractions of a second
-// doesn't go into them, but the frames do.
-Host::FrameTime frameTime(std::int64_t index, const Host::Ratio& rate) {
-    constexpr std::int64_t most = std::numeric_limits<std::int32_t>::max();
-    if (index > most) {
-        throw Host::Error("the clip is longer than an effect can count: frame " +
-                          std::to_string(index));
-    }
-    const std::int64_t step = std::max(1, rate.denominator);
-    if (rate.numerator <= 0 || index > most / step) {
-        const long whole = rate.numerator / step;
-        return {static_cast<std::int32_t>(index), 1,
-                static_cast<std::uint32_t>(std::max<long>(1, whole))};
-    }
-    return {static_cast<std::int32_t>(index * step), static_cast<std::int32_t>(step),
-            static_cast<std::uint32_t>(rate.numerator)};
-}
-
 // The thread that reads, which may be stuck in a pipe that nothing comes from.
 class Reading {
 public:
@@ -186,6 +168,24 @@ void drawFrames(const ClipRendering& rendering, Queue& read, Queue& drawn) {
 }
 
 } // namespace
+
+// The effect counts time in whole numbers of 32 bits; a day of frames in fractions of a second
+// doesn't go into them, but the frames do.
+Host::FrameTime frameTime(std::int64_t index, const Host::Ratio& rate) {
+    constexpr std::int64_t most = std::numeric_limits<std::int32_t>::max();
+    if (index > most) {
+        throw Host::Error("the clip is longer than an effect can count: frame " +
+                          std::to_string(index));
+    }
+    const std::int64_t step = std::max(1, rate.denominator);
+    if (rate.numerator <= 0 || index > most / step) {
+        const long whole = rate.numerator / step;
+        return {static_cast<std::int32_t>(index), 1,
+                static_cast<std::uint32_t>(std::max<long>(1, whole))};
+    }
+    return {static_cast<std::int32_t>(index * step), static_cast<std::int32_t>(step),
+            static_cast<std::uint32_t>(rate.numerator)};
+}
 
 int renderClip(const ClipRendering& rendering) {
     Reading::prepare();

@@ -20,3 +20,7 @@ struct ClipRendering {
 /// is then left unfinished. An interruption ends the clip early and well: the signal is returned,
 /// 0 without one.
 int renderClip(const ClipRendering& rendering);
+
+/// The time of the clip's frame as the effect counts it. Throws Error for a clip that is longer.
+Vexorel::PrismDrift::Host::FrameTime frameTime(std::int64_t index,
+                                               const Vexorel::PrismDrift::Host::Ratio& rate);

@@ -34,6 +34,9 @@ int depthOf(const Picture& picture);
 /// Throws Error unless the file's name ends in a format that can be written.
 void checkPictureName(const std::filesystem::path& file);
 
+/// Throws Error where the format of the name's ending has no room for so large a picture.
+void checkPictureSize(const std::filesystem::path& file, int width, int height);
+
 /// Writes the picture in the format of the name's ending, JPEG at high quality and the others
 /// without loss; the file appears whole or not at all. Gives a warning, in one line, where
 /// something of the picture got lost, else an empty text. Throws Error.
@@ -42,6 +45,7 @@ std::string writePicture(const std::filesystem::path& file, const Picture& pictu
 /// The same by the ending alone, "png" for one. `encodedPicture` gives the bytes of a file and
 /// throws Error.
 bool isPictureEnding(const std::string& ending);
+std::string pictureEndings(); ///< all, for messages: ".png, .jpg"
 bool pictureKeepsAlpha(const std::string& ending);
 std::vector<std::uint8_t> encodedPicture(const std::string& ending, const Picture& picture);
 

@@ -26,6 +26,7 @@ struct Format {
     const char* name;
     const char* encoder;
     const char* options;
+    int longestSide = largestSide;
 };
 
 // PNG and WebP trade a few percent of size for several times the speed. JPEG has the quality 2 of 1
@@ -35,13 +36,15 @@ constexpr const char* jpegOptions = "flags=+qscale:global_quality=236";
 constexpr const char* tiffOptions = "compression_algo=lzw";
 constexpr const char* webpOptions = "lossless=1:quality=20:compression_level=1";
 
+constexpr int webpSide = 16383;
+
 constexpr std::array formats = {
     Format{"png", "PNG", "png", pngOptions},
     Format{"jpg", "JPEG", "mjpeg", jpegOptions},
     Format{"jpeg", "JPEG", "mjpeg", jpegOptions},
     Format{"tif", "TIFF", "tiff", tiffOptions},
     Format{"tiff", "TIFF", "tiff", tiffOptions},
-    Format{"webp", "WebP", "libwebp", webpOptions},
+    Format{"webp", "WebP", "libwebp", webpOptions, webpSide},
     Format{"bmp", "BMP", "bmp", ""},
     Format{"tga", "TGA", "targa", ""},
     Format{"ppm", "PPM", "ppm", ""},
@@ -170,6 +173,12 @@ bool isPictureEnding(const std::string& ending) {
     return formatFor("." + ending, known) != nullptr;
 }
 
+std::string pictureEndings() {
+    std::string known;
+    formatFor("", known);
+    return known;
+}
+
 bool pictureKeepsAlpha(const std::string& ending) {
     std::string known;
     const Format* format = formatFor("." + ending, known);
@@ -178,6 +187,15 @@ bool pictureKeepsAlpha(const std::string& ending) {
 
 void checkPictureName(const fs::path& file) {
     formatOf(file);
+}
+
+void checkPictureSize(const fs::path& file, int width, int height) {
+    const Format& format = formatOf(file);
+    if (std::max(width, height) > format.longestSide) {
+        throw Error("cannot write '" + file.string() + "': " + format.name + " takes at most " +
+                    std::to_string(format.longestSide) + " pixels a side, not " +
+                    std::to_string(width) + "x" + std::to_string(height));
+    }
 }
 
 std::string writePicture(const fs::path& file, const Picture& picture) {

@@ -1,0 +1,11 @@
+#pragma once
+
+/// The contact sheet: one picture with different settings, so that a look is chosen with the eyes.
+
+#include "Host/CommandLine/SheetArguments.h"
+#include "Host/Library/Effect.h"
+
+/// Reads the frame, draws it with each of the settings, and writes the sheet, whole or not at all.
+/// Throws UsageError for a value that an option doesn't take, and Error.
+void makeSheet(Vexorel::PrismDrift::Host::Effect& effect,
+               const std::vector<ParameterOption>& options, const SheetArguments& arguments);

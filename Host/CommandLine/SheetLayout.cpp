@@ -1,0 +1,136 @@
+#include "Host/CommandLine/SheetLayout.h"
+
+#include "Host/Library/Error.h"
+#include "Host/Media/Lettering.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+
+namespace {
+
+namespace Host = Vexorel::PrismDrift::Host;
+
+// Grays, so that nothing beside the pictures has a colour.
+constexpr Host::Shade background{0x24, 0x24, 0x24};
+constexpr Host::Shade titleShade{0xF4, 0xF4, 0xF4};
+constexpr Host::Shade labelShade{0xDC, 0xDC, 0xDC};
+constexpr Host::Shade subtitleShade{0xA8, 0xA8, 0xA8};
+constexpr Host::Shade lightSquare{0x99, 0x99, 0x99};
+constexpr Host::Shade darkSquare{0x66, 0x66, 0x66};
+constexpr int squareSide = 8;
+
+constexpr int smallestFont = 11;
+constexpr int largestFont = 40;
+constexpr int cellWidthPerFontSize = 22;
+
+// What FFmpeg's encoders take.
+constexpr std::int64_t mostPixels = 200'000'000;
+
+Host::TextStyle titleStyle(int fontSize) {
+    return {fontSize * 5 / 4, true, false, titleShade};
+}
+
+Host::TextStyle subtitleStyle(int fontSize) {
+    return {fontSize, false, false, subtitleShade};
+}
+
+Host::TextStyle labelStyle(int fontSize) {
+    return {fontSize, false, true, labelShade};
+}
+
+void checkSize(int width, int height) {
+    if (width > Host::largestSide || height > Host::largestSide ||
+        std::int64_t{width} * height > mostPixels) {
+        throw Host::Error("the sheet of " + std::to_string(width) + "x" + std::to_string(height) +
+                          " pixels is too large: the limit is " +
+                          std::to_string(Host::largestSide) + " a side and " +
+                          std::to_string(mostPixels / 1'000'000) +
+                          " million in all; a smaller --cell-width or fewer values help");
+    }
+}
+
+} // namespace
+
+int suitingColumns(int cells) {
+    const int least = static_cast<int>(std::ceil(std::sqrt(cells)));
+    int best = least;
+    const auto gaps = [cells](int columns) { return (columns - cells % columns) % columns; };
+    constexpr int most = 6; // what fits on a screen
+    for (int columns = least + 1; columns <= std::min(2 * least, most); ++columns) {
+        if (gaps(columns) < gaps(best)) {
+            best = columns;
+        }
+    }
+    return best;
+}
+
+SheetLayout::SheetLayout(SheetText text, int pictureWidth, int pictureHeight, int cellWidth,
+                         int columns)
+    : mText(std::move(text)), mCellWidth(cellWidth), mColumns(columns) {
+    const int cells = static_cast<int>(mText.labels.size());
+    mRows = (cells + columns - 1) / columns;
+    mFontSize = std::clamp(cellWidth / cellWidthPerFontSize, smallestFont, largestFont);
+    mGap = mFontSize * 3 / 2;
+    mMargin = mFontSize * 2;
+
+    // A picture is at most twice as high as its cell is wide.
+    const double scale = std::min(
+        {1.0, static_cast<double>(cellWidth) / pictureWidth, 2.0 * cellWidth / pictureHeight});
+    mPictureWidth = std::max(1, static_cast<int>(std::lround(pictureWidth * scale)));
+    mPictureHeight = std::max(1, static_cast<int>(std::lround(pictureHeight * scale)));
+
+    mWidth = 2 * mMargin + columns * cellWidth + (columns - 1) * mGap;
+    const int room = titleRoom();
+    mTitleHeight = Host::textHeight(mText.title, room, titleStyle(mFontSize));
+    mSubtitleHeight = Host::textHeight(mText.subtitle, room, subtitleStyle(mFontSize));
+    mLabelHeight = 0;
+    for (const std::string& label : mText.labels) {
+        mLabelHeight =
+            std::max(mLabelHeight, Host::textHeight(label, cellWidth, labelStyle(mFontSize)));
+    }
+    mHeight = top(mRows) - mGap + mMargin;
+    checkSize(mWidth, mHeight);
+}
+
+int SheetLayout::titleRoom() const {
+    constexpr int most = 16384; // well below what a surface for text may have
+    return std::min(mWidth - 2 * mMargin, most);
+}
+
+int SheetLayout::left(int column) const {
+    return mMargin + column * (mCellWidth + mGap);
+}
+
+int SheetLayout::top(int row) const {
+    const int titles = mMargin + mTitleHeight + mFontSize / 4 + mSubtitleHeight + mGap;
+    return titles + row * (mPictureHeight + mFontSize / 2 + mLabelHeight + mGap);
+}
+
+Host::Area SheetLayout::picture(int cell) const {
+    return {left(cell % mColumns) + (mCellWidth - mPictureWidth) / 2, top(cell / mColumns),
+            mPictureWidth, mPictureHeight};
+}
+
+Host::World SheetLayout::emptySheet() const {
+    Host::World sheet(mWidth, mHeight);
+    Host::fillArea(sheet, {0, 0, mWidth, mHeight}, background);
+    const int room = titleRoom();
+    Host::drawText(sheet, mMargin, mMargin, room, mText.title, titleStyle(mFontSize));
+    Host::drawText(sheet, mMargin, mMargin + mTitleHeight + mFontSize / 4, room, mText.subtitle,
+                   subtitleStyle(mFontSize));
+    int cell = 0;
+    for (const std::string& label : mText.labels) {
+        Host::drawText(sheet, left(cell % mColumns),
+                       top(cell / mColumns) + mPictureHeight + mFontSize / 2, mCellWidth, label,
+                       labelStyle(mFontSize));
+        ++cell;
+    }
+    return sheet;
+}
+
+void SheetLayout::draw(Host::World& sheet, int cell, const Host::World& image) const {
+    const Host::Area area = picture(cell);
+    Host::fillCheckerboard(sheet, area, squareSide, lightSquare, darkSquare);
+    Host::drawOver(sheet, Host::reduced(image, area.width, area.height), area.x, area.y);
+}
