@@ -14,13 +14,6 @@ namespace {
 
 class Pixels : public EffectTest {};
 
-struct Case {
-    const char* name;
-    int width, height;
-    Alpha alpha;
-    Settings settings;
-};
-
 Settings with(int order, double angle, double distance,
               std::array<double, 3> scale = {100, 100, 100},
               std::array<double, 3> lightness = {0, 0, 0}, std::uint32_t downsample = 1) {
@@ -40,7 +33,12 @@ TEST_F(Pixels, NeutralSettingsGiveAnOpaquePictureBackToTheBit) {
 }
 
 TEST_F(Pixels, FollowTheReferenceInChosenCases) {
-    const Case cases[] = {
+    const struct {
+        const char* name;
+        int width, height;
+        Alpha alpha;
+        Settings settings;
+    } cases[] = {
         {"each-letter-moves", 64, 48, Alpha::opaque, with(0, 0, 10)},
         {"down-the-rows", 64, 48, Alpha::opaque, with(0, 90, 10)},
         {"half-pixel", 64, 48, Alpha::random, with(3, 0, 6.5)},
@@ -60,7 +58,7 @@ TEST_F(Pixels, FollowTheReferenceInChosenCases) {
         {"4096-wide", 4096, 3, Alpha::opaque, with(0, 10, 900, {100, 120, 80})},
         {"4096-wide-scaled", 4096, 5, Alpha::opaque, with(0, 0, -321.5, {10, 200, 10.5})},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         expectFrame(host, randomPicture(c.width, c.height, c.alpha, 11), c.settings, c.name);
     }
 }
@@ -105,14 +103,9 @@ TEST(PixelLimit, TellsNearPicturesApart) {
     const Settings base = with(0, 20, 9);
     const Expected expected = reference(source, base);
     ASSERT_EQ(countBreaches(expected.picture, expected), 0U);
-    Settings swapped = base;
-    swapped.order = 5;
-    Settings lighter = base;
-    lighter.lightness = {1.5, 0, 0};
-    Settings larger = base;
-    larger.scale = {100, 101, 100};
-    const Settings near[] = {swapped,        lighter,          larger,
-                             with(0, 21, 9), with(0, 20, 9.5), with(0, 20, 10)};
+    const Settings near[] = {with(5, 20, 9), with(0, 21, 9), with(0, 20, 9.5),
+                             with(0, 20, 9, {100, 101, 100}),
+                             with(0, 20, 9, {100, 100, 100}, {1.5, 0, 0})};
     for (const Settings& other : near) {
         EXPECT_GT(countBreaches(reference(source, other).picture, expected),
                   source.pixels.size() / 4)

@@ -3,14 +3,13 @@
 #include "EffectTest.h"
 
 #include "Shared/GL/AEOpenGLContextManager.h"
+#include "Shared/Helper/Semaphore.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <condition_variable>
 #include <fstream>
 #include <functional>
-#include <mutex>
 #include <pthread.h>
 #include <thread>
 #include <unistd.h>
@@ -20,6 +19,7 @@ namespace Testing {
 namespace {
 
 using Vexorel::PrismDrift::AEOpenGLContextManager;
+using Vexorel::PrismDrift::Semaphore;
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr bool kMemoryIsOurs = false; // a sanitizer keeps freed memory back
@@ -48,29 +48,24 @@ public:
 
     /// Returns when the work is done; null ends the thread.
     void perform(const std::function<void()>& work) {
-        std::unique_lock<std::mutex> lock(mMutex);
-        mWork = &work;
-        mChanged.notify_all();
-        mChanged.wait(lock, [&] { return mWork == nullptr; });
+        mWork = work;
+        mGiven.signal();
+        mDone.wait();
     }
 
 private:
     void run() {
-        std::unique_lock<std::mutex> lock(mMutex);
-        for (bool more = true; more;) {
-            mChanged.wait(lock, [&] { return mWork != nullptr; });
-            more = static_cast<bool>(*mWork);
+        for (bool more = true; more; mDone.signal()) {
+            mGiven.wait();
+            more = mWork != nullptr;
             if (more) {
-                (*mWork)();
+                mWork();
             }
-            mWork = nullptr;
-            mChanged.notify_all();
         }
     }
 
-    std::mutex mMutex;
-    std::condition_variable mChanged;
-    const std::function<void()>* mWork = nullptr; ///< guarded by mMutex
+    std::function<void()> mWork;
+    Semaphore mGiven{0}, mDone{0};
     std::thread mThread;
 };
 
