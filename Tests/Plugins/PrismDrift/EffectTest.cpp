@@ -57,10 +57,7 @@ void expectFrame(TestHost& host, const Picture& source, const Settings& settings
     ASSERT_EQ(host.render(input, output), 0);
     EXPECT_EQ(input.bytes(), inputBefore);
     EXPECT_TRUE(output.gapsUntouched());
-    const Picture actual(output);
-    const Expected expected = reference(source, settings);
-    const std::size_t breaches = countBreaches(actual, expected);
-    EXPECT_EQ(breaches, 0U) << report(actual, expected, name);
+    expectPicture(Picture(output), reference(source, settings), name);
 }
 
 void EffectTest::expectSoundFrame() {
