@@ -110,18 +110,6 @@ TEST_F(Threads, AThousandFramesOnEightAtOnceAreThoseOfOne) {
     EXPECT_EQ(wrong, 0);
 }
 
-TEST_F(Threads, FramesMayComeFromEachInTurn) {
-    Worker first;
-    Worker second;
-    for (int i = 0; i < 4; ++i) {
-        first.perform([&] { expectSoundFrame(); });
-        second.perform([&] { expectSoundFrame(); });
-        second.perform([&] { frame(i); });
-        expectSoundFrame();
-    }
-    EXPECT_EQ(AEOpenGLContextManager::mRenderContexts.size(), 3U);
-}
-
 TEST_F(Threads, TakeTheirContextsWithThemAtTheirEnd) {
     const auto run = [&](int count) {
         for (int i = 0; i < count; ++i) {
@@ -137,24 +125,24 @@ TEST_F(Threads, TakeTheirContextsWithThemAtTheirEnd) {
     }
 }
 
-TEST_F(Threads, MayTakeTheEffectDownFromAnywhere) {
+TEST_F(Threads, MayDrawInTurnAndTakeTheEffectDownFromAnywhere) {
     Worker drawing;
     Worker other;
-    for (int round = 0; round < 2; ++round) {
+    for (int round = 0; round < 3; ++round) {
+        drawing.perform([&] { expectSoundFrame(); });
+        other.perform([&] { frame(round); });
         drawing.perform([&] { expectSoundFrame(); });
         expectSoundFrame();
+        EXPECT_EQ(AEOpenGLContextManager::mRenderContexts.size(), 3U);
         other.perform([&] { EXPECT_EQ(host.command(PF_Cmd_GLOBAL_SETDOWN), 0); });
         EXPECT_EQ(GLWatch::sharedNames(), 0);
         EXPECT_EQ(AEOpenGLContextManager::getSharedDataContext(), nullptr);
         drawing.perform([&] {
-            World8 input(4, 4);
-            World8 output(4, 4);
-            EXPECT_EQ(host.render(input, output), 516);
+            World8 world(4, 4);
+            EXPECT_EQ(host.render(world, world), 516);
         });
         other.perform([&] { EXPECT_EQ(host.command(PF_Cmd_GLOBAL_SETUP), 0); });
     }
-    drawing.perform([&] { expectSoundFrame(); });
-    expectSoundFrame();
 }
 
 TEST_F(Threads, MayBeCancelledInACallback) {

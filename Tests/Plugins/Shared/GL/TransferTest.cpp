@@ -7,7 +7,6 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
-#include <cstring>
 #include <functional>
 #include <random>
 
@@ -56,22 +55,18 @@ protected:
              std::vector<std::pair<int, int>>{{1, 1}, {1, 9}, {33, 1}, {31, 17}}) {
             World<Pixel> input(width, height, 3);
             World<Pixel> output(width, height, 1);
+            World<Pixel> expected(width, height, 1);
             for (int i = 0; i < width * height; ++i) {
                 input.at(i % width, i / width) = {value(), value(), value(), value()};
+                expected.at(i % width, i / width) = input.at(i % width, i / width);
             }
             const GLuint texture = upload(format, input.layer());
             EXPECT_EQ(integer(GL_TEXTURE_BINDING_2D) + integer(GL_UNPACK_ROW_LENGTH), 0);
             download(format, texture, input.layer(), output.layer());
+            EXPECT_EQ(output.bytes(), expected.bytes()) << width << " by " << height;
             EXPECT_EQ(pixelSize, sizeof(Pixel));
             EXPECT_EQ(pixelType, type);
             EXPECT_EQ(multiplier, factor);
-            EXPECT_TRUE(output.gapsUntouched());
-            for (int y = 0; y < height; ++y) {
-                EXPECT_EQ(std::memcmp(&output.at(0, y), &input.at(0, y),
-                                      sizeof(Pixel) * static_cast<std::size_t>(width)),
-                          0)
-                    << width << " by " << height << ", row " << y;
-            }
         }
     }
 
