@@ -100,13 +100,6 @@ TEST_P(FrameBuffer, KeepsTheOuterPicturesWhileInnerOnesAreDrawn) {
     EXPECT_THAT(middle[5], ElementsAre(0, 1, 0, 1));
     EXPECT_THAT(take(target.popRenderContext(), 18), Each(ElementsAre(1, 0, 0, 1)));
     EXPECT_EQ(GLWatch::names("Renderbuffers"), 1);
-    if (GetParam()) { // a texture left attached would outlive its deletion
-        GLint attached = -1;
-        glBindFramebuffer(GL_FRAMEBUFFER, target.mResolveFrameBuffer);
-        glGetFramebufferAttachmentParameteriv(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0,
-                                              GL_FRAMEBUFFER_ATTACHMENT_OBJECT_TYPE, &attached);
-        EXPECT_EQ(attached, 0);
-    }
     const int before = GLWatch::calls();
     EXPECT_EQ(target.popRenderContext(), 0U);
     target.endDrawing(1.0F);
@@ -126,6 +119,13 @@ TEST_P(FrameBuffer, EndsAFrameInTheHostsPixelOrder) {
         EXPECT_THAT(pixel, ::testing::Pointwise(::testing::FloatNear(1.1F / 255), expected));
     }
     EXPECT_EQ(GLWatch::names("Textures"), 0);
+    if (GetParam()) { // a texture left attached would outlive its deletion
+        GLint attached = -1;
+        glBindFramebuffer(GL_FRAMEBUFFER, target.mResolveFrameBuffer);
+        glGetFramebufferAttachmentParameteriv(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0,
+                                              GL_FRAMEBUFFER_ATTACHMENT_OBJECT_TYPE, &attached);
+        EXPECT_EQ(attached, 0);
+    }
     {
         AEOpenGLContext other(context.get()); // has frame buffers of its own
         EXPECT_EQ(GLuint{target.mSingleFrameBuffer}, 0U);
