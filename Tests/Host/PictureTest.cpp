@@ -85,26 +85,17 @@ std::vector<int> pixel(const World& world, int x, int y = 0) {
 }
 
 TEST_F(PictureTest, LosslessFormatsKeepEveryBit) {
-    struct Case {
-        const char* name;
-        bool alpha;
-    };
-    for (const Case& row : {Case{"a.png", true},
-                            {"a.tif", true},
-                            {"a.tga", true},
-                            {"a.pam", true},
-                            {"a.sgi", true},
-                            {"a.qoi", true},
-                            {"a.bmp", false},
-                            {"a.ppm", false},
-                            {"A.WEBP", false},
-                            {"a.TIFF", false},
-                            {"a:b %d*[1]?.png", true}}) {
-        for (const auto& [width, height] : {std::pair{1, 1}, {33, 1}, {1, 7}, {641, 5}}) {
-            const Picture picture{noise(width, height, row.alpha), {}};
-            EXPECT_EQ(writePicture(file(row.name), picture), "") << row.name;
-            EXPECT_EQ(largestDifference(readPicture(file(row.name)).world, picture.world), 0)
-                << row.name << " " << width << "x" << height;
+    const std::vector<std::string> withAlpha{"a.png", "a.tif", "a.tga",          "a.pam",
+                                             "a.sgi", "a.qoi", "a:b %d*[1]?.png"};
+    const std::vector<std::string> without{"a.bmp", "a.ppm", "A.WEBP", "a.TIFF"};
+    for (const bool alpha : {false, true}) {
+        for (const std::string& name : alpha ? withAlpha : without) {
+            for (const auto& [width, height] : {std::pair{1, 1}, {33, 1}, {1, 7}, {641, 5}}) {
+                const Picture picture{noise(width, height, alpha), {}};
+                EXPECT_EQ(writePicture(file(name), picture), "") << name;
+                EXPECT_EQ(largestDifference(readPicture(file(name)).world, picture.world), 0)
+                    << name << " " << width << "x" << height;
+            }
         }
     }
     EXPECT_EQ(filesThere(), 11U);
@@ -131,22 +122,28 @@ TEST_F(PictureTest, DepthsAndPalettesAreReducedExactly) {
                   (std::vector<int>{255, expected, expected, expected}))
             << value;
     }
-    makePicture("rgba64.png", "rgba64be", 1, 1, std::string("\x01\x80\x80\x80\xff\x7e\x00\x81", 8));
-    EXPECT_EQ(pixel(readPicture(file("rgba64.png")).world, 0), (std::vector<int>{1, 1, 128, 254}));
-    makePicture("ya.png", "ya8", 2, 1, "\x10\x20\x30\x40");
-    EXPECT_EQ(pixel(readPicture(file("ya.png")).world, 1), (std::vector<int>{64, 48, 48, 48}));
-    makePicture("gray.png", "gray", 2, 1, "\x11\x99");
-    EXPECT_EQ(pixel(readPicture(file("gray.png")).world, 1),
-              (std::vector<int>{255, 153, 153, 153}));
-    makePicture("bit.png", "monob", 8, 1, "\x40");
-    EXPECT_EQ(pixel(readPicture(file("bit.png")).world, 1), (std::vector<int>{255, 255, 255, 255}));
-    EXPECT_EQ(pixel(readPicture(file("bit.png")).world, 0), (std::vector<int>{255, 0, 0, 0}));
-    makePicture("bit.pbm", "monow", 8, 1, "\x40");
-    EXPECT_EQ(pixel(readPicture(file("bit.pbm")).world, 1), (std::vector<int>{255, 0, 0, 0}));
     std::string palette(1024, '\0');
     palette.replace(4, 4, "\x03\x02\x01\x80"); // blue, green, red, alpha of entry 1
-    makePicture("pal.png", "pal8", 1, 1, "\x01" + palette);
-    EXPECT_EQ(pixel(readPicture(file("pal.png")).world, 0), (std::vector<int>{128, 1, 2, 3}));
+    const struct {
+        const char* name;
+        const char* format;
+        int width;
+        std::string bytes;
+        int x;
+        std::vector<int> expected;
+    } cases[] = {
+        {"a.png", "rgba64be", 1, {"\x01\x80\x80\x80\xff\x7e\x00\x81", 8}, 0, {1, 1, 128, 254}},
+        {"a.png", "ya8", 2, "\x10\x20\x30\x40", 1, {64, 48, 48, 48}},
+        {"a.png", "gray", 2, "\x11\x99", 1, {255, 153, 153, 153}},
+        {"a.png", "monob", 8, "\x40", 0, {255, 0, 0, 0}},
+        {"a.png", "monob", 8, "\x40", 1, {255, 255, 255, 255}},
+        {"a.pbm", "monow", 8, "\x40", 1, {255, 0, 0, 0}},
+        {"a.png", "pal8", 1, "\x01" + palette, 0, {128, 1, 2, 3}},
+    };
+    for (const auto& c : cases) {
+        makePicture(c.name, c.format, c.width, 1, c.bytes);
+        EXPECT_EQ(pixel(readPicture(file(c.name)).world, c.x), c.expected) << c.format;
+    }
 }
 
 TEST_F(PictureTest, JpegKeepsColoursAndRange) {

@@ -28,9 +28,11 @@ const Suite* acquire(const char* name, std::int32_t version) {
 }
 
 TEST(SuitesTest, CountsItsHolders) {
-    const char* name = "PF ANSI Suite";
-    acquire<PF_ANSICallbacksSuite1>(name, 1);
-    acquire<PF_ANSICallbacksSuite1>(name, 1);
+    static const int table = 0;
+    const char* name = "A suite of a test";
+    offerSuite(name, 1, &table);
+    EXPECT_EQ(acquire<int>(name, 1), &table);
+    EXPECT_EQ(acquire<int>(name, 1), &table);
     EXPECT_EQ(suiteReferences(name, 1), 2);
     EXPECT_EQ(basicSuite()->ReleaseSuite(name, 1), 0);
     EXPECT_EQ(basicSuite()->ReleaseSuite(name, 1), 0);
@@ -42,11 +44,6 @@ TEST(SuitesTest, CountsItsHolders) {
     EXPECT_EQ(suite, nullptr);
     EXPECT_NE(basicSuite()->AcquireSuite(nullptr, 1, &suite), 0);
     EXPECT_NE(basicSuite()->AcquireSuite(name, 1, nullptr), 0);
-
-    static const int table = 0;
-    offerSuite("A suite of a test", 3, &table);
-    EXPECT_EQ(acquire<int>("A suite of a test", 3), &table);
-    EXPECT_EQ(basicSuite()->ReleaseSuite("A suite of a test", 3), 0);
 }
 
 TEST(SuitesTest, HandlesHoldMemoryUntilDisposedOf) {
@@ -76,14 +73,12 @@ TEST(SuitesTest, HandlesHoldMemoryUntilDisposedOf) {
     suite.host_dispose_handle(empty);
 }
 
-TEST(SuitesTest, TextHandlesAreLockedAndFreed) {
+TEST(SuitesTest, TextHandlesMayBeFreedWhileLockedButOnce) {
     const AEGP_MemorySuite1& suite = memorySuite();
     AEGP_MemHandle handle = newTextHandle("drei");
     void* text = nullptr;
     EXPECT_EQ(suite.AEGP_LockMemHandle(handle, &text), 0);
-    EXPECT_STREQ(static_cast<char*>(text), "drei");
-    EXPECT_EQ(memoryCounts().locks, 1U);
-    EXPECT_EQ(suite.AEGP_FreeMemHandle(handle), 0); // while locked
+    EXPECT_EQ(suite.AEGP_FreeMemHandle(handle), 0);
     EXPECT_EQ(memoryCounts().blocks + memoryCounts().locks, 0U);
     EXPECT_NE(suite.AEGP_FreeMemHandle(handle), 0);
     EXPECT_NE(suite.AEGP_LockMemHandle(nullptr, &text), 0);

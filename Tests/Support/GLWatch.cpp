@@ -10,9 +10,12 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <mutex>
+#include <numeric>
 #include <set>
 #include <utility>
+#include <vector>
 
 namespace Testing {
 namespace {
@@ -20,25 +23,40 @@ namespace {
 using namespace gl33core;
 
 struct Record {
-    std::mutex mutex; ///< guards the rest
     bool watching = false;
-    std::map<std::string, int> calls;
-    std::map<std::string, std::string> errors; ///< by function
-    std::map<std::string, int> allowed;        ///< functions, with the errors seen
     bool lostNamesAllowed = false;
+    std::map<std::string, int> calls;
+    std::map<std::string, int> allowed; ///< functions, with the errors seen
+    std::set<std::string> errors;
+    std::set<std::string> strayDeletions;
     /// By kind; of those that GL doesn't share, with the context's number.
     std::map<std::string, std::set<std::pair<std::uint64_t, GLuint>>> names;
-    std::set<std::string> strayDeletions;
     std::string messages;
 };
 
-Record& record() {
-    static Record& instance = *new Record;
-    return instance;
+Record& theRecord() {
+    static Record& record = *new Record;
+    return record;
+}
+
+std::mutex& theMutex() {
+    static std::mutex& mutex = *new std::mutex;
+    return mutex;
+}
+
+/// Works on the record while no other thread does.
+template <typename Work>
+auto onRecord(Work work) {
+    const std::lock_guard<std::mutex> lock(theMutex());
+    return work(theRecord());
 }
 
 bool isPerContext(const std::string& kind) {
     return kind == "Framebuffers" || kind == "VertexArrays";
+}
+
+bool startsWith(const std::string& text, const char* start) {
+    return text.rfind(start, 0) == 0;
 }
 
 /// The way to a value that glbinding keeps to itself.
@@ -49,63 +67,57 @@ struct ValueAccess : glbinding::Value<T> {
     }
 };
 
-void noteNames(const std::string& function, const glbinding::FunctionCall& call) {
-    Record& r = record();
-    const std::uint64_t context = NSOpenGLContext::currentNumber();
-    const auto made = [&](const std::string& kind, GLuint name) {
-        r.names[kind].insert({isPerContext(kind) ? context : 0, name});
-    };
-    const auto deleted = [&](const std::string& kind, GLuint name) {
-        if (name != 0 && r.names[kind].erase({isPerContext(kind) ? context : 0, name}) == 0) {
-            r.strayDeletions.insert(function + " " + std::to_string(name));
-        }
-    };
-    if (function.rfind("glGen", 0) == 0 && function != "glGenerateMipmap") {
-        const auto count = ValueAccess<GLsizei>::of(call.parameters[0]);
-        const GLuint* names = ValueAccess<GLuint*>::of(call.parameters[1]);
-        for (GLsizei i = 0; i < count; ++i) {
-            made(function.substr(5), names[i]);
-        }
-    } else if (function == "glCreateProgram" || function == "glCreateShader") {
-        made(function.substr(8) + "s", ValueAccess<GLuint>::of(call.returnValue));
-    } else if (function == "glDeleteProgram" || function == "glDeleteShader") {
-        deleted(function.substr(8) + "s", ValueAccess<GLuint>::of(call.parameters[0]));
-    } else if (function.rfind("glDelete", 0) == 0) {
-        const auto count = ValueAccess<GLsizei>::of(call.parameters[0]);
-        const GLuint* names = ValueAccess<const GLuint*>::of(call.parameters[1]);
-        for (GLsizei i = 0; i < count; ++i) {
-            deleted(function.substr(8), names[i]);
+void noteNames(Record& record, const std::string& function, const glbinding::FunctionCall& call) {
+    const bool single = function == "glCreateProgram" || function == "glCreateShader" ||
+                        function == "glDeleteProgram" || function == "glDeleteShader";
+    const bool deletes = startsWith(function, "glDelete");
+    const bool generates = startsWith(function, "glGen") && function != "glGenerateMipmap";
+    if (!single && !deletes && !generates) {
+        return;
+    }
+    const std::string kind = single ? function.substr(8) + "s" : function.substr(deletes ? 8 : 5);
+    std::vector<GLuint> names;
+    if (single) {
+        names = {ValueAccess<GLuint>::of(deletes ? call.parameters[0] : call.returnValue)};
+    } else {
+        const GLuint* first = deletes ? ValueAccess<const GLuint*>::of(call.parameters[1])
+                                      : ValueAccess<GLuint*>::of(call.parameters[1]);
+        names = {first, first + ValueAccess<GLsizei>::of(call.parameters[0])};
+    }
+    for (const GLuint name : names) {
+        const std::pair key(isPerContext(kind) ? NSOpenGLContext::currentNumber() : 0, name);
+        if (!deletes) {
+            record.names[kind].insert(key);
+        } else if (name != 0 && record.names[kind].erase(key) == 0) {
+            record.strayDeletions.insert(function + " " + std::to_string(name));
         }
     }
 }
 
 void afterCall(const glbinding::FunctionCall& call) {
-    const std::string function = call.function->name();
-    Record& r = record();
-    const std::lock_guard<std::mutex> lock(r.mutex);
-    if (!r.watching) {
-        return;
-    }
-    ++r.calls[function];
-    noteNames(function, call);
-    const GLenum error = glGetError();
-    if (error == GL_NO_ERROR) {
-        return;
-    }
-    const auto allowance = r.allowed.find(function);
-    if (allowance != r.allowed.end()) {
-        ++allowance->second;
-    } else {
-        r.errors[function] = glbinding::Value<GLenum>(error).asString();
-    }
+    onRecord([&](Record& record) {
+        const std::string function = call.function->name();
+        if (!record.watching) {
+            return;
+        }
+        ++record.calls[function];
+        noteNames(record, function, call);
+        const GLenum error = glGetError();
+        if (error == GL_NO_ERROR) {
+            return;
+        }
+        const auto allowance = record.allowed.find(function);
+        if (allowance != record.allowed.end()) {
+            ++allowance->second;
+        } else {
+            record.errors.insert(function + " gave " + glbinding::Value<GLenum>(error).asString());
+        }
+    });
 }
 
 void receiveMessage(const std::string& text) {
-    {
-        const std::lock_guard<std::mutex> lock(record().mutex);
-        record().messages += text;
-    }
-    if (text.rfind("OpenGL Revision", 0) == 0) {
+    onRecord([&](Record& record) { record.messages += text; });
+    if (startsWith(text, "OpenGL Revision")) {
         // glGetError is left out, or the look at the errors would bring another one.
         glbinding::setCallbackMaskExcept(glbinding::CallbackMask::After |
                                              glbinding::CallbackMask::ParametersAndReturnValue,
@@ -116,86 +128,65 @@ void receiveMessage(const std::string& text) {
 } // namespace
 
 GLWatch::GLWatch() {
-    Record& r = record();
-    const std::lock_guard<std::mutex> lock(r.mutex);
-    r.watching = true;
-    r.lostNamesAllowed = false;
-    r.calls.clear();
-    r.errors.clear();
-    r.allowed.clear();
-    r.names.clear();
-    r.strayDeletions.clear();
-    r.messages.clear();
+    onRecord([](Record& record) {
+        record = {};
+        record.watching = true;
+    });
     glbinding::setAfterCallback(afterCall);
     Vexorel::PrismDrift::setMessageSink(receiveMessage);
 }
 
 GLWatch::~GLWatch() {
-    Record& r = record();
-    const std::lock_guard<std::mutex> lock(r.mutex);
-    r.watching = false;
-    for (const auto& [function, error] : r.errors) {
-        ADD_FAILURE() << function << " gave " << error;
-    }
-    for (const auto& [function, count] : r.allowed) {
-        EXPECT_GT(count, 0) << function << " was to give an error";
-    }
-    if (r.lostNamesAllowed) {
-        return;
-    }
-    for (const std::string& deletion : r.strayDeletions) {
-        ADD_FAILURE() << deletion << ": no such name was made";
-    }
-    for (const auto& [kind, names] : r.names) {
-        EXPECT_TRUE(isPerContext(kind) || names.empty()) << names.size() << " " << kind << " left";
-    }
+    onRecord([](Record& record) {
+        record.watching = false;
+        for (const std::string& error : record.errors) {
+            ADD_FAILURE() << error;
+        }
+        for (const auto& [function, count] : record.allowed) {
+            EXPECT_GT(count, 0) << function << " was to give an error";
+        }
+        if (record.lostNamesAllowed) {
+            return;
+        }
+        for (const std::string& deletion : record.strayDeletions) {
+            ADD_FAILURE() << deletion << ": no such name was made";
+        }
+        for (const auto& [kind, names] : record.names) {
+            EXPECT_TRUE(isPerContext(kind) || names.empty()) << names.size() << " " << kind;
+        }
+    });
 }
 
 void GLWatch::allowErrorsOf(const std::string& function) {
-    const std::lock_guard<std::mutex> lock(record().mutex);
-    record().allowed.emplace(function, 0);
+    onRecord([&](Record& record) { record.allowed.emplace(function, 0); });
 }
 
 void GLWatch::allowLostNames() {
-    const std::lock_guard<std::mutex> lock(record().mutex);
-    record().lostNamesAllowed = true;
+    onRecord([](Record& record) { record.lostNamesAllowed = true; });
 }
 
 int GLWatch::names(const std::string& kind) {
-    const std::lock_guard<std::mutex> lock(record().mutex);
-    return static_cast<int>(record().names[kind].size());
+    return onRecord([&](Record& record) { return static_cast<int>(record.names[kind].size()); });
 }
 
 int GLWatch::sharedNames() {
-    int count = 0;
-    for (const char* kind : {"Textures", "Buffers", "Renderbuffers", "Programs", "Shaders"}) {
-        count += names(kind);
-    }
-    return count;
+    return names("Textures") + names("Buffers") + names("Renderbuffers") + names("Programs") +
+           names("Shaders");
 }
 
 int GLWatch::callsOf(const std::string& function) {
-    const std::lock_guard<std::mutex> lock(record().mutex);
-    return record().calls[function];
+    return onRecord([&](Record& record) { return record.calls[function]; });
 }
 
 int GLWatch::calls() {
-    const std::lock_guard<std::mutex> lock(record().mutex);
-    int count = 0;
-    for (const auto& entry : record().calls) {
-        count += entry.second;
-    }
-    return count;
+    return onRecord([](Record& record) {
+        return std::accumulate(record.calls.begin(), record.calls.end(), 0,
+                               [](int sum, const auto& entry) { return sum + entry.second; });
+    });
 }
 
 std::string GLWatch::messages() {
-    const std::lock_guard<std::mutex> lock(record().mutex);
-    return record().messages;
-}
-
-void GLWatch::clearMessages() {
-    const std::lock_guard<std::mutex> lock(record().mutex);
-    record().messages.clear();
+    return onRecord([](Record& record) { return record.messages; });
 }
 
 } // namespace Testing

@@ -3,9 +3,7 @@
 /// Watches every GL call of the process, on all threads and in all contexts: an error becomes a
 /// failure that names the function, and names have to be deleted as often as they are made.
 
-#include <map>
 #include <string>
-#include <vector>
 
 namespace Testing {
 
@@ -39,7 +37,6 @@ public:
 
     /// All that was written to the message sink.
     static std::string messages();
-    static void clearMessages();
 };
 
 } // namespace Testing

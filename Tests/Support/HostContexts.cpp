@@ -66,15 +66,14 @@ public:
         }
         mProcess = fork();
         if (mProcess == 0) {
-            const std::string out = std::to_string(pipe[1]);
-            execlp("Xvfb", "Xvfb", "-displayfd", out.c_str(), "-screen", "0", "64x64x24",
-                   "-nolisten", "tcp", static_cast<char*>(nullptr));
+            execlp("Xvfb", "Xvfb", "-displayfd", std::to_string(pipe[1]).c_str(), "-screen", "0",
+                   "64x64x24", "-nolisten", "tcp", static_cast<char*>(nullptr));
             _exit(127);
         }
         close(pipe[1]);
-        char digit = 0;
-        while (read(pipe[0], &digit, 1) == 1 && digit != '\n') {
-            mName += digit;
+        std::array<char, 16> digits{};
+        if (read(pipe[0], digits.data(), digits.size() - 1) > 0) {
+            mName = ":" + std::to_string(std::atoi(digits.data()));
         }
         close(pipe[0]);
     }
@@ -87,8 +86,8 @@ public:
     DisplayServer(const DisplayServer&) = delete;
     DisplayServer& operator=(const DisplayServer&) = delete;
 
-    /// Empty if it didn't start.
-    std::string name() const { return mName.empty() ? "" : ":" + mName; }
+    /// Null if it didn't start.
+    Display* open() const { return mName.empty() ? nullptr : XOpenDisplay(mName.c_str()); }
 
 private:
     pid_t mProcess = -1;
@@ -98,17 +97,14 @@ private:
 class GlxHost : public HostContext {
 public:
     GlxHost() {
-        if (mServer.name().empty()) {
+        if (mDisplay == nullptr) {
             return;
         }
-        mDisplay = XOpenDisplay(mServer.name().c_str());
         const std::array<int, 5> wanted{GLX_DRAWABLE_TYPE, GLX_PBUFFER_BIT, GLX_RENDER_TYPE,
                                         GLX_RGBA_BIT, None};
         int count = 0;
         GLXFBConfig* configs =
-            mDisplay == nullptr
-                ? nullptr
-                : glXChooseFBConfig(mDisplay, DefaultScreen(mDisplay), wanted.data(), &count);
+            glXChooseFBConfig(mDisplay, DefaultScreen(mDisplay), wanted.data(), &count);
         if (count > 0) {
             const std::array<int, 5> size{GLX_PBUFFER_WIDTH, 8, GLX_PBUFFER_HEIGHT, 8, None};
             mContext = glXCreateNewContext(mDisplay, configs[0], GLX_RGBA_TYPE, nullptr, True);
@@ -135,7 +131,7 @@ public:
 
 private:
     DisplayServer mServer;
-    Display* mDisplay = nullptr;
+    Display* mDisplay = mServer.open();
     GLXContext mContext = nullptr;
     GLXPbuffer mDraw = None;
     GLXPbuffer mRead = None;

@@ -32,16 +32,12 @@ struct Picture {
     int height = 0;
     std::vector<Pixel> pixels;
 
-    Picture() = default;
     Picture(int w, int h)
         : width(w), height(h), pixels(static_cast<std::size_t>(w) * static_cast<std::size_t>(h)) {}
     explicit Picture(World8& world);
 
-    Pixel& at(int x, int y) {
-        return pixels[static_cast<std::size_t>(y) * static_cast<std::size_t>(width) +
-                      static_cast<std::size_t>(x)];
-    }
-    const Pixel& at(int x, int y) const { return const_cast<Picture&>(*this).at(x, y); }
+    /// In the rows of `pixels`.
+    std::size_t index(int x, int y) const { return static_cast<std::size_t>(y * width + x); }
     void copyTo(World8& world) const;
 };
 
@@ -58,8 +54,8 @@ Expected reference(const Picture& source, const Settings& settings);
 /// of the premultiplied target, which is 1 at full alpha. Channels at the seam are left out.
 std::size_t countBreaches(const Picture& actual, const Expected& expected);
 
-/// Writes the two pictures and their difference (amplified) to the test's temporary folder, and
-/// gives a text that names them and the first breach.
-std::string report(const Picture& actual, const Expected& expected, const std::string& name);
+/// Fails the test where there are any: names the first, and writes the two pictures and their
+/// difference (amplified) to the test's temporary folder.
+void expectPicture(const Picture& actual, const Expected& expected, const std::string& name);
 
 } // namespace Testing

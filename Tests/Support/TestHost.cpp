@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -15,18 +14,6 @@ namespace Testing {
 namespace {
 
 thread_local TestHost* tHost = nullptr;
-
-/// Makes a host the thread's one for a scope; the one before comes back, as after a nested command.
-class HostScope {
-public:
-    explicit HostScope(TestHost* host) : mFormer(std::exchange(tHost, host)) {}
-    ~HostScope() { tHost = mFormer; }
-    HostScope(const HostScope&) = delete;
-    HostScope& operator=(const HostScope&) = delete;
-
-private:
-    TestHost* mFormer;
-};
 
 struct Block {
     void* memory = nullptr; ///< first, since a handle is the address of this pointer
@@ -51,51 +38,33 @@ struct Callbacks {
                            std::int32_t step, std::uint32_t scale, PF_ParamDef* def) {
         TestHost& self = host(effectRef);
         EXPECT_TRUE(isCleared(*def)) << "checkout " << index;
-        EXPECT_EQ(time, self.inData.current_time);
-        EXPECT_EQ(step, self.inData.time_step);
-        EXPECT_EQ(scale, self.inData.time_scale);
-        self.note("checkout " + std::to_string(index));
-        if (++self.mCheckouts == self.failCheckout) {
-            return self.failure;
+        EXPECT_TRUE(time == self.inData.current_time && step == self.inData.time_step &&
+                    scale == self.inData.time_scale);
+        const PF_Err failure = self.note("checkout " + std::to_string(index));
+        if (failure == PF_Err_NONE) {
+            const double value = self.values.at(static_cast<std::size_t>(index));
+            self.mCheckedOut = def;
+            def->uu.id = index;
+            if (index <= 2) {
+                (index == 1 ? def->u.pd.value : def->u.ad.value) = static_cast<PF_Fixed>(value);
+            } else {
+                def->u.fs_d.value = value;
+            }
         }
-        self.mCheckedOut = def;
-        self.mCheckedOutIndex = index;
-        def->uu.id = index;
-        if (index == 1) {
-            def->u.pd.value = self.choice;
-        } else if (index == 2) {
-            def->u.ad.value = self.angle;
-        } else {
-            def->u.fs_d.value = self.sliders.at(static_cast<std::size_t>(index));
-        }
-        return PF_Err_NONE;
+        return failure;
     }
 
     static PF_Err checkin(PF_ProgPtr effectRef, PF_ParamDef* def) {
         TestHost& self = host(effectRef);
         const bool checkedOut = std::exchange(self.mCheckedOut, nullptr) == def;
         EXPECT_EQ(isCleared(*def), !checkedOut);
-        self.note("checkin " + (checkedOut ? std::to_string(self.mCheckedOutIndex) : "-"));
-        return ++self.mCheckins == self.failCheckin ? self.failure : PF_Err_NONE;
+        return self.note("checkin " + (checkedOut ? std::to_string(def->uu.id) : "-"));
     }
 
     static PF_Err add(PF_ProgPtr effectRef, std::int32_t index, PF_ParamDef* def) {
-        TestHost& self = host(effectRef);
         EXPECT_EQ(index, -1);
-        self.note("add " + std::to_string(def->uu.id));
-        if (++self.mAdds == self.failAdd) {
-            return self.failure;
-        }
-        self.added.push_back(*def);
-        return PF_Err_NONE;
-    }
-
-    __attribute__((format(printf, 2, 3))) static int print(char* buffer, const char* format, ...) {
-        std::va_list arguments;
-        va_start(arguments, format);
-        const int length = std::vsnprintf(buffer, sizeof PF_OutData::return_msg, format, arguments);
-        va_end(arguments);
-        return length;
+        host(effectRef).added.push_back(*def);
+        return host(effectRef).note("add " + std::to_string(def->uu.id));
     }
 
     static char* copy(char* destination, const char* source) {
@@ -111,39 +80,37 @@ struct Callbacks {
         return PF_Err_NONE;
     }
 
+    static Block& block(PF_Handle handle) { return *reinterpret_cast<Block*>(handle); }
+
     static PF_Handle newHandle(std::size_t size) {
-        tHost->note("new " + std::to_string(size));
-        if (tHost->noHandle) {
+        if (tHost->note("new " + std::to_string(size)) != PF_Err_NONE) {
             return nullptr;
         }
-        ++tHost->handlesHeld;
+        ++tHost->held;
         auto block = std::make_unique<Block>();
         block->bytes.resize(size);
         block->memory = block->bytes.data();
         return &block.release()->memory;
     }
 
-    static Block& block(PF_Handle handle) { return *reinterpret_cast<Block*>(handle); }
-
     static void* lock(PF_Handle handle) {
-        tHost->note("lock");
-        if (tHost->noLock) {
+        if (tHost->note("lock") != PF_Err_NONE) {
             return nullptr;
         }
-        ++tHost->handlesLocked;
+        ++tHost->held;
         block(handle).locked = true;
         return block(handle).memory;
     }
 
     static void unlock(PF_Handle handle) {
         tHost->note("unlock");
-        --tHost->handlesLocked;
+        --tHost->held;
         block(handle).locked = false;
     }
 
     static void dispose(PF_Handle handle) {
         tHost->note("dispose");
-        --tHost->handlesHeld;
+        --tHost->held;
         EXPECT_FALSE(block(handle).locked) << "a locked handle disposed of";
         const std::unique_ptr<Block> end(&block(handle));
     }
@@ -151,58 +118,48 @@ struct Callbacks {
     static PF_Err iterate(PF_InData*, std::int32_t, std::int32_t final, PF_LayerDef* source,
                           const PF_Rect* area, void* refcon, PF_IteratePixelFloatFunc function,
                           PF_LayerDef* destination) {
-        tHost->note("iterate");
-        EXPECT_EQ(final, source->height);
-        EXPECT_EQ(area, nullptr);
-        if (tHost->iterateResult != 0) {
-            return tHost->iterateResult;
+        EXPECT_TRUE(final == source->height && area == nullptr);
+        if (const PF_Err failure = tHost->note("iterate")) {
+            return failure;
         }
-        const auto pixel = [](PF_LayerDef& world, int x, int y) {
-            return reinterpret_cast<PF_PixelFloat*>(static_cast<char*>(world.data) +
-                                                    std::ptrdiff_t{y} * world.rowbytes) +
-                   x;
+        const auto pixel = [](const PF_LayerDef& world, int x, int y) {
+            auto* row = static_cast<char*>(world.data) + std::ptrdiff_t{y} * world.rowbytes;
+            return reinterpret_cast<PF_PixelFloat*>(row) + x;
         };
-        for (int y = 0; y < source->height; ++y) {
-            for (int x = 0; x < source->width; ++x) {
-                EXPECT_EQ(function(refcon, x, y, pixel(*source, x, y), pixel(*destination, x, y)),
-                          0);
-            }
+        for (int i = 0; i < source->width * source->height; ++i) {
+            const int x = i % source->width;
+            const int y = i / source->width;
+            EXPECT_EQ(function(refcon, x, y, pixel(*source, x, y), pixel(*destination, x, y)), 0);
         }
         return PF_Err_NONE;
     }
 
     static std::int32_t acquire(const char* name, std::int32_t version, void** suite) {
-        static PF_ANSICallbacksSuite1 ansi{print};
+        static PF_ANSICallbacksSuite1 ansi{std::sprintf};
         static PF_HandleSuite1 handles{newHandle, lock, unlock, dispose};
         static PF_iterateFloatSuite1 iterators{iterate};
-        const std::string text = name;
-        tHost->note("acquire " + text + " " + std::to_string(version));
-        if (tHost->refusedSuites.count(text) != 0) {
-            return 1;
+        const std::map<std::string, void*> suites{{"PF ANSI Suite 1", &ansi},
+                                                  {"PF Handle Suite 2", &handles},
+                                                  {"PF iterateFloat Suite 1", &iterators}};
+        const std::string key = std::string(name) + " " + std::to_string(version);
+        if (const PF_Err failure = tHost->note("acquire " + key)) {
+            return failure;
         }
-        if (text == "PF ANSI Suite" && version == 1) {
-            *suite = &ansi;
-        } else if (text == "PF Handle Suite" && version == 2) {
-            *suite = &handles;
-        } else if (text == "PF iterateFloat Suite" && version == 1) {
-            *suite = &iterators;
-        } else {
-            return 2;
-        }
-        ++tHost->suitesHeld;
+        ++tHost->held;
+        *suite = suites.at(key);
         return 0;
     }
 
     static std::int32_t release(const char* name, std::int32_t version) {
         tHost->note(std::string("release ") + name + " " + std::to_string(version));
-        --tHost->suitesHeld;
+        --tHost->held;
         return 3; // which nobody is to look at
     }
 };
 
 TestHost::TestHost() {
     mBasic = {Callbacks::acquire, Callbacks::release};
-    mUtils = {{Callbacks::print, Callbacks::copy},
+    mUtils = {{std::sprintf, Callbacks::copy},
               Callbacks::firstPixel<PF_Pixel8>,
               Callbacks::firstPixel<PF_Pixel16>};
     inData.inter = {Callbacks::checkout, Callbacks::checkin, Callbacks::add};
@@ -214,38 +171,40 @@ TestHost::TestHost() {
     inData.downsample_x = {3, 1}; // of which only the first denominator is for the effect
     inData.downsample_y = {5, 7};
     inData.pica_basicP = &mBasic;
-    for (const std::size_t scale : {5U, 6U, 7U}) {
-        sliders[scale] = 100.0;
-    }
+    values = {0, 1, 0, 0, 0, 100, 100, 100};
 }
 
 TestHost::~TestHost() {
-    EXPECT_EQ(suitesHeld, 0);
-    EXPECT_EQ(handlesHeld, 0);
-    EXPECT_EQ(handlesLocked, 0);
+    EXPECT_EQ(held, 0);
 }
 
 PF_Err TestHost::command(PF_Cmd cmd, PF_LayerDef* input, PF_LayerDef* output) {
-    mAdds = mCheckouts = mCheckins = 0;
     PF_ParamDef layer{};
     if (input != nullptr) {
         layer.u.ld = *input;
     }
     PF_ParamDef* params[] = {&layer};
-    const HostScope scope(this);
-    return EntryPointFunc(cmd, &inData, &outData, params, output, nullptr);
+    PF_Err answer = PF_Err_NONE;
+    serve([&] { answer = EntryPointFunc(cmd, &inData, &outData, params, output, nullptr); });
+    return answer;
 }
 
 void TestHost::serve(const std::function<void()>& work) {
-    const HostScope scope(this);
+    struct Scope { // the host before comes back, as after a nested command
+        TestHost* former;
+        ~Scope() { tHost = former; }
+    };
+    const Scope scope{std::exchange(tHost, this)};
     work();
 }
 
-void TestHost::note(const std::string& call) {
+PF_Err TestHost::note(const std::string& call) {
     calls.push_back(call);
     if (onCall) {
         onCall(call);
     }
+    const auto failure = failing.find(call);
+    return failure != failing.end() ? failure->second : PF_Err_NONE;
 }
 
 } // namespace Testing

@@ -8,7 +8,7 @@
 
 #include <array>
 #include <functional>
-#include <set>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -21,7 +21,7 @@ namespace Testing {
 /// What a test gets to see in `calls`: "acquire NAME VERSION", "release NAME VERSION",
 /// "checkout I", "checkin I" ("checkin -" for a parameter that was not checked out), "add ID",
 /// "new BYTES", "lock", "unlock", "dispose", "iterate". A breach of the interface's rules (a record
-/// not cleared, a handle used after its end, a suite released that isn't held) fails the test.
+/// not cleared, a handle used after its end, anything held at the host's end) fails the test.
 class TestHost {
 public:
     TestHost();
@@ -41,36 +41,27 @@ public:
     PF_InData inData{};
     PF_OutData outData{};
 
-    // What a checkout gives.
-    std::array<double, 14> sliders{};
-    std::int32_t angle = 0; ///< 16.16 fixed point
-    std::int32_t choice = 1;
+    /// What the checkouts give, by index: the choice, the angle in 16.16 fixed point, sliders.
+    std::array<double, 14> values{};
 
-    // What fails. Positions count from 1 within a command; 0 is never.
-    std::set<std::string> refusedSuites;
-    int failAdd = 0, failCheckout = 0, failCheckin = 0;
-    PF_Err failure = 7;
-    PF_Err iterateResult = 0;
-    bool noHandle = false;
-    bool noLock = false;
+    /// The calls that fail, with what they give (for a call that gives a pointer: null).
+    std::map<std::string, PF_Err> failing;
     /// Called at each call, after it was written down; may throw or bring another command.
     std::function<void(const std::string& call)> onCall;
 
     std::vector<std::string> calls;
     std::vector<PF_ParamDef> added;
 
-    /// Nothing may be left held when the host goes.
-    int suitesHeld = 0, handlesHeld = 0, handlesLocked = 0;
+    /// Suites, handles and locks that were not given back.
+    int held = 0;
 
 private:
     friend struct Callbacks;
-    void note(const std::string& call);
+    PF_Err note(const std::string& call);
 
     PF_UtilCallbacks mUtils{};
     SPBasicSuite mBasic{};
-    int mAdds = 0, mCheckouts = 0, mCheckins = 0;
     const PF_ParamDef* mCheckedOut = nullptr; ///< the record of the last checkout that worked
-    int mCheckedOutIndex = 0;
 };
 
 } // namespace Testing

@@ -1,7 +1,8 @@
 #pragma once
 
 /// Pictures as a host hands them over: rows with a gap behind each and a guard zone around it all,
-/// filled with a pattern, so that a test can tell whether anything but pixels was written.
+/// filled with a pattern: where nothing but pixels is written, two worlds with the same pixels have
+/// the same bytes.
 
 #include "Platform/Effect/Effect.h"
 
@@ -36,17 +37,7 @@ public:
                                         mRowBytes * static_cast<std::size_t>(y))[x];
     }
 
-    /// Whether all bytes that are no pixel still hold the pattern.
-    bool gapsUntouched() const {
-        for (std::size_t i = 0; i < mBytes.size(); ++i) {
-            if (!isPixel(i) && mBytes[i] != pattern(i)) {
-                return false;
-            }
-        }
-        return true;
-    }
-
-    /// All bytes, for a comparison with a later state.
+    /// All bytes, for a comparison with a later state or another world.
     const std::vector<std::uint8_t>& bytes() const { return mBytes; }
 
 private:
@@ -56,11 +47,6 @@ private:
         return length > 0 && length <= 16384 ? static_cast<std::size_t>(length) : 0;
     }
     static std::uint8_t pattern(std::size_t i) { return static_cast<std::uint8_t>(i * 31 + 0xA5); }
-
-    bool isPixel(std::size_t i) const {
-        return i >= kGuard && i < mBytes.size() - kGuard &&
-               (i - kGuard) % mRowBytes < side(mLayer.width) * sizeof(Pixel);
-    }
 
     std::size_t mRowBytes;
     std::vector<std::uint8_t> mBytes;

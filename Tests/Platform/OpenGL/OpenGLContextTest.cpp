@@ -18,15 +18,12 @@ NSOpenGLPixelFormat* format(std::vector<NSOpenGLPixelFormatAttribute> attributes
 }
 
 TEST(PixelFormat, TakesWhatItKnows) {
-    for (const auto& known : std::vector<std::vector<NSOpenGLPixelFormatAttribute>>{
-             {},
-             {NSOpenGLPFAClosestPolicy, NSOpenGLPFANoRecovery},
-             {NSOpenGLPFAAlphaSize, 0, NSOpenGLPFAColorSize, 24, NSOpenGLPFAStencilSize, 0,
-              NSOpenGLPFADepthSize, 0, NSOpenGLPFAOpenGLProfile, NSOpenGLProfileVersion3_2Core}}) {
-        NSOpenGLPixelFormat* made = format(known);
-        ASSERT_NE(made, nullptr);
-        made->release();
-    }
+    NSOpenGLPixelFormat* known =
+        format({NSOpenGLPFAClosestPolicy, NSOpenGLPFANoRecovery, NSOpenGLPFAAlphaSize, 0,
+                NSOpenGLPFAColorSize, 24, NSOpenGLPFAStencilSize, 0, NSOpenGLPFADepthSize, 0,
+                NSOpenGLPFAOpenGLProfile, NSOpenGLProfileVersion3_2Core});
+    ASSERT_NE(known, nullptr);
+    known->release();
     EXPECT_EQ(format({12345}), nullptr);
     EXPECT_EQ(format({NSOpenGLPFAOpenGLProfile, 0x1000}), nullptr);
     EXPECT_EQ(NSOpenGLContext::initWithFormat(nullptr, nullptr), nullptr);
@@ -40,8 +37,7 @@ protected:
         first = NSOpenGLContext::initWithFormat(plain, nullptr);
         second = NSOpenGLContext::initWithFormat(plain, first);
         plain->release();
-        ASSERT_NE(first, nullptr);
-        ASSERT_NE(second, nullptr);
+        ASSERT_TRUE(first != nullptr && second != nullptr);
     }
     void TearDown() override {
         first->release();
@@ -55,27 +51,16 @@ protected:
     NSOpenGLContext* second = nullptr;
 };
 
-TEST_F(PlatformContext, KnowsWhatIsCurrentAtBothLevels) {
+TEST_F(PlatformContext, SwitchesAtBothLevelsOrStaysWhereItIs) {
     EXPECT_EQ(Platform::contextFailure(), "");
     EXPECT_EQ(NSOpenGLContext::currentContext(), nullptr);
     EXPECT_NE(first->number(), second->number());
     ASSERT_TRUE(first->makeCurrentContext());
     EXPECT_EQ(NSOpenGLContext::currentContext(), first);
     EXPECT_EQ(NSOpenGLContext::currentNumber(), first->number());
-    const CGLContextObj low = CGLGetCurrentContext();
-    EXPECT_EQ(low, first->lowLevelContext());
-    EXPECT_TRUE(CGLSetCurrentContext(second->lowLevelContext()));
-    EXPECT_EQ(NSOpenGLContext::currentContext(), second);
-    EXPECT_TRUE(CGLSetCurrentContext(low));
-    EXPECT_EQ(NSOpenGLContext::currentContext(), first);
-    EXPECT_TRUE(CGLSetCurrentContext(nullptr));
-    EXPECT_FALSE(CGLGetCurrentContext());
-}
-
-TEST_F(PlatformContext, StaysWhereItIsWhenASwitchFails) {
-    ASSERT_TRUE(first->makeCurrentContext());
+    EXPECT_EQ(CGLGetCurrentContext(), first->lowLevelContext());
     std::thread([&] {
-        EXPECT_TRUE(second->makeCurrentContext());
+        EXPECT_TRUE(CGLSetCurrentContext(second->lowLevelContext()));
         EXPECT_FALSE(first->makeCurrentContext()); // which is current on the other thread
         EXPECT_FALSE(first->isLost());
         EXPECT_EQ(NSOpenGLContext::currentContext(), second);
@@ -88,6 +73,9 @@ TEST_F(PlatformContext, StaysWhereItIsWhenASwitchFails) {
     EXPECT_FALSE(second->makeCurrentContext());
     EXPECT_FALSE(CGLSetCurrentContext(dead));
     EXPECT_EQ(NSOpenGLContext::currentContext(), first);
+    EXPECT_TRUE(CGLSetCurrentContext(nullptr));
+    EXPECT_FALSE(CGLGetCurrentContext());
+    ASSERT_TRUE(first->makeCurrentContext());
     first->invalidate(); // unbinds it
     EXPECT_EQ(NSOpenGLContext::currentContext(), nullptr);
 }

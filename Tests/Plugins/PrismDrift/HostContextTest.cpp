@@ -30,40 +30,42 @@ TEST_P(HostsContext, IsCurrentAgainAfterEveryCommand) {
     World8 output(16, 9);
     randomPicture(16, 9, Alpha::opaque, 2).copyTo(input);
     World8 none(0, 9);
-    const auto step = [&](const char* what, PF_Err expected, PF_Cmd cmd, World8* source) {
-        EXPECT_EQ(host.command(cmd, source == nullptr ? nullptr : source->layer(), output.layer()),
-                  expected)
-            << what;
-        EXPECT_EQ(currentState(), before) << what;
-        host.failCheckout = 0;
-        host.noHandle = false;
-        host.onCall = nullptr;
-        host.refusedSuites.clear();
+    const struct {
+        PF_Cmd cmd;
+        World8* source;
+        const char* failing;
+        PF_Err expected;
+    } steps[] = {
+        {PF_Cmd_RENDER, &input, "", 516}, // without a set-up
+        {PF_Cmd_GLOBAL_SETDOWN, &input, "", 0},
+        {PF_Cmd_GLOBAL_SETUP, &input, "", 0},
+        {PF_Cmd_GLOBAL_SETUP, &input, "", 0},
+        {PF_Cmd_ABOUT, &input, "", 0},
+        {PF_Cmd_PARAMS_SETUP, &input, "", 0},
+        {PF_Cmd_RENDER, &input, "checkout 2", 7},
+        {PF_Cmd_RENDER, &input, "new 576", 516},
+        {PF_Cmd_RENDER, &input, "acquire PF Handle Suite 2", 516},
+        {PF_Cmd_RENDER, &input, "throw", 516},
+        {PF_Cmd_RENDER, &none, "", 516},
+        {PF_Cmd_RENDER, &input, "", 0},
+        {command(33), &input, "", 0},
+        {PF_Cmd_GLOBAL_SETDOWN, &input, "", 0},
     };
     for (int round = 0; round < 2; ++round) {
-        step("a frame without a set-up", 516, PF_Cmd_RENDER, &input);
-        step("a set-down without a set-up", 0, PF_Cmd_GLOBAL_SETDOWN, nullptr);
-        step("set-up", 0, PF_Cmd_GLOBAL_SETUP, nullptr);
-        step("a second set-up", 0, PF_Cmd_GLOBAL_SETUP, nullptr);
-        step("about", 0, PF_Cmd_ABOUT, nullptr);
-        step("parameters", 0, PF_Cmd_PARAMS_SETUP, nullptr);
-        step("the first frame", 0, PF_Cmd_RENDER, &input);
+        for (const auto& step : steps) {
+            SCOPED_TRACE(&step - steps);
+            host.failing = {{step.failing, 7}};
+            host.onCall = [&](const std::string&) {
+                if (step.failing == std::string("throw")) {
+                    throw std::runtime_error("from the host");
+                }
+            };
+            EXPECT_EQ(host.command(step.cmd, step.source->layer(), output.layer()), step.expected);
+            EXPECT_EQ(currentState(), before);
+        }
         EXPECT_EQ(Picture(output).pixels, Picture(input).pixels);
-        step("a further frame", 0, PF_Cmd_RENDER, &input);
-        host.failCheckout = 1;
-        step("a failed checkout", 7, PF_Cmd_RENDER, &input);
-        host.noHandle = true;
-        step("no handle", 516, PF_Cmd_RENDER, &input);
-        host.refusedSuites = {"PF Handle Suite"};
-        step("no suite", 516, PF_Cmd_RENDER, &input);
-        host.onCall = [](const std::string&) { throw std::runtime_error("from the host"); };
-        step("an exception", 516, PF_Cmd_RENDER, &input);
-        step("an empty frame", 516, PF_Cmd_RENDER, &none);
-        step("an unknown command", 0, command(33), nullptr);
-        step("set-down", 0, PF_Cmd_GLOBAL_SETDOWN, nullptr);
+        EXPECT_EQ(GLWatch::sharedNames(), 0);
     }
-    // With a frame bound that is half made, the way back makes no error either.
-    EXPECT_EQ(GLWatch::sharedNames(), 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(Of, HostsContext,
@@ -83,6 +85,10 @@ TEST_F(SharedDisplay, MayBeEndedBySomeoneElse) {
 #endif
     watch.allowLostNames();
     watch.allowErrorsOf("glDeleteProgram"); // of programs that went with their contexts
+    const auto restart = [&] {
+        EXPECT_EQ(host.command(PF_Cmd_GLOBAL_SETDOWN), 0);
+        EXPECT_EQ(host.command(PF_Cmd_GLOBAL_SETUP), 0);
+    };
     for (int round = 0; round < 3; ++round) {
         SCOPED_TRACE(round);
         expectSoundFrame();
@@ -93,22 +99,13 @@ TEST_F(SharedDisplay, MayBeEndedBySomeoneElse) {
         }
         expectSoundFrame();
     }
-    // The shared data context is the one that is current after a set-up, and no other exists.
-    EXPECT_EQ(host.command(PF_Cmd_GLOBAL_SETDOWN), 0);
-    EXPECT_EQ(host.command(PF_Cmd_GLOBAL_SETUP), 0);
+    restart(); // now only the shared data context exists
     ASSERT_TRUE(terminateCurrentDisplay());
     expectSoundFrame();
-    // A host that goes on with a set-down is answered as well.
     ASSERT_TRUE(terminateCurrentDisplay());
-    EXPECT_EQ(host.command(PF_Cmd_GLOBAL_SETDOWN), 0);
-    EXPECT_EQ(host.command(PF_Cmd_GLOBAL_SETUP), 0);
+    restart(); // a host that goes on with a set-down is answered as well
     expectSoundFrame();
-}
-
-// Where the host had nothing current, ours stays; it is no hindrance to a host that takes it away.
-TEST_F(SharedDisplay, MayBeLeftBetweenTwoFrames) {
-    expectSoundFrame();
-    releaseCurrentEgl();
+    releaseCurrentEgl(); // where the host had nothing current, ours stays: it may take it away
     expectSoundFrame();
 }
 

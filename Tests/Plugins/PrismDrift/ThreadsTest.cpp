@@ -3,14 +3,13 @@
 #include "EffectTest.h"
 
 #include "Shared/GL/AEOpenGLContextManager.h"
+#include "Shared/Helper/Semaphore.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <condition_variable>
 #include <fstream>
 #include <functional>
-#include <mutex>
 #include <pthread.h>
 #include <thread>
 #include <unistd.h>
@@ -20,6 +19,7 @@ namespace Testing {
 namespace {
 
 using Vexorel::PrismDrift::AEOpenGLContextManager;
+using Vexorel::PrismDrift::Semaphore;
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr bool kMemoryIsOurs = false; // a sanitizer keeps freed memory back
@@ -48,29 +48,24 @@ public:
 
     /// Returns when the work is done; null ends the thread.
     void perform(const std::function<void()>& work) {
-        std::unique_lock<std::mutex> lock(mMutex);
-        mWork = &work;
-        mChanged.notify_all();
-        mChanged.wait(lock, [&] { return mWork == nullptr; });
+        mWork = work;
+        mGiven.signal();
+        mDone.wait();
     }
 
 private:
     void run() {
-        std::unique_lock<std::mutex> lock(mMutex);
-        for (bool more = true; more;) {
-            mChanged.wait(lock, [&] { return mWork != nullptr; });
-            more = static_cast<bool>(*mWork);
+        for (bool more = true; more; mDone.signal()) {
+            mGiven.wait();
+            more = mWork != nullptr;
             if (more) {
-                (*mWork)();
+                mWork();
             }
-            mWork = nullptr;
-            mChanged.notify_all();
         }
     }
 
-    std::mutex mMutex;
-    std::condition_variable mChanged;
-    const std::function<void()>* mWork = nullptr; ///< guarded by mMutex
+    std::function<void()> mWork;
+    Semaphore mGiven{0}, mDone{0};
     std::thread mThread;
 };
 
@@ -115,18 +110,6 @@ TEST_F(Threads, AThousandFramesOnEightAtOnceAreThoseOfOne) {
     EXPECT_EQ(wrong, 0);
 }
 
-TEST_F(Threads, FramesMayComeFromEachInTurn) {
-    Worker first;
-    Worker second;
-    for (int i = 0; i < 4; ++i) {
-        first.perform([&] { expectSoundFrame(); });
-        second.perform([&] { expectSoundFrame(); });
-        second.perform([&] { frame(i); });
-        expectSoundFrame();
-    }
-    EXPECT_EQ(AEOpenGLContextManager::mRenderContexts.size(), 3U);
-}
-
 TEST_F(Threads, TakeTheirContextsWithThemAtTheirEnd) {
     const auto run = [&](int count) {
         for (int i = 0; i < count; ++i) {
@@ -142,24 +125,24 @@ TEST_F(Threads, TakeTheirContextsWithThemAtTheirEnd) {
     }
 }
 
-TEST_F(Threads, MayTakeTheEffectDownFromAnywhere) {
+TEST_F(Threads, MayDrawInTurnAndTakeTheEffectDownFromAnywhere) {
     Worker drawing;
     Worker other;
-    for (int round = 0; round < 2; ++round) {
+    for (int round = 0; round < 3; ++round) {
+        drawing.perform([&] { expectSoundFrame(); });
+        other.perform([&] { frame(round); });
         drawing.perform([&] { expectSoundFrame(); });
         expectSoundFrame();
+        EXPECT_EQ(AEOpenGLContextManager::mRenderContexts.size(), 3U);
         other.perform([&] { EXPECT_EQ(host.command(PF_Cmd_GLOBAL_SETDOWN), 0); });
         EXPECT_EQ(GLWatch::sharedNames(), 0);
         EXPECT_EQ(AEOpenGLContextManager::getSharedDataContext(), nullptr);
         drawing.perform([&] {
-            World8 input(4, 4);
-            World8 output(4, 4);
-            EXPECT_EQ(host.render(input, output), 516);
+            World8 world(4, 4);
+            EXPECT_EQ(host.render(world, world), 516);
         });
         other.perform([&] { EXPECT_EQ(host.command(PF_Cmd_GLOBAL_SETUP), 0); });
     }
-    drawing.perform([&] { expectSoundFrame(); });
-    expectSoundFrame();
 }
 
 TEST_F(Threads, MayBeCancelledInACallback) {

@@ -29,6 +29,12 @@ protected:
     std::unique_ptr<Vexorel::PrismDrift::AEOpenGLContext> context;
 };
 
+/// What GL numbers or enumerates, to compare with what it gives.
+template <typename Value>
+gl::GLint asInteger(Value value) {
+    return static_cast<gl::GLint>(value);
+}
+
 inline gl::GLint integer(gl::GLenum name) {
     gl::GLint value = 0;
     gl33core::glGetIntegerv(name, &value);
@@ -37,45 +43,32 @@ inline gl::GLint integer(gl::GLenum name) {
 
 using FloatPixel = std::array<float, 4>;
 
-/// A level of a texture, or its first pixel.
-inline std::vector<FloatPixel> contents(gl::GLuint texture, std::size_t pixels) {
+/// A level of a texture, or its first pixels.
+inline std::vector<FloatPixel> contents(gl::GLuint texture, std::size_t pixels,
+                                        gl::GLint level = 0) {
     using namespace gl33core;
     std::vector<FloatPixel> read(pixels);
     glBindTexture(GL_TEXTURE_2D, texture);
-    glGetTexImage(GL_TEXTURE_2D, 0, GL_RGBA, GL_FLOAT, read.data());
+    glGetTexImage(GL_TEXTURE_2D, level, GL_RGBA, GL_FLOAT, read.data());
     glBindTexture(GL_TEXTURE_2D, 0);
     return read;
 }
 
-inline gl::GLint textureParameter(gl::GLuint texture, gl::GLenum name) {
+/// Width, height and internal format of a texture, its filters for smaller and for larger pictures,
+/// and its wrapping across and down.
+inline std::array<gl::GLint, 7> properties(gl::GLuint texture) {
     using namespace gl33core;
-    GLint value = 0;
+    std::array<GLint, 7> values{};
     glBindTexture(GL_TEXTURE_2D, texture);
-    if (name == GL_TEXTURE_WIDTH || name == GL_TEXTURE_HEIGHT ||
-        name == GL_TEXTURE_INTERNAL_FORMAT) {
-        glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, name, &value);
-    } else {
-        glGetTexParameteriv(GL_TEXTURE_2D, name, &value);
-    }
+    glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, GL_TEXTURE_WIDTH, &values[0]);
+    glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, GL_TEXTURE_HEIGHT, &values[1]);
+    glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, GL_TEXTURE_INTERNAL_FORMAT, &values[2]);
+    glGetTexParameteriv(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, &values[3]);
+    glGetTexParameteriv(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, &values[4]);
+    glGetTexParameteriv(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, &values[5]);
+    glGetTexParameteriv(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, &values[6]);
     glBindTexture(GL_TEXTURE_2D, 0);
-    return value;
+    return values;
 }
-
-/// A frame buffer of the test with a texture attached, bound for its life.
-class BoundTexture {
-public:
-    explicit BoundTexture(gl::GLuint texture) {
-        using namespace gl33core;
-        glGenFramebuffers(1, &mName);
-        glBindFramebuffer(GL_FRAMEBUFFER, mName);
-        glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, texture, 0);
-    }
-    ~BoundTexture() { gl33core::glDeleteFramebuffers(1, &mName); }
-    BoundTexture(const BoundTexture&) = delete;
-    BoundTexture& operator=(const BoundTexture&) = delete;
-
-private:
-    gl::GLuint mName = 0;
-};
 
 } // namespace Testing

@@ -24,11 +24,6 @@ protected:
     std::function<void()> logs(int number) {
         return [this, number] { log.push_back(number); };
     }
-    void runAll() {
-        while (queue.hasTask()) {
-            queue.updateQueue();
-        }
-    }
 
     TimeLimit limit;
     std::vector<int> log;
@@ -36,25 +31,7 @@ protected:
 };
 
 TEST_F(IdleQueueTest, RunsOneTaskATurnInTheirOrder) {
-    queue.updateQueue();
-    EXPECT_FALSE(queue.hasTask());
-    for (int i = 1; i <= 3; ++i) {
-        queue.async(logs(i));
-    }
-    EXPECT_THAT(log, ElementsAre());
-    queue.updateQueue();
-    EXPECT_THAT(log, ElementsAre(1));
-    queue.updateQueue();
-    EXPECT_THAT(log, ElementsAre(1, 2));
-    EXPECT_TRUE(queue.hasTask());
-    queue.updateQueue();
-    EXPECT_THAT(log, ElementsAre(1, 2, 3));
-    EXPECT_FALSE(queue.hasTask());
-    queue.updateQueue();
-    EXPECT_THAT(log, ElementsAre(1, 2, 3));
-}
-
-TEST_F(IdleQueueTest, ATaskMayUseTheQueueThatRunsIt) {
+    queue.updateQueue(); // of nothing
     queue.async([this] {
         queue.async(logs(3));
         log.push_back(1);
@@ -62,57 +39,33 @@ TEST_F(IdleQueueTest, ATaskMayUseTheQueueThatRunsIt) {
         queue.updateQueue(); // runs the next one, from inside
     });
     queue.async(logs(2));
+    EXPECT_THAT(log, ElementsAre());
     queue.updateQueue();
     EXPECT_THAT(log, ElementsAre(1, 2));
     EXPECT_TRUE(queue.hasTask());
-    queue.async([this] { queue.clearAsyncQueue(); });
-    queue.async(logs(4));
-    runAll();
+    queue.updateQueue();
     EXPECT_THAT(log, ElementsAre(1, 2, 3));
+    EXPECT_FALSE(queue.hasTask());
 }
 
-TEST_F(IdleQueueTest, StaysUsableAfterWhatATaskThrows) {
+TEST_F(IdleQueueTest, EndsEachTaskOnceWhateverBecomesOfIt) {
     const auto held = std::make_shared<int>(0);
     queue.async([held] { throw std::runtime_error("out of film"); });
     queue.async(std::function<void()>());
-    queue.async(logs(1));
-    EXPECT_EQ(held.use_count(), 2);
+    queue.async([this, held] { queue.clearAsyncQueue(); });
+    queue.async([this, held] { log.push_back(1); });
+    EXPECT_EQ(held.use_count(), 4);
     EXPECT_THROW(queue.updateQueue(), std::runtime_error);
-    EXPECT_EQ(held.use_count(), 1);
+    EXPECT_EQ(held.use_count(), 3);
     EXPECT_THROW(queue.updateQueue(), std::bad_function_call);
     queue.updateQueue();
-    EXPECT_THAT(log, ElementsAre(1));
+    EXPECT_EQ(held.use_count(), 1);
     EXPECT_FALSE(queue.hasTask());
-}
-
-TEST_F(IdleQueueTest, DropsPendingTasksWithoutRunningThem) {
-    const auto held = std::make_shared<int>(0);
-    const auto task = [this, held] { log.push_back(1); };
-    const long mine = held.use_count();
-    queue.async(task);
-    queue.async(task);
-    queue.clearAsyncQueue();
-    EXPECT_FALSE(queue.hasTask());
-    EXPECT_EQ(held.use_count(), mine);
-    queue.clearAsyncQueue(); // empty already
-    {
-        IdleQueue other;
-        other.async(task);
-        other.async(task);
-    }
-    EXPECT_EQ(held.use_count(), mine);
-    EXPECT_THAT(log, ElementsAre());
-    queue.async(logs(2));
-    runAll();
-    EXPECT_THAT(log, ElementsAre(2));
-}
-
-TEST_F(IdleQueueTest, ATaskMayDestroyTheQueueThatRunsIt) {
     auto doomed = std::make_unique<IdleQueue>();
-    doomed->async([&] { doomed.reset(); });
-    doomed->async(logs(1));
+    doomed->async([&doomed, held] { doomed.reset(); });
+    doomed->async([this, held] { log.push_back(2); });
     doomed->updateQueue();
-    EXPECT_EQ(doomed, nullptr);
+    EXPECT_EQ(held.use_count(), 1);
     EXPECT_THAT(log, ElementsAre());
 }
 
@@ -134,23 +87,16 @@ struct Meddler {
 };
 
 TEST_F(IdleQueueTest, RunsNoCodeOfATaskUnderItsLock) {
-    const std::function<void()> task = Meddler(queue);
-    queue.async(task);
+    std::function<void()> task = Meddler(queue);
     queue.async(task);
     queue.async(task);
     queue.updateQueue();
     EXPECT_TRUE(queue.hasTask());
     queue.clearAsyncQueue();
     EXPECT_FALSE(queue.hasTask());
-}
-
-TEST_F(IdleQueueTest, IsAsItWasAfterACopyThatFails) {
-    std::function<void()> task = Meddler(queue);
-    queue.async(logs(1));
     task.target<Meddler>()->failing = true;
     EXPECT_THROW(queue.async(task), std::bad_alloc);
-    runAll();
-    EXPECT_THAT(log, ElementsAre(1));
+    EXPECT_FALSE(queue.hasTask());
 }
 
 TEST_F(IdleQueueTest, ManyThreadsRunEachTaskOnce) {
@@ -159,9 +105,8 @@ TEST_F(IdleQueueTest, ManyThreadsRunEachTaskOnce) {
     std::vector<std::vector<int>> runs(kThreads, std::vector<int>(kTasks));
     std::atomic<int> total{0};
     std::vector<std::thread> threads;
-    for (int producer = 0; producer < kThreads; ++producer) {
-        threads.emplace_back([&, producer] {
-            std::vector<int>& mine = runs[static_cast<std::size_t>(producer)];
+    for (std::vector<int>& mine : runs) {
+        threads.emplace_back([&] {
             for (int& slot : mine) {
                 // Not atomic: the queue's lock carries it over to whoever runs the task.
                 slot = -1;
@@ -183,19 +128,16 @@ TEST_F(IdleQueueTest, ManyThreadsRunEachTaskOnce) {
     for (std::thread& thread : threads) {
         thread.join();
     }
-    EXPECT_EQ(total, kThreads * kTasks);
     EXPECT_THAT(runs, Each(Each(1)));
     EXPECT_FALSE(queue.hasTask());
 }
 
 TEST_F(IdleQueueTest, ClearingBesideOtherThreadsEndsEachTaskOnce) {
-    constexpr int kTasks = 20000;
     const auto held = std::make_shared<int>(0);
-    std::atomic<int> ran{0};
     std::atomic<bool> done{false};
     std::thread producer([&] {
-        for (int i = 0; i < kTasks; ++i) {
-            queue.async([held, &ran] { ++ran; });
+        for (int i = 0; i < 20000; ++i) {
+            queue.async([held] {});
         }
         done = true;
     });
@@ -211,7 +153,6 @@ TEST_F(IdleQueueTest, ClearingBesideOtherThreadsEndsEachTaskOnce) {
     runner.join();
     queue.clearAsyncQueue();
     EXPECT_EQ(held.use_count(), 1);
-    EXPECT_LE(ran, kTasks);
 }
 
 } // namespace

@@ -45,6 +45,7 @@ TEST(Vec2, TurnsInDegrees) {
     EXPECT_TRUE(isSame(v.rotateRound(-0.0, {9, 9}), v)) << "no turn is exact";
     v.rotate(360.0);
     EXPECT_FALSE(isSame(v, Vec2(0.1, 0.2))) << "a full turn is not";
+    EXPECT_NEAR(Vec2(1, 0).rotateRound(180, {}).y, 5.3e-14, 1e-15) << "15 digits of a degree";
     EXPECT_TRUE(Vec2(0, 0).getQuadrant() == 1 && Vec2(-1, 0).getQuadrant() == 2);
     EXPECT_TRUE(Vec2(-1, -1).getQuadrant() == 3 && Vec2(0, -1).getQuadrant() == 4);
 }
