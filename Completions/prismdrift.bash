@@ -10,14 +10,12 @@ _prismdrift() {
     prev=${COMP_WORDS[COMP_CWORD - 2]}
   fi
 
-  local effect='--channel-order --shift-angle --shift-distance --channel-scale
-    --channel-lightness --preset'
-  local input='--frames --missing --framerate --input-format --video-size --pixel-format'
-  local common='--plugin --quiet --verbose --help -h'
-  local render="$effect --save-preset $input --codec --quality --output-format
-    --output-pixel-format --downsample --list-parameters --about --script --version
-    --progress $common"
-  local sheet="$effect $input --vary --columns --cell-width $common"
+  local both='--channel-order --shift-angle --shift-distance --channel-scale
+    --channel-lightness --preset --save-preset --frames --missing --framerate --input-format
+    --video-size --pixel-format --downsample --plugin --help -h --progress --quiet --verbose'
+  local render="$both --codec --quality --output-format --output-pixel-format --list-parameters
+    --about --script --version"
+  local sheet="$both --vary --columns --cell-width"
 
   local words=
   case $prev in

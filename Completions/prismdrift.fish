@@ -14,7 +14,7 @@ complete -c prismdrift -l shift-distance -x -d 'Pixels, -1000 to 1000'
 complete -c prismdrift -l channel-scale -x -d 'R,G,B in percent, 0 to 200'
 complete -c prismdrift -l channel-lightness -x -d 'R,G,B, -100 to 100'
 complete -c prismdrift -l preset -x -a '(__fish_complete_suffix .json)' -d 'Take the values in a preset'
-complete -c prismdrift -n 'not __prismdrift_sheet' -l save-preset -r -F -d 'Keep all values in a preset'
+complete -c prismdrift -l save-preset -r -F -d 'Keep all values in a preset'
 
 # Input
 complete -c prismdrift -l frames -x -d 'Only these, such as 10-99 or 1-100x2,200'
@@ -36,13 +36,13 @@ complete -c prismdrift -n __prismdrift_sheet -l columns -x -d 'Cells side by sid
 complete -c prismdrift -n __prismdrift_sheet -l cell-width -x -d 'Pixels'
 
 # Rendering and information
-complete -c prismdrift -n 'not __prismdrift_sheet' -l downsample -x -d 'Distances are divided by N'
+complete -c prismdrift -l downsample -x -d 'Distances are divided by N'
 complete -c prismdrift -l plugin -r -F -d 'The plug-in to load'
 complete -c prismdrift -n 'not __prismdrift_sheet' -l list-parameters -d 'What the effect publishes'
 complete -c prismdrift -n 'not __prismdrift_sheet' -l about -d 'What the effect says about itself'
 complete -c prismdrift -n 'not __prismdrift_sheet' -l script -r -F -d 'Run a script and print its value'
 complete -c prismdrift -n 'not __prismdrift_sheet' -l version -d 'What runs here'
-complete -c prismdrift -n 'not __prismdrift_sheet' -l progress -x -a 'bar lines kv none' -d 'How to tell how far it is'
+complete -c prismdrift -l progress -x -a 'bar lines kv none' -d 'How to tell how far it is'
 complete -c prismdrift -l quiet -d 'Errors only'
 complete -c prismdrift -l verbose -d 'What the plug-in prints, too'
 complete -c prismdrift -s h -l help -d 'Print the help'

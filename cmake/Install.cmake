@@ -19,12 +19,10 @@ install(FILES Completions/_prismdrift DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/
 install(FILES Completions/prismdrift.fish
         DESTINATION "${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d")
 
-if(IS_DIRECTORY "${CMAKE_CURRENT_SOURCE_DIR}/Presets")
-  install(DIRECTORY Presets/
-          DESTINATION "${CMAKE_INSTALL_DATADIR}/prismdrift/presets"
-          FILES_MATCHING
-          PATTERN "*.json")
-endif()
+install(DIRECTORY Presets/
+        DESTINATION "${CMAKE_INSTALL_DATADIR}/prismdrift/presets"
+        FILES_MATCHING
+        PATTERN "*.json")
 
 # With the folders that the pages' links lead to.
 install(FILES README.md DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/prismdrift")

@@ -102,6 +102,8 @@ public:
         found.input = input();
         found.output = output();
         found.script = mScript;
+        found.preset = mPreset;
+        found.savePreset = mSavePreset;
         for (std::size_t i = 0; i < mOptions.size(); ++i) {
             if (mApp.get_option(mOptions[i].name)->count() > 0) {
                 found.values.emplace_back(&mOptions[i], mTexts[i]);
@@ -111,7 +113,8 @@ public:
             throw UsageError("--script stands alone, without INPUT and OUTPUT; not '" + mInput +
                              "'");
         }
-        if (!mListParameters && !mAbout && mScript.empty() && mOutput.empty()) {
+        const bool onlySaves = !mSavePreset.empty() && mInput.empty();
+        if (!mListParameters && !mAbout && mScript.empty() && mOutput.empty() && !onlySaves) {
             throw UsageError(mInput.empty() ? "INPUT and OUTPUT are missing; --help tells more"
                                             : "OUTPUT is missing; --help tells more");
         }
@@ -139,6 +142,10 @@ private:
                 ->type_name(mOptions[i].takes)
                 ->group("The effect");
         }
+        addText("The effect", "--preset", mPreset, "FILE",
+                "Take the values in a preset; what is given on the line comes before it");
+        addText("The effect", "--save-preset", mSavePreset, "FILE",
+                "Keep all values in a preset; needs no INPUT and OUTPUT");
     }
 
     void addText(const char* group, const char* name, std::string& text, const char* takes,
@@ -341,7 +348,8 @@ private:
 
     const std::vector<ParameterOption>& mOptions;
     CLI::App mApp{"Shifts the red, green and blue of a picture apart.", "prismdrift"};
-    std::string mInput, mOutput, mPlugin, mScript, mDownsample = "1", mProblem;
+    std::string mInput, mOutput, mPlugin, mScript, mPreset, mSavePreset, mDownsample = "1",
+                                                                         mProblem;
     std::string mFrames, mMissing, mFrameRate, mInputFormat, mVideoSize, mPixelFormat;
     std::string mCodec, mQuality, mOutputFormat, mOutputPixelFormat, mProgress;
     std::vector<std::string> mTexts;

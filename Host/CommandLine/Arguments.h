@@ -32,8 +32,8 @@ struct Arguments {
     std::optional<ProgressStyle> progress; ///< nothing: the one that suits
     std::uint32_t downsample = 1;
     Vexorel::PrismDrift::Host::ClipInput input;
-    Vexorel::PrismDrift::Host::ClipOutput output; ///< without its descriptor and its warnings
-    std::filesystem::path script;
+    Vexorel::PrismDrift::Host::ClipOutput output;     ///< without its descriptor and its warnings
+    std::filesystem::path script, preset, savePreset; ///< empty where not given
     /// The options for parameters that were given, each with its text; a later one stands.
     std::vector<std::pair<const ParameterOption*, std::string>> values;
 };

@@ -2,6 +2,7 @@
 
 #include "Host/CommandLine/Arguments.h"
 #include "Host/CommandLine/PluginSearch.h"
+#include "Host/CommandLine/Preset.h"
 #include "Host/CommandLine/Progress.h"
 #include "Host/CommandLine/RenderClip.h"
 #include "Host/CommandLine/RunScript.h"
@@ -76,14 +77,39 @@ void sayInterrupted(std::int64_t frames) {
     std::cerr << "prismdrift: interrupted" << text << "\n";
 }
 
+// The preset's values, and over them those on the line. Wrong usage is told before a file is
+// opened.
+Host::ParameterValues chosenValues(const Host::Effect& effect, const Arguments& arguments) {
+    const auto apply = [&](Host::ParameterValues values) {
+        for (const auto& [option, text] : arguments.values) {
+            option->apply(text, values);
+        }
+        return values;
+    };
+    Host::ParameterValues values = apply(effect.defaultValues());
+    if (!arguments.output.file.empty()) {
+        checkUsage(arguments);
+    }
+    if (!arguments.preset.empty()) {
+        values = effect.defaultValues();
+        loadPreset(arguments.preset, values);
+        values = apply(std::move(values));
+    }
+    return values;
+}
+
 // The signal that ended it early, 0 for none.
 int render(Host::Effect& effect, const Arguments& arguments, const StandardOutput& standardOutput) {
-    Host::ParameterValues values = effect.defaultValues();
-    for (const auto& [option, text] : arguments.values) {
-        option->apply(text, values);
+    Host::ParameterValues values = chosenValues(effect, arguments);
+    if (!arguments.savePreset.empty()) {
+        savePreset(arguments.savePreset, values);
     }
-    checkUsage(arguments);
+    if (arguments.output.file.empty()) {
+        return 0; // that was all
+    }
     const auto reader = Host::openClip(arguments.input);
+    values.resolve({[&] { return reader->frameCount(); },
+                    [&](double seconds) { return reader->frameAt(seconds); }});
     const Host::ClipProperties& clip = reader->properties();
     Progress progress(arguments.quiet ? ProgressStyle::None
                                       : arguments.progress.value_or(automaticProgress()),

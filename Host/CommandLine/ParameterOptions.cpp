@@ -9,6 +9,8 @@
 
 namespace {
 
+using Vexorel::PrismDrift::Host::Keyframes;
+using Vexorel::PrismDrift::Host::KeyframesError;
 using Vexorel::PrismDrift::Host::Parameter;
 using Vexorel::PrismDrift::Host::ParameterKind;
 using Vexorel::PrismDrift::Host::ParameterValues;
@@ -114,6 +116,18 @@ double parseValue(const Parameter& parameter, std::string_view text, std::string
     return *number;
 }
 
+Keyframes parseKeyframes(const Parameter& parameter, std::string_view text,
+                         const std::string& option) {
+    if (!parameter.varies) {
+        throw UsageError(option + " cannot change over time");
+    }
+    try {
+        return Keyframes::parse(text, parameter);
+    } catch (const KeyframesError& error) {
+        throw UsageError(option + ": " + error.what() + "\n" + error.shown());
+    }
+}
+
 std::vector<std::string_view> split(std::string_view text) {
     std::vector<std::string_view> parts;
     for (std::size_t start = 0;;) {
@@ -140,7 +154,11 @@ void ParameterOption::apply(std::string_view text, ParameterValues& values) cons
     }
     for (std::size_t i = 0; i < members.size(); ++i) {
         const std::string_view part = parts[parts.size() == 1 ? 0 : i];
-        values.set(members[i]->index, parseValue(*members[i], part, complaint));
+        if (Keyframes::areMeant(part)) {
+            values.set(members[i]->index, parseKeyframes(*members[i], part, name));
+        } else {
+            values.set(members[i]->index, parseValue(*members[i], part, complaint));
+        }
     }
 }
 
@@ -167,11 +185,8 @@ std::string parameterTable(const std::vector<Parameter>& parameters) {
     std::vector<Row> rows = {{"Option", "Parameter", "Takes", "Default", "Keyframes"}};
     for (const ParameterOption& option : parameterOptions(parameters)) {
         for (const Parameter* member : option.members) {
-            rows.push_back(
-                {option.name,
-                 member->group.empty() ? member->name : member->group + ", " + member->name,
-                 takesWithUnit(*member), member->valueText(member->initial),
-                 member->varies ? "yes" : "no"});
+            rows.push_back({option.name, member->fullName(), takesWithUnit(*member),
+                            member->valueText(member->initial), member->varies ? "yes" : "no"});
         }
     }
     std::array<std::size_t, 5> widths{};

@@ -15,8 +15,10 @@ struct ParameterOption {
     std::string meaning; ///< for the help
     std::vector<const Vexorel::PrismDrift::Host::Parameter*> members;
 
-    /// Puts what the user wrote into the values of all members. Throws UsageError, which names the
-    /// option and what it takes.
+    /// Puts what the user wrote into the values of all members: a number or keyframes for each,
+    /// with
+    /// ',' between them, or one of these for all. Throws UsageError, which names the option and
+    /// what it takes, and shows below it where keyframes are wrong.
     void apply(std::string_view text, Vexorel::PrismDrift::Host::ParameterValues& values) const;
 };
 

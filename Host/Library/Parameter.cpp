@@ -102,6 +102,10 @@ bool Parameter::hasValue() const {
     return kind != ParameterKind::GroupStart && kind != ParameterKind::GroupEnd;
 }
 
+std::string Parameter::fullName() const {
+    return group.empty() ? name : group + ", " + name;
+}
+
 bool Parameter::accepts(double value) const {
     if (!hasValue() || !(value >= minimum && value <= maximum)) {
         return false;

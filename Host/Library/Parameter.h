@@ -28,6 +28,8 @@ struct Parameter {
 
     /// True unless it is the start or the end of a group.
     bool hasValue() const;
+    /// "Shift Angle" or, in a group, "Channel Scale, R Channel", since names repeat between groups.
+    std::string fullName() const;
     bool accepts(double value) const;
     /// "a number from -1000 to 1000" or "RGB, RBG or GRB", for messages.
     std::string takes() const;

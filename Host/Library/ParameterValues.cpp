@@ -12,7 +12,7 @@ namespace Vexorel::PrismDrift::Host {
 ParameterValues::ParameterValues(std::shared_ptr<const std::vector<Parameter>> parameters)
     : mParameters(std::move(parameters)) {
     for (const Parameter& parameter : *mParameters) {
-        mValues.push_back({parameter.initial, nullptr});
+        mValues.push_back({parameter.initial, nullptr, std::nullopt});
     }
 }
 
@@ -30,25 +30,62 @@ void ParameterValues::set(int index, double value) {
         throw Error("\"" + target.name + "\" takes " + target.takes() + ", not " +
                     numberText(value));
     }
-    mValues[static_cast<std::size_t>(index) - 1] = {value, nullptr};
+    mValues[static_cast<std::size_t>(index) - 1] = {value, nullptr, std::nullopt};
 }
 
-void ParameterValues::set(int index, ValueSource source) {
+ParameterValues::Value& ParameterValues::varying(int index) {
     const Parameter& target = parameter(index);
     if (!target.varies) {
         throw Error("\"" + target.name + "\" cannot change over time");
     }
-    mValues[static_cast<std::size_t>(index) - 1] = {target.initial, std::move(source)};
+    return mValues[static_cast<std::size_t>(index) - 1];
+}
+
+void ParameterValues::set(int index, ValueSource source) {
+    varying(index) = {parameter(index).initial, std::move(source), std::nullopt};
+}
+
+void ParameterValues::set(int index, Keyframes keyframes) {
+    varying(index) = {parameter(index).initial, nullptr, std::move(keyframes)};
+}
+
+void ParameterValues::resolve(const ClipTiming& timing) {
+    std::vector<Value> values = mValues;
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        if (values[i].keyframes) {
+            try {
+                values[i].source = values[i].keyframes->resolved(timing);
+            } catch (const Error& error) {
+                throw Error((*mParameters)[i].fullName() + ": " + error.what());
+            }
+        }
+    }
+    mValues = std::move(values);
 }
 
 double ParameterValues::at(int index, const FrameTime& time) const {
     const Parameter& target = parameter(index);
     const Value& value = mValues[static_cast<std::size_t>(index) - 1];
     if (!value.source) {
+        if (value.keyframes) {
+            throw Error("the keyframes of \"" + target.name + "\" have no places in a clip yet");
+        }
         return value.constant;
     }
     const double now = value.source(time);
     return std::isnan(now) ? target.initial : std::clamp(now, target.minimum, target.maximum);
+}
+
+std::optional<double> ParameterValues::constant(int index) const {
+    parameter(index); // throws where there is none
+    const Value& value = mValues[static_cast<std::size_t>(index) - 1];
+    return value.source || value.keyframes ? std::nullopt : std::optional(value.constant);
+}
+
+const Keyframes* ParameterValues::keyframes(int index) const {
+    parameter(index);
+    const Value& value = mValues[static_cast<std::size_t>(index) - 1];
+    return value.keyframes ? &*value.keyframes : nullptr;
 }
 
 } // namespace Vexorel::PrismDrift::Host

@@ -1,26 +1,18 @@
 #pragma once
 
-/// The values of an effect's parameters over time: one number each, or a function of the frame's
-/// time. Copies are independent, so that every clip or thread can have its own.
+/// The values of an effect's parameters over time: one number each, keyframes, or a
+/// function of the frame's time. Copies are independent, so that every clip or thread can have its
+/// own.
 
+#include "Host/Library/FrameTime.h"
+#include "Host/Library/Keyframes.h"
 #include "Host/Library/Parameter.h"
 
-#include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace Vexorel::PrismDrift::Host {
-
-/// A frame's time as the effect sees it: `value / scale` seconds, with frames `step / scale` apart,
-/// so that `value / step` counts frames.
-struct FrameTime {
-    std::int32_t value = 0;
-    std::int32_t step = 1;
-    std::uint32_t scale = 1;
-};
-
-/// A parameter's value at a time. Called from whatever thread renders, several at once.
-using ValueSource = std::function<double(const FrameTime&)>;
 
 /// Every operation takes a parameter by its published index and throws Error, which names the
 /// parameter, where it has no value or doesn't take what it is given. Not to be changed while a
@@ -37,16 +29,30 @@ public:
     /// A value that depends on the time, for a parameter that varies. What the source gives outside
     /// the parameter's range becomes the nearest value inside, a NaN the default.
     void set(int index, ValueSource source);
+    /// Keyframes, for a parameter that varies. They have no value until `resolve`.
+    void set(int index, Keyframes keyframes);
 
+    /// Gives all keyframes that were set their places in a clip, instead of those in another. What
+    /// can't be placed leaves everything as it was.
+    void resolve(const ClipTiming& timing);
+
+    /// Keyframes that `resolve` was not called for are an Error.
     double at(int index, const FrameTime& time) const;
+    /// The number that was set or is the default, nothing for another kind of value.
+    std::optional<double> constant(int index) const;
+    /// Those that were set, null for another kind of value. Valid until the parameter is set anew.
+    const Keyframes* keyframes(int index) const;
 
 private:
-    const Parameter& parameter(int index) const;
-
     struct Value {
         double constant = 0.0;
-        ValueSource source; // where set, instead of the constant
+        ValueSource source;                 // where set, instead of the constant
+        std::optional<Keyframes> keyframes; // where set, what `source` is made from
     };
+
+    const Parameter& parameter(int index) const;
+    Value& varying(int index);
+
     std::shared_ptr<const std::vector<Parameter>> mParameters;
     std::vector<Value> mValues; // one for each parameter
 };

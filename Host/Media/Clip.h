@@ -92,7 +92,8 @@ public:
     virtual std::optional<ClipItem> next() = 0;
     /// Of the whole input, read or not; nothing for a pipe. May read through the file.
     virtual std::optional<std::int64_t> frameCount() = 0;
-    /// The index of the frame nearest to this time. May read through the file.
+    /// The index of the frame nearest to this time, of two as near the even one, as MLT rounds. May
+    /// read through the file.
     virtual std::int64_t frameAt(double seconds) = 0;
     /// Has a `next` that waits for a pipe give up, once a signal ends its wait. From any thread.
     virtual void stop() {}

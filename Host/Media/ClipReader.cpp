@@ -34,7 +34,7 @@ public:
     }
 
     std::optional<std::int64_t> frameCount() override { return 1; }
-    std::int64_t frameAt(double seconds) override { return std::llround(seconds * 25); }
+    std::int64_t frameAt(double seconds) override { return std::llrint(seconds * 25); }
 
 private:
     ClipInput mInput;
@@ -76,8 +76,8 @@ public:
     std::optional<std::int64_t> frameCount() override { return mThere.back() - mThere.front() + 1; }
 
     std::int64_t frameAt(double seconds) override {
-        return std::llround(seconds * mProperties.frameRate.numerator /
-                            mProperties.frameRate.denominator);
+        return std::llrint(seconds * mProperties.frameRate.numerator /
+                           mProperties.frameRate.denominator);
     }
 
 private:

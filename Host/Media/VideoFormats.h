@@ -27,6 +27,7 @@ struct Container {
     const char* ending;
     std::vector<const char*> codecs; ///< the first is the default
     const char* alphaCodec;          ///< for a clip with alpha
+    bool saysColours = true;         ///< has a place for the matrix of YUV
 };
 
 /// The container for an ending or a format's name, null for none.

@@ -263,7 +263,7 @@ std::int64_t VideoReader::frameAt(double seconds) {
     scan();
     const Ratio rate = mProperties.frameRate;
     if (mTimes.empty() || mTimes.front() == AV_NOPTS_VALUE) {
-        return std::llround(seconds * rate.numerator / rate.denominator);
+        return std::llrint(seconds * rate.numerator / rate.denominator);
     }
     const double unit = av_q2d(stream().time_base);
     const double time = seconds / unit + static_cast<double>(mStart);
@@ -274,12 +274,17 @@ std::int64_t VideoReader::frameAt(double seconds) {
     if (later == mTimes.end()) {
         // Behind the end, as if frames went on at the clip's rate.
         const double over = (time - static_cast<double>(mTimes.back())) * unit;
-        return std::ssize(mTimes) - 1 + std::llround(over * rate.numerator / rate.denominator);
+        return std::llrint(static_cast<double>(mTimes.size() - 1) +
+                           over * rate.numerator / rate.denominator);
     }
     const auto index = later - mTimes.begin();
-    const bool earlierIsNearer =
-        index > 0 && time - static_cast<double>(*(later - 1)) < static_cast<double>(*later) - time;
-    return earlierIsNearer ? index - 1 : index;
+    if (index == 0) {
+        return 0;
+    }
+    const double before = time - static_cast<double>(*(later - 1));
+    const double after = static_cast<double>(*later) - time;
+    const bool even = index % 2 == 0;
+    return after < before || (after == before && even) ? index : index - 1;
 }
 
 // The times of all frames, from the file's packets, which needs no decoding.

@@ -270,8 +270,9 @@ void VideoWriter::open(const ClipFrame& first) {
 
 namespace {
 
-// Colours that the frames have, carried over; those of RGB pictures in YUV are BT.709's.
-void setColours(AVCodecContext& encoder, const AVFrame& source) {
+// Colours that the frames have, carried over; those of RGB pictures in YUV are BT.709's where the
+// container can say so, else what its readers take for granted, BT.601.
+void setColours(AVCodecContext& encoder, const AVFrame& source, bool saysColours) {
     const AVPixFmtDescriptor* to = av_pix_fmt_desc_get(encoder.pix_fmt);
     const AVPixFmtDescriptor* from = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(source.format));
     const bool toYuv = (to->flags & AV_PIX_FMT_FLAG_RGB) == 0 && to->nb_components >= 3;
@@ -291,6 +292,9 @@ void setColours(AVCodecContext& encoder, const AVFrame& source) {
         return;
     }
     encoder.color_range = AVCOL_RANGE_MPEG;
+    if (!saysColours) {
+        return;
+    }
     encoder.colorspace = AVCOL_SPC_BT709;
     if (source.color_primaries == AVCOL_PRI_UNSPECIFIED) {
         encoder.color_primaries = AVCOL_PRI_BT709;
@@ -340,7 +344,7 @@ void VideoWriter::openEncoder(const ClipFrame& first) {
         if ((mMuxer->oformat->flags & AVFMT_GLOBALHEADER) != 0) {
             mEncoder->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
         }
-        setColours(*mEncoder, source);
+        setColours(*mEncoder, source, mContainer.saysColours);
         AVDictionary* options = nullptr;
         av_dict_parse_string(
             &options, encoderOptions(codec, mOutput.quality.value_or(defaultQuality)).c_str(), "=",

@@ -1,14 +1,10 @@
 // The program as its users meet it: run as a child process, looked at from outside.
 
 #include "Host/Media/Picture.h"
-#include "Tests/Host/ScratchFolder.h"
+#include "Tests/Host/ProgramTest.h"
 
 #include <algorithm>
 #include <cstring>
-#include <fstream>
-#include <gmock/gmock.h>
-#include <sstream>
-#include <sys/wait.h>
 
 using namespace Vexorel::PrismDrift::Host;
 namespace fs = std::filesystem;
@@ -20,14 +16,7 @@ using testing::StartsWith;
 
 namespace {
 
-struct Result {
-    int status;
-    std::string output, errors;
-};
-
-// In the commands, $PROGRAM is the program that was built and $FAKE the option that loads the
-// plug-in of the tests instead of the real one.
-class CommandLineTest : public testing::Test {
+class CommandLineTest : public ProgramTest {
 protected:
     CommandLineTest() {
         Picture picture{World(20, 10), {}};
@@ -42,33 +31,11 @@ protected:
         fs::create_directory(path("folder.png"));
     }
 
-    fs::path path(const std::string& name) const { return mScratch.path() / name; }
-
-    static std::string contents(const fs::path& file) {
-        std::ostringstream text;
-        text << std::ifstream(file).rdbuf();
-        return text.str();
-    }
-
-    Result run(const std::string& command) const {
-        const std::string whole =
-            "PROGRAM='" PRISMDRIFT_PROGRAM "' FAKE='--plugin " FAKE_EFFECT_FILE "'; cd '" +
-            mScratch.path().string() + "' && { " + command + "; } >.out 2>.err </dev/null";
-        const int status = std::system(whole.c_str());
-        Result result{WEXITSTATUS(status), contents(path(".out")), contents(path(".err"))};
-        fs::remove(path(".out"));
-        fs::remove(path(".err"));
-        return result;
-    }
-
     // Nothing but what the fixture made is there, and that is as it was.
     void expectUntouched() const {
         EXPECT_EQ(contents(path("kept.png")), "kept");
-        EXPECT_EQ(std::distance(fs::directory_iterator(mScratch.path()), {}), 4);
+        EXPECT_EQ(files().size(), 4);
     }
-
-private:
-    ScratchFolder mScratch;
 };
 
 TEST_F(CommandLineTest, EveryMistakeHasItsLineAndStatus) {

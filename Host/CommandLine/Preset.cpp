@@ -1,0 +1,274 @@
+#include "Host/CommandLine/Preset.h"
+
+#include "Host/CommandLine/ReadText.h"
+#include "Host/CommandLine/Usage.h"
+#include "Host/Library/Error.h"
+#include "Host/Library/Number.h"
+#include "Host/Media/ReplaceFile.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <functional>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace {
+
+namespace Host = Vexorel::PrismDrift::Host;
+using Host::Error;
+using Host::Parameter;
+using Host::ParameterValues;
+using Json = nlohmann::ordered_json;
+
+constexpr int formatVersion = 1;
+constexpr std::size_t largestFile = 1U << 20U;
+constexpr int deepest = 8; // objects in objects; the format itself has three
+
+const char* const versionKey = "prismdrift";
+const char* const parametersKey = "parameters";
+
+std::string inQuotes(const std::string& text) {
+    return Json(text).dump(-1, ' ', true, Json::error_handler_t::replace);
+}
+
+// A value for a message.
+std::string shown(const Json& value) {
+    constexpr std::size_t longest = 60;
+    if (value.is_structured()) {
+        return value.is_object() ? "an object" : "an array";
+    }
+    const std::string text = value.dump(-1, ' ', true);
+    return text.size() > longest ? text.substr(0, longest) + "..." : text;
+}
+
+// "A, B and C", quoted.
+std::string listed(const std::vector<std::string>& names) {
+    std::string text;
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        text += i == 0 ? "" : (i + 1 == names.size() ? " and " : ", ");
+        text += inQuotes(names[i]);
+    }
+    return text;
+}
+
+// `where` is empty or names the group.
+[[noreturn]] void refuseKey(const std::string& key, const std::string& where,
+                            const std::vector<std::string>& known) {
+    const std::string hint = nearestHint(key, known);
+    throw Error("unknown key " + inQuotes(key) + (where.empty() ? "" : " in " + inQuotes(where)) +
+                (hint.empty() ? "; what it takes is " + listed(known) : hint));
+}
+
+// What the reader says without what it last read, which may be long and no text.
+std::string reasonIn(const std::string& message) {
+    const std::size_t start = std::min(message.find("syntax error"), message.size());
+    const std::size_t read = message.find("; last read: '", start);
+    const std::size_t expected = message.rfind("; expected ");
+    return message.substr(start, read - start) +
+           (read < expected && expected != std::string::npos ? message.substr(expected) : "");
+}
+
+// "line 3, column 14" of a byte counted from 1.
+std::string placeOf(const std::string& text, std::size_t byte) {
+    const std::string before = text.substr(0, byte == 0 ? 0 : byte - 1);
+    const std::size_t lineStart = before.rfind('\n') + 1; // 0 on the first line
+    return "line " + std::to_string(1 + std::count(before.begin(), before.end(), '\n')) +
+           ", column " + std::to_string(1 + before.size() - lineStart);
+}
+
+// Refuses what the reader would take silently: a key that stands twice, and endless nesting.
+class Watch {
+public:
+    bool operator()(int depth, Json::parse_event_t event, const Json& parsed) {
+        using Event = Json::parse_event_t;
+        if (depth > deepest) {
+            throw Error("it is nested more than " + std::to_string(deepest) + " deep");
+        }
+        if (event == Event::object_start) {
+            mKeys.emplace_back();
+        } else if (event == Event::object_end) {
+            mKeys.pop_back();
+        } else if (event == Event::key) {
+            mKey = parsed.get<std::string>();
+            if (!mKeys.back().insert(mKey).second) {
+                throw Error("the key " + inQuotes(mKey) + " stands there twice");
+            }
+        }
+        return true;
+    }
+
+    const std::string& key() const { return mKey; } // the last one
+
+private:
+    std::vector<std::set<std::string>> mKeys; // of the objects that are open
+    std::string mKey;
+};
+
+Json parse(const std::string& text) {
+    if (text.size() > largestFile) {
+        throw Error("it is larger than 1 MiB");
+    }
+    Watch watch;
+    try {
+        return Json::parse(text, std::ref(watch));
+    } catch (const Json::parse_error& error) {
+        throw Error("it is no JSON at " + placeOf(text, error.byte) + ": " +
+                    reasonIn(error.what()));
+    } catch (const Json::out_of_range&) {
+        throw Error(inQuotes(watch.key()) + " has a number that is too large for any parameter");
+    }
+}
+
+// An object's member of this kind, or an error that says what it takes.
+const Json& objectAt(const Json& parent, const std::string& key, const std::string& takes) {
+    const Json& value = parent.at(key);
+    if (!value.is_object()) {
+        throw Error(inQuotes(key) + " takes " + takes + ", not " + shown(value));
+    }
+    return value;
+}
+
+void checkFrame(const Json& preset) {
+    if (!preset.is_object()) {
+        throw Error("it is no preset: it takes an object, not " + shown(preset));
+    }
+    const std::vector<std::string> keys = {versionKey, parametersKey};
+    for (const auto& [key, value] : preset.items()) {
+        if (std::find(keys.begin(), keys.end(), key) == keys.end()) {
+            refuseKey(key, "", keys);
+        }
+    }
+    for (const std::string& key : keys) {
+        if (!preset.contains(key)) {
+            throw Error("it is no preset: the key " + inQuotes(key) + " is missing");
+        }
+    }
+    const Json& version = preset[versionKey];
+    if (version.is_number_unsigned() && version > formatVersion) {
+        throw Error("it has version " + version.dump() + ", and this program reads version 1");
+    }
+    if (version != formatVersion) {
+        throw Error(inQuotes(versionKey) + " takes the version 1, not " + shown(version));
+    }
+}
+
+// The keys of a group's object, or of that of all parameters for an empty name.
+std::vector<std::string> keysOf(const std::string& group,
+                                const std::vector<Parameter>& parameters) {
+    std::vector<std::string> keys;
+    for (const Parameter& parameter : parameters) {
+        if (parameter.kind != Host::ParameterKind::GroupEnd && parameter.group == group) {
+            keys.push_back(parameter.name);
+        }
+    }
+    return keys;
+}
+
+// Reads one value, which `name` stands for in messages.
+void take(const Json& value, const Parameter& parameter, const std::string& name,
+          ParameterValues& values) {
+    const bool isPopup = parameter.kind == Host::ParameterKind::Popup;
+    std::string hint;
+    if (isPopup && value.is_string()) {
+        const auto text = value.get<std::string>();
+        const auto found = std::find(parameter.choices.begin(), parameter.choices.end(), text);
+        if (found != parameter.choices.end()) {
+            values.set(parameter.index, static_cast<double>(found - parameter.choices.begin()) + 1);
+            return;
+        }
+        hint = nearestHint(text, parameter.choices);
+    } else if (value.is_string() && parameter.varies &&
+               Host::Keyframes::areMeant(value.get<std::string>())) {
+        try {
+            values.set(parameter.index,
+                       Host::Keyframes::parse(value.get<std::string>(), parameter));
+            return;
+        } catch (const Host::KeyframesError& error) {
+            throw Error(name + ": " + error.what() + ", at character " +
+                        std::to_string(error.place() + 1) + " of " + shown(value));
+        }
+    } else if (!isPopup && value.is_number() && parameter.accepts(value.get<double>())) {
+        values.set(parameter.index, value.get<double>());
+        return;
+    }
+    throw Error(name + " takes " + parameter.takes() +
+                (parameter.varies ? ", or keyframes as a string" : "") + ", not " + shown(value) +
+                hint);
+}
+
+void takeNamed(const std::string& group, const std::string& key, const Json& value,
+               ParameterValues& values) {
+    for (const Parameter& parameter : values.parameters()) {
+        if (parameter.hasValue() && parameter.group == group && parameter.name == key) {
+            take(value, parameter, (group.empty() ? "" : inQuotes(group) + ", ") + inQuotes(key),
+                 values);
+            return;
+        }
+    }
+    refuseKey(key, group, keysOf(group, values.parameters()));
+}
+
+void takeParameters(const Json& object, ParameterValues& values) {
+    const std::vector<Parameter>& parameters = values.parameters();
+    for (const auto& [key, value] : object.items()) {
+        const bool isGroup = std::any_of(
+            parameters.begin(), parameters.end(), [&key = key](const Parameter& parameter) {
+                return parameter.kind == Host::ParameterKind::GroupStart && parameter.name == key;
+            });
+        if (!isGroup) {
+            takeNamed("", key, value, values);
+            continue;
+        }
+        const std::string takes = "an object with " + listed(keysOf(key, parameters));
+        for (const auto& [member, memberValue] : objectAt(object, key, takes).items()) {
+            takeNamed(key, member, memberValue, values);
+        }
+    }
+}
+
+Json saved(const Parameter& parameter, const ParameterValues& values) {
+    if (const Host::Keyframes* keyframes = values.keyframes(parameter.index)) {
+        return keyframes->text();
+    }
+    const auto constant = values.constant(parameter.index);
+    if (!constant) {
+        throw Error("the value of " + inQuotes(parameter.fullName()) +
+                    " is a function, which a preset cannot keep");
+    }
+    if (parameter.kind == Host::ParameterKind::Popup) {
+        return parameter.valueText(*constant);
+    }
+    return Json::parse(Host::numberText(*constant)); // 30 rather than 30.0
+}
+
+} // namespace
+
+void loadPreset(const std::filesystem::path& file, ParameterValues& values) {
+    const std::string text = readText(file, "the preset", largestFile);
+    try {
+        const Json preset = parse(text);
+        checkFrame(preset);
+        ParameterValues changed = values;
+        takeParameters(objectAt(preset, parametersKey, "an object of the effect's parameters"),
+                       changed);
+        values = std::move(changed);
+    } catch (const Error& error) {
+        throw Error("the preset '" + file.string() + "': " + error.what());
+    }
+}
+
+void savePreset(const std::filesystem::path& file, const ParameterValues& values) {
+    Json parameters = Json::object();
+    for (const Parameter& parameter : values.parameters()) {
+        if (parameter.hasValue()) {
+            Json& place = parameter.group.empty() ? parameters : parameters[parameter.group];
+            place[parameter.name] = saved(parameter, values);
+        }
+    }
+    const Json preset = {{versionKey, formatVersion}, {parametersKey, parameters}};
+    const std::string text = preset.dump(2, ' ', false) + "\n";
+    Host::replaceFile(file, text.data(), text.size());
+}

@@ -1,0 +1,19 @@
+#pragma once
+
+/// Presets: files in JSON that keep the values of an effect's parameters under their published
+/// names, keyframes as they were written.
+
+#include "Host/Library/ParameterValues.h"
+
+#include <filesystem>
+
+/// Puts the file's values over those in `values`; what the file leaves out stays. Throws
+/// Host::Error in one line that names the file, the key and what it takes, and changes nothing
+/// then.
+void loadPreset(const std::filesystem::path& file,
+                Vexorel::PrismDrift::Host::ParameterValues& values);
+
+/// Writes the values of all parameters, in the published order; the file appears whole or not at
+/// all. Throws Host::Error, also where a value is a function without a text.
+void savePreset(const std::filesystem::path& file,
+                const Vexorel::PrismDrift::Host::ParameterValues& values);

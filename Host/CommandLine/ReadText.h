@@ -1,0 +1,12 @@
+#pragma once
+
+/// Small files that the program reads as a whole.
+
+#include <cstddef>
+#include <filesystem>
+#include <string>
+
+/// All of the file, which may be a pipe, or a little more than `limit` bytes of a longer one.
+/// `what` is what the message calls it: "the script". Throws Host::Error.
+std::string readText(const std::filesystem::path& file, const std::string& what,
+                     std::size_t limit = static_cast<std::size_t>(-1));

@@ -1,0 +1,279 @@
+#include "Host/Library/Keyframes.h"
+
+#include "Host/Library/Number.h"
+
+#include <algorithm>
+#include <limits>
+#include <memory>
+#include <utility>
+
+namespace Vexorel::PrismDrift::Host {
+namespace {
+
+constexpr double largestTime = std::numeric_limits<std::int32_t>::max(); // frames or seconds
+
+constexpr std::string_view whiteSpace = " \t\r\n";
+
+std::string_view trimmed(std::string_view text) {
+    const std::size_t start = text.find_first_not_of(whiteSpace);
+    return start == std::string_view::npos
+               ? std::string_view()
+               : text.substr(start, text.find_last_not_of(whiteSpace) - start + 1);
+}
+
+// The text in characters that take one column each.
+std::vector<std::string> columnsOf(std::string_view text) {
+    std::vector<std::string> columns;
+    for (const char byte : text) {
+        const auto code = static_cast<unsigned char>(byte);
+        if ((code & 0xC0U) == 0x80U && !columns.empty()) {
+            columns.back() += byte; // goes on with a character of several bytes
+        } else {
+            columns.emplace_back(1, code < ' ' || code == 0x7FU ? ' ' : byte);
+        }
+    }
+    return columns;
+}
+
+std::string withCaret(std::string_view text, std::size_t place) {
+    constexpr std::size_t before = 40, width = 72;
+    const std::vector<std::string> columns = columnsOf(text);
+    const std::size_t caret = columnsOf(text.substr(0, place)).size();
+    const std::size_t first = columns.size() > width && caret > before ? caret - before : 0;
+    const std::size_t last = std::min(columns.size(), first + width);
+    std::string line = first > 0 ? "  ..." : "  ";
+    const std::size_t indent = line.size() + caret - first;
+    for (std::size_t i = first; i < last; ++i) {
+        line += columns[i];
+    }
+    return line + (last < columns.size() ? "..." : "") + "\n" + std::string(indent, ' ') + "^";
+}
+
+// Digits, with a point among them if `fraction` says so; nothing for anything else.
+std::optional<double> unsignedNumber(std::string_view text, bool fraction) {
+    const bool plain =
+        text.find_first_not_of(fraction ? "0123456789." : "0123456789") == std::string_view::npos;
+    return plain ? parseNumber(text) : std::nullopt;
+}
+
+// "01:02:03.5" counts seconds, "01:02:03:12" frames after the seconds, each field 60 of the next.
+std::optional<KeyTime> clockTime(std::string_view text) {
+    const bool isFraction = text.find('.') != std::string_view::npos;
+    const std::size_t fields = isFraction ? 3 : 4; // at most
+    double seconds = 0.0;
+    for (std::size_t i = 0; i < fields; ++i) {
+        const std::size_t end = text.find(':');
+        const bool isLast = end == std::string_view::npos;
+        const auto number = unsignedNumber(text.substr(0, end), isLast && isFraction);
+        if (!number || *number > largestTime) {
+            return std::nullopt;
+        }
+        if (isLast) {
+            return isFraction ? KeyTime{0, seconds * 60 + *number}
+                              : KeyTime{static_cast<std::int64_t>(*number), seconds};
+        }
+        seconds = seconds * 60 + *number;
+        text.remove_prefix(end + 1);
+    }
+    return std::nullopt;
+}
+
+std::optional<KeyTime> unsignedTime(std::string_view text) {
+    if (text.find(':') != std::string_view::npos) {
+        return clockTime(text);
+    }
+    const bool isSeconds = !text.empty() && text.back() == 's';
+    if (isSeconds) {
+        text.remove_suffix(1);
+    }
+    const auto number = unsignedNumber(text, isSeconds);
+    if (!number || *number > largestTime) {
+        return std::nullopt;
+    }
+    return isSeconds ? KeyTime{0, *number} : KeyTime{static_cast<std::int64_t>(*number), 0.0};
+}
+
+std::optional<KeyTime> keyTime(std::string_view text) {
+    const bool isNegative = !text.empty() && text[0] == '-';
+    if (isNegative || (!text.empty() && text[0] == '+')) {
+        text.remove_prefix(1);
+    }
+    std::optional<KeyTime> time = unsignedTime(text);
+    if (!time || time->seconds > largestTime) {
+        return std::nullopt;
+    }
+    time->fromEnd = isNegative && (time->frames > 0 || time->seconds > 0.0);
+    return time;
+}
+
+bool isSame(const KeyTime& left, const KeyTime& right) {
+    return left.frames == right.frames && left.seconds == right.seconds &&
+           left.fromEnd == right.fromEnd;
+}
+
+// Through `from` at 0 and `to` at 1, along the lines between the points beside each.
+double catmullRom(double before, double from, double to, double after, double t) {
+    const double cubic = -0.5 * before + 1.5 * from - 1.5 * to + 0.5 * after;
+    const double square = before - 2.5 * from + 2.0 * to - 0.5 * after;
+    const double slope = -0.5 * before + 0.5 * to;
+    return ((cubic * t + square) * t + slope) * t + from;
+}
+
+} // namespace
+
+KeyframesError::KeyframesError(const std::string& reason, std::string_view text, std::size_t place)
+    : Error(reason), mShown(withCaret(text, place)), mPlace(place) {}
+
+// Goes through the text key by key.
+class Keyframes::Parser {
+public:
+    Parser(std::string_view text, const Parameter& parameter)
+        : mText(text), mParameter(parameter) {}
+
+    std::vector<Key> keys() {
+        do {
+            skipWhiteSpace();
+            Key next{};
+            readTime(next);
+            next.way = way();
+            next.value = value();
+            mKeys.push_back(next);
+            mPlace += mPlace < mText.size() ? 1 : 0; // the ';'
+        } while (!trimmed(mText.substr(mPlace)).empty());
+        return std::move(mKeys);
+    }
+
+private:
+    [[noreturn]] void refuse(const std::string& reason, std::size_t place) const {
+        throw KeyframesError(reason, mText, place);
+    }
+
+    void skipWhiteSpace() {
+        mPlace = std::min(mText.find_first_not_of(whiteSpace, mPlace), mText.size());
+    }
+
+    void readTime(Key& key) {
+        const std::size_t end =
+            std::min(mText.find_first_not_of("0123456789+-.:s", mPlace), mText.size());
+        key.place = mPlace;
+        key.length = end - mPlace;
+        const std::string_view text = mText.substr(mPlace, key.length);
+        const auto time = keyTime(text);
+        if (!time) {
+            refuse(
+                "a key begins with its time: a frame (25), a clock time (00:00:01.000) or seconds "
+                "(1.5s), after '-' from the end, 2147483647 at most",
+                mPlace);
+        }
+        const bool isTaken = std::any_of(mKeys.begin(), mKeys.end(), [&](const Key& other) {
+            return isSame(other.time, *time);
+        });
+        if (isTaken) {
+            refuse("two keys have the time '" + std::string(text) + "'", mPlace);
+        }
+        key.time = *time;
+        mPlace = end;
+        skipWhiteSpace();
+    }
+
+    Way way() {
+        const std::string_view rest = mText.substr(mPlace);
+        const bool isMarked = rest.substr(0, 2) == "|=" || rest.substr(0, 2) == "~=";
+        if (!isMarked && rest.substr(0, 1) != "=") {
+            refuse("keyframes need '=', '|=' or '~=' between time and value", mPlace);
+        }
+        mPlace += isMarked ? 2 : 1;
+        return !isMarked ? Way::Straight : rest[0] == '|' ? Way::Hold : Way::Smooth;
+    }
+
+    double value() {
+        skipWhiteSpace();
+        const std::size_t end = std::min(mText.find(';', mPlace), mText.size());
+        const std::string_view text = trimmed(mText.substr(mPlace, end - mPlace));
+        const auto number = parseNumber(text);
+        if (!number || !mParameter.accepts(*number)) {
+            refuse("a key takes " + mParameter.takes() +
+                       (text.empty() ? ", which is missing" : ", not '" + std::string(text) + "'"),
+                   mPlace);
+        }
+        mPlace = end;
+        return *number;
+    }
+
+    std::string_view mText;
+    const Parameter& mParameter;
+    std::size_t mPlace = 0;
+    std::vector<Key> mKeys;
+};
+
+Keyframes Keyframes::parse(std::string_view text, const Parameter& parameter) {
+    Keyframes keyframes;
+    keyframes.mText = trimmed(text);
+    keyframes.mKeys = Parser(keyframes.mText, parameter).keys();
+    return keyframes;
+}
+
+std::int64_t Keyframes::frameOf(const Key& key, const ClipTiming& timing) const {
+    const KeyTime& time = key.time;
+    const std::int64_t frames =
+        time.frames + (time.seconds > 0.0 ? timing.frameAt(time.seconds) : 0);
+    if (!time.fromEnd) {
+        return frames;
+    }
+    const auto count = timing.frameCount();
+    if (!count) {
+        throw Error("the key at '" + written(key) +
+                    "' counts from the end, which is not known of a pipe: count from the start");
+    }
+    if (frames > *count) {
+        throw Error("the key at '" + written(key) +
+                    "' lies before the start of the clip, which has " + std::to_string(*count) +
+                    (*count == 1 ? " frame" : " frames"));
+    }
+    return *count - frames;
+}
+
+double Keyframes::at(const std::vector<Point>& points, double frame) {
+    const auto after =
+        std::upper_bound(points.begin(), points.end(), frame, [](double now, const Point& point) {
+            return now < static_cast<double>(point.frame);
+        });
+    if (after == points.begin()) {
+        return points.front().value;
+    }
+    const auto before = after - 1;
+    if (after == points.end() || before->way == Way::Hold) {
+        return before->value;
+    }
+    const double t = (frame - static_cast<double>(before->frame)) /
+                     static_cast<double>(after->frame - before->frame);
+    if (before->way == Way::Straight) {
+        return before->value + (after->value - before->value) * t;
+    }
+    const auto first = before == points.begin() ? before : before - 1;
+    const auto last = after + 1 == points.end() ? after : after + 1;
+    return catmullRom(first->value, before->value, after->value, last->value, t);
+}
+
+ValueSource Keyframes::resolved(const ClipTiming& timing) const {
+    std::vector<std::pair<std::int64_t, const Key*>> order;
+    for (const Key& key : mKeys) {
+        order.emplace_back(frameOf(key, timing), &key);
+    }
+    std::sort(order.begin(), order.end());
+    std::vector<Point> points;
+    for (const auto& [frame, key] : order) {
+        if (!points.empty() && points.back().frame == frame) {
+            throw Error("the keys at '" + written(*order[points.size() - 1].second) + "' and '" +
+                        written(*key) + "' are both at frame " + std::to_string(frame));
+        }
+        points.push_back({frame, key->way, key->value});
+    }
+    // Shared, so that copies of the source are cheap.
+    auto shared = std::make_shared<const std::vector<Point>>(std::move(points));
+    return [shared = std::move(shared)](const FrameTime& time) {
+        return at(*shared, static_cast<double>(time.value) / time.step);
+    };
+}
+
+} // namespace Vexorel::PrismDrift::Host

@@ -1,0 +1,309 @@
+// Sequences, video and pipes through the program, judged with the ffmpeg programs.
+
+#include "Host/Media/Picture.h"
+#include "Tests/Host/ProgramTest.h"
+
+#include <algorithm>
+#include <regex>
+
+using namespace Vexorel::PrismDrift::Host;
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::MatchesRegex;
+using testing::Not;
+using testing::StartsWith;
+
+namespace {
+
+class ClipCommandTest : public ProgramTest {
+protected:
+    static constexpr const char* source = "ffmpeg -v error -nostdin -y -f lavfi -i testsrc2=";
+
+    void makeSequence(int first, int count) const {
+        output(std::string(source) + "s=48x32 -frames:v " + std::to_string(count) +
+               " -start_number " + std::to_string(first) + " in.%04d.png");
+    }
+
+    // The picture's bytes of a clip or a sequence, frame by frame.
+    std::string frames(const std::string& input) const {
+        return output("ffmpeg -v error -nostdin -i " + input +
+                      " -map 0:v -vsync passthrough -f framemd5 -pix_fmt rgba - | grep -v '^#' | "
+                      "awk '{print $NF}'");
+    }
+};
+
+TEST_F(ClipCommandTest, ASequenceKeepsItsNumbersAndSaysWhatIsMissing) {
+    makeSequence(8, 5);
+    EXPECT_EQ(output("$PROGRAM $FAKE in.####.png 'out.%03d.png'; ls out.*"),
+              "out.008.png\nout.009.png\nout.010.png\nout.011.png\nout.012.png\n");
+    EXPECT_EQ(output("rm out.*; $PROGRAM $FAKE in.%04d.png out.%d.png --frames 9-12x2; ls out.*"),
+              "out.11.png\nout.9.png\n");
+    output("rm out.* in.0010.png");
+    struct Case {
+        const char* options;
+        int status;
+        const char* error;
+        const char* files;
+    };
+    const Case cases[] = {
+        {"", 1, "'in.0010.png' is missing; --missing skip leaves", ""},
+        {"--frames 11-12", 0, "", "11 12 "},
+        {"--frames 8-13", 1, "'in.0010.png' is missing", ""},
+        {"--frames 11-13", 1, "'in.0013.png' is missing: the sequence has the frames 8 to 12", ""},
+        {"--frames 7", 1, "'in.0007.png' is missing: the sequence has the frames 8 to 12", ""},
+        {"--missing skip", 0, "", "08 09 11 12 "},
+        {"--missing hold", 0, "", "08 09 10 11 12 "},
+    };
+    for (const Case& row : cases) {
+        const Result result = run(std::string("$PROGRAM $FAKE in.%04d.png o.%02d.png ") +
+                                  row.options + " && for f in o.*; do printf '%s ' ${f:2:2}; done");
+        EXPECT_EQ(result.status, row.status) << row.options;
+        EXPECT_THAT(result.errors, HasSubstr(row.error)) << row.options;
+        EXPECT_EQ(result.output, row.files) << row.options;
+        EXPECT_TRUE(row.status == 0 || run("ls o.*").status != 0) << row.options;
+        run("cp o.10.png held.png; cp o.09.png before.png; rm o.*");
+    }
+    EXPECT_EQ(contents(path("held.png")), contents(path("before.png")));
+}
+
+TEST_F(ClipCommandTest, PartsOfARunGiveTheSameBytes) {
+    output(std::string(source) + "s=48x32:r=10 -frames:v 6 -pix_fmt yuv420p -c:v libx264 in.mp4");
+    const std::string look = " --shift-distance 7.5 --shift-angle 30";
+    output("$PROGRAM in.mp4 whole.%d.png" + look);
+    output("for part in 0-1 2-4x2 3,5; do $PROGRAM in.mp4 part.%d.png --frames $part" + look +
+           " || exit; done");
+    output("for i in 0 1 2 3 4 5; do cmp whole.$i.png part.$i.png || exit; done; "
+           "! cmp -s whole.0.png whole.2.png");
+    EXPECT_THAT(run("$PROGRAM in.mp4 more.%d.png --frames 5-7").errors,
+                HasSubstr("cannot read 'in.mp4': there is no frame 7, it has the frames 0 to 5"));
+    // A frame of a clip is what the program makes of it as a picture.
+    output("ffmpeg -v error -nostdin -i in.mp4 -c:v qtrle -pix_fmt rgb24 in.mov");
+    output("ffmpeg -v error -nostdin -i in.mov still.%d.png");
+    output("$PROGRAM in.mov out.mov" + look);
+    output("for i in 1 2 3 4 5 6; do $PROGRAM still.$i.png still.$i.png" + look + "; done");
+    EXPECT_EQ(frames("out.mov"), frames("still.%d.png"));
+}
+
+TEST_F(ClipCommandTest, EverythingElseInTheFileIsHandedOn) {
+    std::ofstream(path("s.srt")) << "1\n00:00:00,200 --> 00:00:00,700\nOne\n";
+    std::ofstream(path("m.txt")) << ";FFMETADATA1\ntitle=A title\nownkey=kept\n[CHAPTER]\n"
+                                    "TIMEBASE=1/1000\nSTART=0\nEND=400\ntitle=First\n";
+    output(std::string(source) +
+           "s=48x32:r=25 -f lavfi -i sine -i s.srt -i m.txt -map 0 -map 1 -map 2 -map_metadata 3 "
+           "-t 1 -vf \"select='not(eq(mod(n,5),2))',setsar=4/3\" -vsync vfr -pix_fmt yuv420p "
+           "-c:v libx264 -color_primaries bt709 -color_trc bt709 -colorspace bt709 -c:a aac "
+           "-metadata:s:a language=deu -c:s srt in.mkv");
+    output("ffmpeg -v error -nostdin -i in.mkv -map 0 -c copy -c:s mov_text "
+           "-movflags use_metadata_tags in.mp4");
+    const std::string probe =
+        "ffprobe -v error -show_chapters -show_entries "
+        "packet=stream_index,pts_time,duration_time,size,data_hash:stream=sample_aspect_ratio,"
+        "color_space,color_range,color_primaries:stream_tags=language,title:"
+        "format_tags=title,ownkey -show_data_hash md5 -of compact ";
+    for (const char* kind : {"mkv", "mp4"}) {
+        const std::string name = std::string(".") + kind;
+        output("$PROGRAM in" + name + " out" + name + " --shift-distance 3");
+        // Of the picture's packets, the times alone are compared.
+        const auto told = [&](const std::string& file) {
+            return output(probe + file + " | sed '/stream_index=0/s/|duration_time=.*//' | sort");
+        };
+        EXPECT_EQ(told("in" + name), told("out" + name));
+        EXPECT_THAT(told("out" + name),
+                    AllOf(HasSubstr("stream_index=1|"), HasSubstr("stream_index=2|"),
+                          HasSubstr("First"), HasSubstr("=kept\n")));
+    }
+    EXPECT_THAT(run("$PROGRAM in.mkv cut.mp4 --frames 3-9").errors,
+                HasSubstr("warning: of chosen frames only the picture is written, without sound"));
+    EXPECT_THAT(output("ffprobe -v error -show_entries stream=codec_type,start_time,nb_frames -of "
+                       "csv=p=0 cut.mp4"),
+                "video,0.000000,7\n");
+    EXPECT_THAT(run("$PROGRAM in.mkv out.mp4").errors,
+                HasSubstr("stream 2, subtitles (subrip), is left out: .mp4 has no place for it"));
+}
+
+TEST_F(ClipCommandTest, PipesCarryWhatFilesCarry) {
+    output(std::string(source) + "s=48x32:r=10 -frames:v 5 -c:v qtrle -pix_fmt argb in.mov");
+    output("$PROGRAM in.mov file.mov --shift-distance 5");
+    const std::string expected = frames("file.mov");
+    const std::string raw = "-f rawvideo -video_size 48x32 -framerate 10 -pixel_format ";
+    const std::pair<std::string, std::string> pipes[] = {
+        {"-f rawvideo -pix_fmt bgra - | $PROGRAM --input-format rawvideo --video-size 48x32 "
+         "--pixel-format bgra --framerate 10 - - --output-format rawvideo",
+         raw + "bgra -i"},
+        {"-c:v ffv1 -f nut - | $PROGRAM - - --output-format rawvideo --output-pixel-format rgba",
+         raw + "rgba -i"},
+        {"-c:v png -f image2pipe - | $PROGRAM --framerate 10 - - --output-format png",
+         "-f png_pipe -i"},
+        {"-c:v ffv1 -f nut - | $PROGRAM - - --output-format matroska", "-i"},
+        {"-c:v ffv1 -f nut - | $PROGRAM - - --output-format mov --codec qtrle", "-i"},
+    };
+    for (const auto& [pipe, reader] : pipes) {
+        output("ffmpeg -v error -nostdin -i in.mov " + pipe + " --shift-distance 5 >out");
+        EXPECT_EQ(output("ffmpeg -v error -nostdin " + reader +
+                         " out -f framemd5 -pix_fmt rgba - | grep -v '^#' | awk '{print $NF}'"),
+                  expected)
+            << pipe;
+    }
+    // The frames of yuv4mpegpipe are in YUV, as near as that allows.
+    output("ffmpeg -v error -nostdin -i in.mov -pix_fmt yuv444p -f yuv4mpegpipe - | "
+           "$PROGRAM - - --output-format yuv4mpegpipe >out.y4m");
+    EXPECT_THAT(output("head -1 out.y4m"), StartsWith("YUV4MPEG2 W48 H32 F10:1 Ip"));
+    const std::string likeness =
+        run("ffmpeg -nostdin -i in.mov -i out.y4m -lavfi '[0]format=yuv444p[a];[a][1]psnr' "
+            "-f null - 2>&1 | grep -o 'min:[0-9inf]*'")
+            .output;
+    ASSERT_THAT(likeness, StartsWith("min:"));
+    EXPECT_TRUE(likeness.substr(4) == "inf\n" || std::stoi(likeness.substr(4)) > 38) << likeness;
+}
+
+TEST_F(ClipCommandTest, WhatIsBrokenEndsInOneErrorAndWithoutAFile) {
+    output(std::string(source) +
+           "s=160x120 -f lavfi -i sine -t 2 -pix_fmt yuv420p -c:v libx264 -c:a aac in.mp4");
+    output("ffmpeg -v error -nostdin -i in.mp4 -c copy in.mkv; "
+           "ffmpeg -v error -nostdin -i in.mp4 -c:v ffv1 -level 3 -slicecrc 1 -an crc.mkv");
+    output("cp in.mp4 hit.mp4; printf '%0200d' 0 | dd of=hit.mp4 bs=1 seek=20000 conv=notrunc "
+           "status=none");
+    output("printf '%0200d' 0 | dd of=crc.mkv bs=1 seek=90000 conv=notrunc status=none");
+    output("head -c 20000 in.mkv >cut.mkv; head -c 20000 in.mp4 >cut.mp4; : >empty.mp4");
+    output("printf '#EXTM3U\\n#EXTINF:1,\\nin.mp4\\n' >list.m3u8; "
+           "printf 'ffconcat version 1.0\\nfile in.mp4\\n' >list.txt; mkdir out.mov");
+    const std::size_t before = files().size();
+    struct Case {
+        const char* command;
+        const char* error;
+    };
+    const Case cases[] = {
+        {"hit.mp4 out.mkv", "cannot read 'hit.mp4': frame [0-9]+: "},
+        {"crc.mkv out.mkv", "cannot read 'crc.mkv': frame [0-9]+: it is damaged"},
+        {"cut.mkv out.mkv", "cannot read 'cut.mkv': frame [0-9]+: .*(cut off|damaged)"},
+        {"cut.mp4 out.mkv", "cannot read 'cut.mp4': it is no picture or video of a known format"},
+        {"empty.mp4 out.mkv", "cannot read 'empty.mp4': the file is empty"},
+        {"list.m3u8 out.mkv", "cannot read 'list.m3u8': it is no picture"},
+        {"list.txt out.mkv", "cannot read 'list.txt': it is no picture"},
+        {"http://localhost/a.mp4 out.mkv", "cannot read 'http://localhost/a.mp4': No such file"},
+        {"in.mp4 out.mov", "cannot write 'out.mov': it is a directory"},
+        {"in.mp4 none/out.mkv", "cannot write 'none/out.mkv': the folder '.*none': No such file"},
+        {"in.mp4 none/out.%d.png", "cannot write 'none/out.*': the folder '.*none': No such file"},
+        {"in.mp4 out.png", "cannot write 'out.png': it holds one picture, and the input has more"},
+        {"in.mp4 - --output-format nut >/dev/full",
+         "cannot write to standard output: No space left"},
+        {"in.mp4 - --output-format png >/dev/full",
+         "cannot write to standard output: No space left"},
+        {"in.mp4 - --output-format rawvideo >&-", "cannot write to standard output: Bad file"},
+        {"- out.mkv", "cannot read standard input: "},
+    };
+    for (const Case& row : cases) {
+        const Result result = run(std::string("$PROGRAM $FAKE --quiet ") + row.command);
+        EXPECT_EQ(result.status, 1) << row.command;
+        EXPECT_TRUE(std::regex_search(result.errors,
+                                      std::regex(std::string("^prismdrift: error: ") + row.error)))
+            << row.command << "\n"
+            << result.errors;
+        EXPECT_EQ(std::count(result.errors.begin(), result.errors.end(), '\n'), 1) << row.command;
+        EXPECT_EQ(files().size(), before) << row.command;
+    }
+    // A reader that goes away, and a file that may not grow.
+    EXPECT_EQ(run("$PROGRAM $FAKE --quiet in.mp4 - --output-format rawvideo | head -c 100 >one; "
+                  "echo ${PIPESTATUS[0]}")
+                  .output,
+              "1\n");
+    const Result full =
+        run("trap '' XFSZ; ulimit -f 20; $PROGRAM $FAKE in.mp4 big.mkv --codec ffv1");
+    EXPECT_EQ(full.status, 1);
+    EXPECT_EQ(full.errors, "prismdrift: error: cannot write 'big.mkv': File too large\n");
+    EXPECT_EQ(files().size(), before + 1);
+}
+
+TEST_F(ClipCommandTest, AnInterruptedRunEndsWithWhatIsDone) {
+    output(std::string(source) + "s=320x240 -frames:v 2000 -pix_fmt yuv420p -c:v libx264 -preset "
+                                 "ultrafast in.mp4");
+    const auto interrupted = [&](const std::string& signal, const std::string& out) {
+        return run("set -m; $PROGRAM in.mp4 " + out +
+                   " --progress kv 2>log & child=$!; "
+                   "until grep -q progress=continue log; do sleep 0.05; done; "
+                   "kill -" +
+                   signal + " $child; wait $child; echo $?; tail -1 log; rm log");
+    };
+    for (const auto& [signal, status] : {std::pair("INT", "130"), {"TERM", "143"}}) {
+        const Result result = interrupted(signal, "out.mp4");
+        std::smatch found;
+        const std::regex expected(std::string(status) +
+                                  "\nprismdrift: interrupted after ([0-9]+) frames, which are "
+                                  "written\n");
+        ASSERT_TRUE(std::regex_match(result.output, found, expected)) << result.output;
+        EXPECT_EQ(output("ffprobe -v error -count_frames -show_entries stream=nb_read_frames -of "
+                         "csv=p=0 out.mp4"),
+                  found[1].str() + "\n");
+        EXPECT_THAT(files(), ElementsAre("in.mp4", "out.mp4"));
+        output("rm out.mp4");
+    }
+    interrupted("KILL", "out.mp4");
+    EXPECT_THAT(files(), ElementsAre("in.mp4"));
+    interrupted("INT", "out.%04d.png");
+    EXPECT_GT(files().size(), 1);
+    output("for f in out.*; do ffmpeg -v error -xerror -nostdin -i $f -f null - || exit; done");
+    // Waiting for a pipe that nothing comes from.
+    EXPECT_EQ(run("(ffmpeg -v quiet -nostdin -i in.mp4 -f yuv4mpegpipe - | head -c 500000; "
+                  "sleep 30) | { set -m; $PROGRAM - pipe.mp4 & sleep 2; kill -INT $!; wait $!; "
+                  "echo $?; pkill -P $$ sleep; }")
+                  .output,
+              "130\n");
+    EXPECT_GT(std::stoi(output("ffprobe -v error -count_frames -show_entries "
+                               "stream=nb_read_frames -of csv=p=0 pipe.mp4")),
+              0);
+}
+
+TEST_F(ClipCommandTest, ProgressSuitsWhoeverLooks) {
+    makeSequence(1, 30);
+    const std::string command = "$PROGRAM $FAKE in.%04d.png out.mkv";
+    EXPECT_EQ(run(command).errors, ""); // it is over before a line is due
+    EXPECT_EQ(run(command + " --quiet --progress kv").errors, "");
+    const std::regex blocks("(frame=[0-9]+\nfps=[0-9.]+\nout_time_us=[0-9]+\nout_time_ms=[0-9]+\n"
+                            "out_time=00:00:0[0-9.]+\ndup_frames=0\ndrop_frames=0\n"
+                            "speed=[0-9.e+]+x\nprogress=(continue|end)\n)+");
+    const std::string told = run(command + " --progress kv").errors;
+    EXPECT_TRUE(std::regex_match(told, blocks)) << told;
+    EXPECT_THAT(told, AllOf(HasSubstr("frame=30\n"), HasSubstr("out_time_us=1200000\n"),
+                            HasSubstr("out_time=00:00:01.200000\n"), HasSubstr("progress=end\n")));
+    makeSequence(1, 300);
+    const std::string terminal = output("script -qec '" +
+                                        std::string("$PROGRAM in.%04d.png "
+                                                    "out.mkv") +
+                                        "' /dev/null");
+    EXPECT_TRUE(std::regex_search(
+        terminal,
+        std::regex("\r\\[#+\\.*\\] +[0-9]+%  [0-9]+/300  [0-9.]+ frames/s  [0-9:]+ left")))
+        << terminal;
+    EXPECT_THAT(terminal, HasSubstr("] 100%  300/300  "));
+}
+
+TEST_F(ClipCommandTest, MistakesAreToldBeforeAnyWork) {
+    makeSequence(1, 2);
+    const std::pair<const char*, const char*> cases[] = {
+        {"--frames 5-3 in.%04d.png o.mkv", "--frames takes numbers and ranges"},
+        {"--missing maybe in.%04d.png o.mkv", "--missing takes skip or hold, not 'maybe'"},
+        {"--framerate fast in.%04d.png o.mkv", "--framerate: 'fast' is no frame rate"},
+        {"--quality 101 in.%04d.png o.mp4", "--quality takes a number from 0 to 100, not '101'"},
+        {"--progress loud in.%04d.png o.mkv", "--progress takes bar, lines, kv or none"},
+        {"in.%04d.png o.mkv --codec mpeg1",
+         "cannot write 'o.mkv': .mkv takes the codecs h264, hevc, vp9, ffv1, png, prores, not"},
+        {"in.%04d.png o.%d.mkv", "a video is one file"},
+        {"in.%04d.png o.%d.png --codec png", "--codec is for video, not for pictures"},
+        {"in.%04d.png o.mov --codec qtrle --quality 3", "qtrle has no --quality to choose"},
+        {"in.%04d.png o.mp4 --codec h264 --output-pixel-format rgb24",
+         "'rgb24' is no pixel format of h264, which takes yuv420p"},
+        {"in.%04d.png -", "to standard output: it needs an --output-format"},
+        {"in.%04d.png o.mkv --output-format flv", "there is no output format 'flv'"},
+        {"in.%04d.%d.png o.mkv", "'in.%04d.%d.png' is no pattern"},
+        {"in.%04d.png o%.png", "'o%.png' is no pattern"},
+    };
+    for (const auto& [arguments, error] : cases) {
+        const Result result = run(std::string("$PROGRAM $FAKE ") + arguments);
+        EXPECT_EQ(result.status, 2) << arguments;
+        EXPECT_THAT(result.errors, AllOf(StartsWith("prismdrift: error: "), HasSubstr(error)));
+        EXPECT_EQ(files().size(), 2) << arguments;
+    }
+}
+
+} // namespace

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "Tests/Host/ScratchFolder.h"
+
+#include <fstream>
+#include <gmock/gmock.h>
+#include <sstream>
+#include <sys/wait.h>
+
+/// What a command gave back.
+struct Result {
+    int status;
+    std::string output, errors;
+};
+
+/// The program as its users meet it: run by a shell in a folder of the test's own. In the commands,
+/// $PROGRAM is the program that was built, and $FAKE the option that loads the plug-in of the tests
+/// instead of the real one.
+class ProgramTest : public testing::Test {
+protected:
+    std::filesystem::path path(const std::string& name) const { return mScratch.path() / name; }
+
+    static std::string contents(const std::filesystem::path& file) {
+        std::ostringstream text;
+        text << std::ifstream(file, std::ios::binary).rdbuf();
+        return text.str();
+    }
+
+    Result run(const std::string& command) const {
+        const std::string whole =
+            "export PROGRAM='" PRISMDRIFT_PROGRAM "' FAKE='--plugin " FAKE_EFFECT_FILE "'; cd '" +
+            mScratch.path().string() + "' && { " + command + "\n} >.out 2>.err </dev/null";
+        std::ofstream(path(".command")) << whole;
+        const int status = std::system(("bash '" + path(".command").string() + "'").c_str());
+        Result result{WEXITSTATUS(status), contents(path(".out")), contents(path(".err"))};
+        for (const char* own : {".out", ".err", ".command"}) {
+            std::filesystem::remove(path(own));
+        }
+        return result;
+    }
+
+    /// The same for a command that a test needs done.
+    std::string output(const std::string& command) const {
+        const Result result = run(command);
+        EXPECT_EQ(result.status, 0) << command << "\n" << result.errors;
+        return result.output;
+    }
+
+    /// The names in the folder, in order.
+    std::vector<std::string> files() const {
+        std::vector<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator(mScratch.path())) {
+            names.push_back(entry.path().filename().string());
+        }
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+
+private:
+    ScratchFolder mScratch;
+};
