@@ -15,7 +15,15 @@ install(TARGETS PrismDrift LIBRARY DESTINATION lib/prismdrift)
 install(FILES Completions/prismdrift.bash
         DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions"
         RENAME prismdrift)
-install(FILES Completions/_prismdrift DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions")
+# zsh looks in two places, one for the system's packages and one for everything else.
+install(
+  CODE "
+  set(folder site-functions)
+  if(CMAKE_INSTALL_PREFIX MATCHES \"/usr/?$\")
+    set(folder vendor-completions)
+  endif()
+  file(INSTALL \"${CMAKE_CURRENT_SOURCE_DIR}/Completions/_prismdrift\"
+       DESTINATION \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_DATADIR}/zsh/\${folder}\")")
 install(FILES Completions/prismdrift.fish
         DESTINATION "${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d")
 
