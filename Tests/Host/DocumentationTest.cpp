@@ -1,0 +1,65 @@
+// The commands of the documentation, run as they stand there, and their output compared with what
+// stands beneath them.
+
+#include "Tests/Host/ProgramTest.h"
+
+namespace {
+
+struct Example {
+    std::string commands;
+    std::string output; // what the page shows, empty where it shows nothing
+};
+
+// The blocks "sh" of a page, each with the block "text" that follows it, if one does.
+std::vector<Example> examplesOf(const std::string& page) {
+    std::ifstream file(page);
+    std::vector<Example> examples;
+    std::string* block = nullptr;
+    bool mayFollow = false;
+    for (std::string line; std::getline(file, line);) {
+        if (line.rfind("```", 0) == 0) {
+            if (block == nullptr && line == "```sh") {
+                examples.emplace_back();
+                block = &examples.back().commands;
+            } else if (block == nullptr && line == "```text" && mayFollow) {
+                block = &examples.back().output;
+            } else if (block != nullptr) {
+                mayFollow = block == &examples.back().commands;
+                block = nullptr;
+            }
+        } else if (block != nullptr) {
+            *block += line + "\n";
+        } else if (!line.empty()) {
+            mayFollow = false;
+        }
+    }
+    return examples;
+}
+
+class DocumentationTest : public ProgramTest, public testing::WithParamInterface<const char*> {};
+
+TEST_P(DocumentationTest, ItsCommandsDoWhatItSays) {
+    const std::vector<Example> examples =
+        examplesOf(PRISMDRIFT_ROOT "/Documentation/" + std::string(GetParam()));
+    ASSERT_FALSE(examples.empty());
+    output("cp '" PRISMDRIFT_ROOT "/Documentation/pictures/sample.png' photo.png\n"
+           "mkdir Presets && cp '" PRISMDRIFT_ROOT "'/Presets/*.json Presets\n"
+           "ffmpeg -v error -nostdin -f lavfi -i testsrc2=s=320x180:r=25 -f lavfi -i sine -t 0.8 "
+           "-pix_fmt yuv420p -c:v libx264 -c:a aac clip.mp4\n"
+           "ffmpeg -v error -nostdin -f lavfi -i testsrc2=s=160x90:r=24 -frames:v 6 -start_number "
+           "101 shot.%04d.png");
+    for (const Example& example : examples) {
+        const std::size_t before = files().size();
+        const Result result =
+            run("export PATH=\"${PROGRAM%/*}:$PATH\"; set -e -o pipefail\n" + example.commands);
+        EXPECT_EQ(result.status, 0) << example.commands << result.errors;
+        EXPECT_TRUE(example.output.empty() || result.output == example.output)
+            << example.commands << result.output;
+        EXPECT_TRUE(files().size() > before || !result.output.empty()) << example.commands;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Pages, DocumentationTest, testing::Values("command-line.md"),
+                         [](const auto&) { return "CommandLine"; });
+
+} // namespace
