@@ -11,10 +11,10 @@ _prismdrift() {
   fi
 
   local both='--channel-order --shift-angle --shift-distance --channel-scale
-    --channel-lightness --preset --save-preset --frames --missing --framerate --input-format
+    --channel-lightness --preset --frames --missing --framerate --input-format
     --video-size --pixel-format --downsample --plugin --help -h --progress --quiet --verbose'
-  local render="$both --codec --quality --output-format --output-pixel-format --list-parameters
-    --about --script --version"
+  local render="$both --save-preset --codec --quality --output-format --output-pixel-format
+    --list-parameters --about --script --version"
   local sheet="$both --vary --columns --cell-width"
 
   local words=
