@@ -56,6 +56,14 @@ std::string wrapped(const std::string& text) {
     return result + text.substr(start);
 }
 
+// CLI11 ends a group with a blank line and begins the next with one.
+std::string singleSpaced(std::string text) {
+    for (std::size_t at = 0; (at = text.find("\n\n\n", at)) != std::string::npos;) {
+        text.erase(at, 1);
+    }
+    return text;
+}
+
 // CLI11's parser over our options, and what it found.
 class Parser {
 public:
@@ -134,7 +142,7 @@ public:
         return found;
     }
 
-    std::string help() const { return mApp.help(); }
+    std::string help() const { return singleSpaced(mApp.help()); }
 
 private:
     void addPositionals() {

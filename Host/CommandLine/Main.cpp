@@ -11,6 +11,7 @@
 #include "Host/CommandLine/SheetArguments.h"
 #include "Host/CommandLine/StandardOutput.h"
 #include "Host/CommandLine/Usage.h"
+#include "Host/CommandLine/VersionText.h"
 #include "Host/Library/Effect.h"
 #include "Host/Library/Error.h"
 #include "Host/Media/Clip.h"
@@ -59,12 +60,7 @@ std::string information(const EarlyArguments& early, const SubCommand* subComman
                         subCommand) +
                (effect ? "" : "\nThe effect's own options are missing: " + missing + "\n");
     }
-    std::string text = "prismdrift " PRISMDRIFT_VERSION "\n";
-    if (!effect) {
-        return text + "no effect: " + missing + "\n";
-    }
-    const std::string about = effect->about();
-    return text + "effect: " + about.substr(0, about.find('\n')) + "\n";
+    return versionText(effect.get(), missing);
 }
 
 // What makes no sense whatever the files hold is wrong usage.

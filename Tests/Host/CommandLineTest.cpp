@@ -213,4 +213,32 @@ TEST_F(CommandLineTest, TheRealEffectPublishesDrawsAndSaysWhyItCannot) {
     }
 }
 
+TEST_F(CommandLineTest, TellsWhatItRunsOn) {
+    const char* lines = "prismdrift [0-9.]+\n%s\nFFmpeg libraries: libavformat [0-9.]+, libavcodec "
+                        "[0-9.]+, libswscale [0-9.]+, libavutil [0-9.]+, under the .*\n%s\n";
+    const auto matches = [&](const char* effect, const char* driver) {
+        std::string pattern = lines;
+        pattern.replace(pattern.find("%s"), 2, effect);
+        pattern.replace(pattern.find("%s"), 2, driver);
+        return testing::MatchesRegex(pattern);
+    };
+    EXPECT_THAT(run("$PROGRAM $FAKE --version").output,
+                matches("effect: Fake v2", "OpenGL: [0-9.]+.*, on .+, by .+"));
+    EXPECT_THAT(run("export __EGL_VENDOR_LIBRARY_FILENAMES=/dev/null; "
+                    "$PROGRAM --plugin none.so --version")
+                    .output,
+                matches("no effect: .*'none.so'.*", "no OpenGL: no EGL driver was found"));
+}
+
+TEST_F(CommandLineTest, HelpFitsATerminal) {
+    for (const char* command : {"$PROGRAM --help", "$PROGRAM $FAKE --help"}) {
+        const std::string help = run(command).output;
+        EXPECT_THAT(help, Not(HasSubstr("\n\n\n")));
+        std::istringstream lines(help);
+        for (std::string line; std::getline(lines, line);) {
+            EXPECT_LE(line.size(), 80U) << line;
+        }
+    }
+}
+
 } // namespace

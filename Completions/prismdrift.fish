@@ -1,0 +1,48 @@
+# Completion of prismdrift's command line for fish.
+
+function __prismdrift_sheet --description 'Whether a contact sheet is asked for'
+    set -l words (commandline -opc)
+    test (count $words) -gt 1 -a "$words[2]" = sheet
+end
+
+complete -c prismdrift -n 'test (count (commandline -opc)) -eq 1' -a sheet -d 'Make a contact sheet'
+
+# The effect
+complete -c prismdrift -l channel-order -x -a 'RGB RBG GRB GBR BRG BGR' -d 'Which channel goes where'
+complete -c prismdrift -l shift-angle -x -d 'Degrees; 0 is to the right, 90 is down'
+complete -c prismdrift -l shift-distance -x -d 'Pixels, -1000 to 1000'
+complete -c prismdrift -l channel-scale -x -d 'R,G,B in percent, 0 to 200'
+complete -c prismdrift -l channel-lightness -x -d 'R,G,B, -100 to 100'
+complete -c prismdrift -l preset -x -a '(__fish_complete_suffix .json)' -d 'Take the values in a preset'
+complete -c prismdrift -n 'not __prismdrift_sheet' -l save-preset -r -F -d 'Keep all values in a preset'
+
+# Input
+complete -c prismdrift -l frames -x -d 'Only these, such as 10-99 or 1-100x2,200'
+complete -c prismdrift -l missing -x -a 'skip hold' -d 'For what a sequence lacks'
+complete -c prismdrift -l framerate -x -a '24 25 30 50 60 24000/1001 30000/1001 60000/1001' -d 'Frames a second'
+complete -c prismdrift -l input-format -x -a 'rawvideo yuv4mpegpipe nut matroska mov image2pipe png_pipe' -d "By ffmpeg's name"
+complete -c prismdrift -l video-size -x -a '1280x720 1920x1080 2048x1080 3840x2160 4096x2160' -d 'Of raw input'
+complete -c prismdrift -l pixel-format -x -a 'rgba argb bgra rgb24 bgr24 gray yuv420p yuv422p yuv444p yuva420p yuva444p' -d 'Of raw input'
+
+# Output
+complete -c prismdrift -n 'not __prismdrift_sheet' -l codec -x -a 'h264 hevc prores qtrle png vp9 ffv1' -d 'Of the written video'
+complete -c prismdrift -n 'not __prismdrift_sheet' -l quality -x -d '0 to 100, more is better and larger'
+complete -c prismdrift -n 'not __prismdrift_sheet' -l output-format -x -a 'mp4 mov matroska webm nut rawvideo yuv4mpegpipe png jpg tif webp bmp tga ppm pam sgi qoi' -d 'For pipes and names without an ending'
+complete -c prismdrift -n 'not __prismdrift_sheet' -l output-pixel-format -x -a 'rgba argb bgra rgb24 bgr24 gray yuv420p yuv422p yuv444p yuva420p yuva444p' -d 'Of the written video'
+
+# A contact sheet
+complete -c prismdrift -n __prismdrift_sheet -l vary -x -a 'channel-order= shift-angle= shift-distance= channel-scale= channel-lightness=' -d 'OPTION=VALUE,VALUE,…'
+complete -c prismdrift -n __prismdrift_sheet -l columns -x -d 'Cells side by side'
+complete -c prismdrift -n __prismdrift_sheet -l cell-width -x -d 'Pixels'
+
+# Rendering and information
+complete -c prismdrift -l downsample -x -d 'Distances are divided by N'
+complete -c prismdrift -l plugin -r -F -d 'The plug-in to load'
+complete -c prismdrift -n 'not __prismdrift_sheet' -l list-parameters -d 'What the effect publishes'
+complete -c prismdrift -n 'not __prismdrift_sheet' -l about -d 'What the effect says about itself'
+complete -c prismdrift -n 'not __prismdrift_sheet' -l script -r -F -d 'Run a script and print its value'
+complete -c prismdrift -n 'not __prismdrift_sheet' -l version -d 'What runs here'
+complete -c prismdrift -l progress -x -a 'bar lines kv none' -d 'How to tell how far it is'
+complete -c prismdrift -l quiet -d 'Errors only'
+complete -c prismdrift -l verbose -d 'What the plug-in prints, too'
+complete -c prismdrift -s h -l help -d 'Print the help'
