@@ -37,8 +37,8 @@ private:
 
 constexpr const char* ownUsage =
     "prismdrift [options] INPUT OUTPUT\n"
-    "       prismdrift sheet [options] INPUT OUTPUT   compares settings in one picture;\n"
-    "                                                 'prismdrift sheet --help' tells more";
+    "       prismdrift sheet [options] INPUT OUTPUT\n"
+    "                            compares settings in one picture, see sheet --help";
 
 // Breaks the text into lines that stand beside the options on a terminal of 80 columns.
 std::string wrapped(const std::string& text) {

@@ -128,11 +128,18 @@ Keyframes parseKeyframes(const Parameter& parameter, std::string_view text,
     }
 }
 
+std::string_view withoutBlanks(std::string_view text) {
+    const std::size_t first = std::min(text.find_first_not_of(' '), text.size());
+    text.remove_prefix(first);
+    return text.substr(0, text.find_last_not_of(' ') + 1);
+}
+
+// The members' values, without the blanks around them.
 std::vector<std::string_view> split(std::string_view text) {
     std::vector<std::string_view> parts;
     for (std::size_t start = 0;;) {
         const std::size_t end = text.find(',', start);
-        parts.push_back(text.substr(start, end - start));
+        parts.push_back(withoutBlanks(text.substr(start, end - start)));
         if (end == std::string_view::npos) {
             return parts;
         }

@@ -152,12 +152,14 @@ std::string containerEndings() {
 const VideoCodec& chooseCodec(const Container& container, const std::string& wanted,
                               AVCodecID ownCodec, bool alpha) {
     if (!wanted.empty() && !has(container, wanted.c_str())) {
-        std::string known;
+        std::string takes = ".";
+        takes += container.ending;
+        takes += " takes the codecs ";
         for (const char* name : container.codecs) {
-            known += (known.empty() ? "" : ", ") + std::string(name);
+            takes += name;
+            takes += ", ";
         }
-        throw Error("." + std::string(container.ending) + " takes the codecs " + known + ", not '" +
-                    wanted + "'");
+        throw Error(takes + "not '" + wanted + "'");
     }
     std::string name = !wanted.empty() ? wanted
                        : alpha         ? container.alphaCodec

@@ -93,7 +93,7 @@ TEST_F(CommandLineTest, ValuesReachTheEffect) {
         {"--shift-angle -30", 400 - 30},
         {"--shift-angle -.5 --shift-distance=+.5", 400},
         {"--shift-distance -1e2 --downsample 4", 400 - 25},
-        {"--channel-scale 1,2,3 --channel-lightness 5", 100 + 6 + 15},
+        {"--channel-scale '1, 2 ,3' --channel-lightness 5", 100 + 6 + 15},
         {"--channel-lightness -1,-2,-3 --channel-lightness -4,5,6", 400 + 7},
     };
     for (const auto& [options, sum] : cases) {

@@ -10,7 +10,8 @@ struct Example {
     std::string output; // what the page shows, empty where it shows nothing
 };
 
-// The blocks "sh" of a page, each with the block "text" that follows it, if one does.
+// The blocks "sh" of a page (those called "bash" are for other machines), each with the block
+// "text" that follows it, if one does.
 std::vector<Example> examplesOf(const std::string& page) {
     std::ifstream file(page);
     std::vector<Example> examples;
@@ -39,8 +40,7 @@ std::vector<Example> examplesOf(const std::string& page) {
 class DocumentationTest : public ProgramTest, public testing::WithParamInterface<const char*> {};
 
 TEST_P(DocumentationTest, ItsCommandsDoWhatItSays) {
-    const std::vector<Example> examples =
-        examplesOf(PRISMDRIFT_ROOT "/Documentation/" + std::string(GetParam()));
+    const std::vector<Example> examples = examplesOf(PRISMDRIFT_ROOT "/" + std::string(GetParam()));
     ASSERT_FALSE(examples.empty());
     output("cp '" PRISMDRIFT_ROOT "/Documentation/pictures/sample.png' photo.png\n"
            "mkdir Presets && cp '" PRISMDRIFT_ROOT "'/Presets/*.json Presets\n"
@@ -59,7 +59,13 @@ TEST_P(DocumentationTest, ItsCommandsDoWhatItSays) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Pages, DocumentationTest, testing::Values("command-line.md"),
-                         [](const auto&) { return "CommandLine"; });
+INSTANTIATE_TEST_SUITE_P(Pages, DocumentationTest,
+                         testing::Values("README.md", "Documentation/command-line.md",
+                                         "Documentation/keyframes.md"),
+                         [](const auto& page) {
+                             std::string name = std::filesystem::path(page.param).stem().string();
+                             name.erase(std::remove(name.begin(), name.end(), '-'), name.end());
+                             return name;
+                         });
 
 } // namespace
