@@ -106,7 +106,7 @@ int render(Host::Effect& effect, const Arguments& arguments, const StandardOutpu
     const auto writer = Host::openClipWriter(output, arguments.input, *reader);
     const int signal =
         renderClip({effect, values, arguments.downsample, *reader, *writer, progress});
-    progress.finish();
+    progress.finish(signal == 0);
     if (signal != 0 && !arguments.quiet) {
         sayInterrupted(progress.frames());
     }

@@ -66,7 +66,10 @@ void Progress::frameDone(double clipTime) {
     }
 }
 
-void Progress::finish() {
+void Progress::finish(bool complete) {
+    if (complete) {
+        mTotal = mFrames; // whatever was expected
+    }
     const bool shown = mHasBar || mStyle == ProgressStyle::KeyValue;
     if (shown && !std::exchange(mIsFinished, true)) {
         show(true);

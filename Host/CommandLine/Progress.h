@@ -27,8 +27,8 @@ public:
     /// One more frame is done; it is shown for so many seconds of the clip until `clipTime`.
     void frameDone(double clipTime);
 
-    /// The last word; whatever was shown stands complete.
-    void finish();
+    /// The last word; `complete` says that no frame is left.
+    void finish(bool complete);
 
     /// One line, once for each text. From any thread.
     void warn(const std::string& text);
@@ -46,7 +46,7 @@ private:
 
     const ProgressStyle mStyle;
     const bool mShowWarnings;
-    const std::optional<std::int64_t> mTotal;
+    std::optional<std::int64_t> mTotal;
     const Clock::time_point mStart = Clock::now();
     Clock::time_point mShown = mStart;
     std::int64_t mFrames = 0;

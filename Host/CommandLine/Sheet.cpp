@@ -229,7 +229,7 @@ void makeSheet(Host::Effect& effect, const std::vector<ParameterOption>& options
         progress.frameDone(0);
     }
     const std::string warning = Host::writePicture(common.output.file, sheet);
-    progress.finish();
+    progress.finish(true);
     if (!warning.empty()) {
         progress.warn(warning);
     }
