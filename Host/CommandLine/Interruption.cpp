@@ -15,6 +15,11 @@ volatile std::sig_atomic_t received = 0;
 std::array<int, 2> ends = {-1, -1}; // of the pipe from the handler to the watching thread
 
 void handle(int signal) {
+    if (received != 0) { // the second, which need not be the same
+        std::signal(signal, SIG_DFL);
+        raise(signal);
+        return;
+    }
     const int before = errno;
     received = signal;
     const char byte = 1;
@@ -51,7 +56,7 @@ Interruption::Interruption(std::function<void()> told) : mTold(std::move(told)) 
             mTold();
         }
     });
-    install(&handle, static_cast<int>(SA_RESETHAND) | SA_RESTART);
+    install(&handle, SA_RESTART | SA_NODEFER);
 }
 
 Interruption::~Interruption() {

@@ -30,7 +30,7 @@ public:
     /// The last word; `complete` says that no frame is left.
     void finish(bool complete);
 
-    /// One line, once for each text. From any thread.
+    /// One line. From any thread.
     void warn(const std::string& text);
 
     std::int64_t frames() const { return mFrames; }

@@ -136,25 +136,26 @@ double endOf(const Host::ClipFrame& frame, const Host::Ratio& unit) {
     return static_cast<double>(frame.time + frame.duration) * unit.numerator / unit.denominator;
 }
 
-void warnOfDepth(const ClipRendering& rendering, const Host::Picture& picture) {
+// True if there was something to warn of.
+bool warnOfDepth(const ClipRendering& rendering, const Host::Picture& picture) {
     constexpr int kept = 8;
     const int depth = Host::depthOf(picture);
     if (depth > kept) {
         rendering.progress.warn("the input has " + std::to_string(depth) +
                                 " bits a channel; 8 are kept");
     }
+    return depth > kept;
 }
 
 // Draws what comes until it ends or the queue behind it is closed.
 void drawFrames(const ClipRendering& rendering, Queue& read, Queue& drawn) {
     const Host::Ratio unit = rendering.reader.properties().timeBase;
+    bool hasWarned = false;
     while (auto item = read.pop()) {
         const std::size_t weight = weightOf(*item);
         double time = 0;
         if (auto* frame = std::get_if<Host::ClipFrame>(&*item)) {
-            if (rendering.progress.frames() == 0) {
-                warnOfDepth(rendering, frame->picture);
-            }
+            hasWarned = hasWarned || warnOfDepth(rendering, frame->picture);
             drawFrame(rendering, *frame);
             time = endOf(*frame, unit);
         }

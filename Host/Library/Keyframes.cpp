@@ -262,12 +262,19 @@ ValueSource Keyframes::resolved(const ClipTiming& timing) const {
     }
     std::sort(order.begin(), order.end());
     std::vector<Point> points;
+    const Key* previous = nullptr;
     for (const auto& [frame, key] : order) {
-        if (!points.empty() && points.back().frame == frame) {
-            throw Error("the keys at '" + written(*order[points.size() - 1].second) + "' and '" +
-                        written(*key) + "' are both at frame " + std::to_string(frame));
+        if (previous != nullptr && points.back().frame == frame) {
+            // In a picture the start is the end, and a look made for clips may be tried on it: the
+            // later in the text stands.
+            if (previous->time.fromEnd == key->time.fromEnd || timing.frameCount() != 1) {
+                throw Error("the keys at '" + written(*previous) + "' and '" + written(*key) +
+                            "' are both at frame " + std::to_string(frame));
+            }
+            points.pop_back();
         }
         points.push_back({frame, key->way, key->value});
+        previous = key;
     }
     // Shared, so that copies of the source are cheap.
     auto shared = std::make_shared<const std::vector<Point>>(std::move(points));

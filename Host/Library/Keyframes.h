@@ -68,7 +68,8 @@ public:
     /// The value at each frame of a clip: before the first key that of the first, after the last
     /// that of the last. A smooth way is a Catmull-Rom curve, which may leave the parameter's
     /// range. Throws Error where a time counts from an unknown end or back beyond the clip's start,
-    /// and where two keys come onto one frame.
+    /// and where two keys come onto one frame; in a clip of one frame, of a key
+    /// from the start and one from the end that do, the later in the text stands.
     ValueSource resolved(const ClipTiming& timing) const;
 
 private:

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <utility>
 
 extern "C" {
@@ -25,11 +26,22 @@ void setFrameRate(ClipProperties& properties, const ClipInput& input) {
 // Pictures in files say themselves what raw pixels don't.
 void refuseRawOptions(const ClipInput& input) {
     for (const auto& [option, text] : {std::pair("--video-size", &input.videoSize),
-                                       std::pair("--pixel-format", &input.pixelFormat)}) {
+                                       std::pair("--pixel-format", &input.pixelFormat),
+                                       std::pair("--input-format", &input.format)}) {
         if (!text->empty()) {
-            throw Error("cannot read '" + input.file.string() + "': a picture takes no " + option);
+            throw Error("cannot read '" + input.file.string() + "': a picture in a file takes no " +
+                        option);
         }
     }
+}
+
+Picture copyOf(const Picture& picture) {
+    World world(picture.world.width(), picture.world.height());
+    for (int y = 0; y < world.height(); ++y) {
+        std::memcpy(world.row(y), picture.world.row(y),
+                    static_cast<std::size_t>(world.width()) * world.pixelBytes());
+    }
+    return {std::move(world), picture.colorProfile, picture.source};
 }
 
 // One picture in a file.
@@ -89,7 +101,7 @@ public:
         const std::int64_t number = *mNext;
         mNext = chosenAfter(number);
         const std::int64_t index = number - mThere.front();
-        return ClipFrame{readPicture(mPattern.file(heldFor(number))), index, number, index, 1};
+        return ClipFrame{pictureFor(heldFor(number)), index, number, index, 1};
     }
 
     std::optional<std::int64_t> frameCount() override { return mThere.back() - mThere.front() + 1; }
@@ -102,6 +114,19 @@ public:
 private:
     bool isThere(std::int64_t number) const {
         return std::binary_search(mThere.begin(), mThere.end(), number);
+    }
+
+    // A picture that stands for the next number too is kept: its file may have been written to by
+    // then.
+    Picture pictureFor(std::int64_t held) {
+        Picture picture =
+            mKept && mKeptNumber == held ? std::move(*mKept) : readPicture(mPattern.file(held));
+        mKept.reset();
+        if (mInput.missing == Missing::Hold && mNext && heldFor(*mNext) == held) {
+            mKept = copyOf(picture);
+            mKeptNumber = held;
+        }
+        return picture;
     }
 
     // The number whose picture stands for this one.
@@ -154,6 +179,8 @@ private:
     std::vector<std::int64_t> mThere;
     ClipProperties mProperties;
     std::optional<std::int64_t> mNext;
+    std::optional<Picture> mKept;
+    std::int64_t mKeptNumber = 0;
 };
 
 } // namespace
@@ -177,6 +204,11 @@ std::unique_ptr<ClipReader> openClip(const ClipInput& input) {
     if (auto pattern = isFile ? std::nullopt : SequencePattern::of(input.file)) {
         refuseRawOptions(input);
         return std::make_unique<SequenceReader>(input, std::move(*pattern));
+    }
+    if (input.missing != Missing::Refuse) {
+        throw Error("cannot read '" + input.file.string() +
+                    "': --missing is for sequences, whose "
+                    "name holds a number's place such as %04d");
     }
     if (input.file != "-" && input.format.empty() && isStillPicture(input.file)) {
         refuseRawOptions(input);

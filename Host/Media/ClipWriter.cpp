@@ -99,7 +99,8 @@ void checkVideoOptions(const ClipOutput& output, const Target& target) {
 // One picture in a file. It waits until it is known that there is but one.
 class StillWriter : public ClipWriter {
 public:
-    explicit StillWriter(const ClipOutput& output) : mOutput(output) {}
+    StillWriter(const ClipOutput& output, std::string ending)
+        : mOutput(output), mEnding(std::move(ending)) {}
 
     void write(ClipItem&& item) override {
         if (!std::holds_alternative<ClipFrame>(item)) {
@@ -116,7 +117,7 @@ public:
 
     void finish() override {
         if (mPicture) {
-            const std::string warning = writePicture(mOutput.file, *mPicture);
+            const std::string warning = writePicture(mOutput.file, *mPicture, mEnding);
             if (!warning.empty()) {
                 mOutput.warn(warning);
             }
@@ -125,21 +126,23 @@ public:
 
 private:
     ClipOutput mOutput;
+    std::string mEnding;
     std::optional<Picture> mPicture;
 };
 
 // A picture in a file for each frame.
 class SequenceWriter : public ClipWriter {
 public:
-    SequenceWriter(const ClipOutput& output, SequencePattern pattern)
-        : mOutput(output), mPattern(std::move(pattern)) {}
+    SequenceWriter(const ClipOutput& output, SequencePattern pattern, std::string ending)
+        : mOutput(output), mPattern(std::move(pattern)), mEnding(std::move(ending)) {}
 
     void write(ClipItem&& item) override {
         const auto* frame = std::get_if<ClipFrame>(&item);
         if (frame == nullptr) {
             return;
         }
-        const std::string warning = writePicture(mPattern.file(frame->number), frame->picture);
+        const std::string warning =
+            writePicture(mPattern.file(frame->number), frame->picture, mEnding);
         if (!warning.empty() && !std::exchange(mHasWarned, true)) {
             mOutput.warn(warning + ", and so on");
         }
@@ -150,6 +153,7 @@ public:
 private:
     ClipOutput mOutput;
     SequencePattern mPattern;
+    std::string mEnding;
     bool mHasWarned = false;
 };
 
@@ -214,9 +218,9 @@ std::unique_ptr<ClipWriter> openClipWriter(const ClipOutput& output, const ClipI
     }
     checkReplaceable(target.pattern ? target.pattern->file(0) : output.file);
     if (target.pattern) {
-        return std::make_unique<SequenceWriter>(output, *target.pattern);
+        return std::make_unique<SequenceWriter>(output, *target.pattern, target.ending);
     }
-    return std::make_unique<StillWriter>(output);
+    return std::make_unique<StillWriter>(output, target.ending);
 }
 
 } // namespace Vexorel::PrismDrift::Host

@@ -40,7 +40,9 @@ void checkPictureSize(const std::filesystem::path& file, int width, int height);
 /// Writes the picture in the format of the name's ending, JPEG at high quality and the others
 /// without loss; the file appears whole or not at all. Gives a warning, in one line, where
 /// something of the picture got lost, else an empty text. Throws Error.
-std::string writePicture(const std::filesystem::path& file, const Picture& picture);
+/// `ending` says the format in its stead, without the point.
+std::string writePicture(const std::filesystem::path& file, const Picture& picture,
+                         const std::string& ending = "");
 
 /// The same by the ending alone, "png" for one. `encodedPicture` gives the bytes of a file and
 /// throws Error.

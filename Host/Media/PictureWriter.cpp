@@ -198,8 +198,8 @@ void checkPictureSize(const fs::path& file, int width, int height) {
     }
 }
 
-std::string writePicture(const fs::path& file, const Picture& picture) {
-    const Format& format = formatOf(file);
+std::string writePicture(const fs::path& file, const Picture& picture, const std::string& ending) {
+    const Format& format = formatOf(ending.empty() ? file : fs::path("." + ending + "." + ending));
     const bool alpha = hasAlpha(picture.world);
     FFmpegPtr<AVPacket> packet;
     try {

@@ -43,7 +43,12 @@ const std::vector<VideoCodec>& codecs() {
          13},
         {"prores",
          "prores_ks",
-         {AV_PIX_FMT_YUV444P10LE, AV_PIX_FMT_YUVA444P10LE, AV_PIX_FMT_YUV422P10LE}},
+         {AV_PIX_FMT_YUV444P10LE, AV_PIX_FMT_YUVA444P10LE, AV_PIX_FMT_YUV422P10LE},
+         "",
+         nullptr,
+         0,
+         0,
+         false},
         {"qtrle", "qtrle", {AV_PIX_FMT_RGB24, AV_PIX_FMT_ARGB}},
         {"png", "png", {AV_PIX_FMT_RGB24, AV_PIX_FMT_RGBA}, "pred=paeth:compression_level=1"},
         {"ffv1",
@@ -65,8 +70,8 @@ const std::vector<Container>& containers() {
         {"matroska", "mkv", {"h264", "hevc", "vp9", "ffv1", "png", "prores"}, "ffv1"},
         {"webm", "webm", {"vp9"}, "vp9"},
         {"yuv4mpegpipe", "y4m", {"y4m"}, "y4m", false},
-        {"rawvideo", "raw", {"rawvideo"}, "rawvideo", false},
-        {"nut", "nut", {"rawvideo", "ffv1"}, "rawvideo", false},
+        {"rawvideo", "raw", {"rawvideo"}, "rawvideo", false, false},
+        {"nut", "nut", {"rawvideo", "ffv1"}, "rawvideo", false, false},
     };
     return all;
 }

@@ -20,6 +20,7 @@ struct VideoCodec {
     const char* options = "";            ///< as "key=value:key=value"
     const char* qualityOption = nullptr; ///< null for a codec that has no quality to choose
     double worst = 0, best = 0;          ///< its values at qualities 0 and 100
+    bool saysRange = true;               ///< or is read as of the limited one
 };
 
 struct Container {
@@ -28,6 +29,7 @@ struct Container {
     std::vector<const char*> codecs; ///< the first is the default
     const char* alphaCodec;          ///< for a clip with alpha
     bool saysColours = true;         ///< has a place for the matrix of YUV
+    bool saysRange = true;           ///< and for its range
 };
 
 /// The container for an ending or a format's name, null for none.

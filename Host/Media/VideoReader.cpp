@@ -59,6 +59,17 @@ std::optional<std::int64_t> chosenBelow(const FrameNumbers& frames, std::int64_t
     return chosen;
 }
 
+// Formats that may begin in the middle of a stream, with what can't be decoded until the first
+// whole picture.
+bool mayBeginAnywhere(const AVInputFormat& format) {
+    for (const char* name : {"mpegts", "mpeg", "h264", "hevc", "mpegvideo", "m4v"}) {
+        if (std::string_view(format.name) == name) {
+            return true;
+        }
+    }
+    return false;
+}
+
 bool isPlainFile(const std::filesystem::path& file) {
     struct stat status = {};
     return file != "-" && stat(file.c_str(), &status) == 0 && S_ISREG(status.st_mode);
@@ -79,7 +90,12 @@ VideoReader::VideoReader(const ClipInput& input) : mInput(input) {
 
 void VideoReader::openStream() {
     AVFormatContext& context = mDemuxer->context();
+    const FFmpegMessages fresh;
     mDemuxer->check(avformat_find_stream_info(&context, nullptr));
+    // It may have read as far as where a short file is damaged.
+    if (!mayBeginAnywhere(*context.iformat)) {
+        mEarlyMessage = FFmpegMessages::firstMessage();
+    }
     mProperties.videoStream = av_find_best_stream(&context, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
     if (mProperties.videoStream < 0) {
         throw Error("there is no picture in it");
@@ -103,6 +119,12 @@ void VideoReader::openDecoder() {
     mDecoder->pkt_timebase = stream().time_base;
     mDecoder->max_pixels = largestPixelCount();
     mDecoder->thread_count = 0; // as many as there are processors
+    for (const AVCodecID picture : {AV_CODEC_ID_PNG, AV_CODEC_ID_APNG, AV_CODEC_ID_MJPEG,
+                                    AV_CODEC_ID_GIF, AV_CODEC_ID_WEBP, AV_CODEC_ID_BMP}) {
+        if (decoder->id == picture) {
+            mDecoder->err_recognition = AV_EF_EXPLODE | AV_EF_CRCCHECK;
+        }
+    }
     if (decoder->id == AV_CODEC_ID_FFV1) {
         mDecoder->thread_type = FF_THREAD_SLICE; // what it says of a checksum comes on this thread
     }
@@ -151,6 +173,9 @@ std::optional<ClipItem> VideoReader::readItem() {
             return item;
         }
         if (mAtEnd) {
+            if (!mEndError.empty()) {
+                throw Error(mEndError);
+            }
             if (last) {
                 mIsRefusedHere = true;
                 throw Error("there is no frame " + std::to_string(*last) +
@@ -158,18 +183,16 @@ std::optional<ClipItem> VideoReader::readItem() {
             }
             return std::nullopt;
         }
+        const FFmpegMessages fresh;
         const int read = av_read_frame(&mDemuxer->context(), mPacket.get());
         if (read == AVERROR_EOF) {
-            // Some formats take a file that was cut off for one that has ended.
-            const std::string reason = FFmpegMessages::firstMessage();
-            if (reason.find("prematurely") != std::string::npos) {
-                throw Error("the file is cut off (" + reason + ")");
-            }
+            mEndError = endError(); // told once what was read before is decoded
             mAtEnd = true;
             sendToDecoder(nullptr);
             continue;
         }
         mDemuxer->check(read);
+        mPlace = avio_tell(mDemuxer->context().pb);
         if (mPacket->stream_index == mProperties.videoStream) {
             sendToDecoder(mPacket.get());
             av_packet_unref(mPacket.get());
@@ -181,10 +204,31 @@ std::optional<ClipItem> VideoReader::readItem() {
     }
 }
 
+// Some formats take a file that was cut off or is damaged for one that has ended.
+std::string VideoReader::endError() const {
+    const AVFormatContext& context = mDemuxer->context();
+    const std::string& own = FFmpegMessages::firstMessage();
+    const std::string& reason = own.empty() ? mEarlyMessage : own;
+    if (!reason.empty()) {
+        return "the file is cut off or damaged (" + reason + ")";
+    }
+    if (context.pb != nullptr && context.pb->error < 0) {
+        return FFmpegMessages::reason(context.pb->error);
+    }
+    if (std::string_view(context.iformat->name) == "yuv4mpegpipe" &&
+        avio_tell(context.pb) > mPlace) {
+        return "it is cut off";
+    }
+    return {};
+}
+
+bool VideoReader::isBeginning() const {
+    return mIndex == 0 && mayBeginAnywhere(*mDemuxer->context().iformat);
+}
+
 void VideoReader::sendToDecoder(const AVPacket* packet) {
     const int sent = avcodec_send_packet(mDecoder.get(), packet);
-    // What begins in the middle of a broadcast can't be decoded until the first whole picture.
-    if (sent == AVERROR_INVALIDDATA && mIndex == 0 && packet != nullptr) {
+    if (sent == AVERROR_INVALIDDATA && isBeginning() && packet != nullptr) {
         return;
     }
     mDemuxer->check(sent);
@@ -195,12 +239,12 @@ std::optional<ClipItem> VideoReader::takeDecoded() {
     for (;;) {
         const int received = avcodec_receive_frame(mDecoder.get(), mFrame.get());
         if (received == AVERROR(EAGAIN) || received == AVERROR_EOF) {
-            if (received == AVERROR_EOF && mIndex == 0) {
+            if (received == AVERROR_EOF && mIndex == 0 && mEndError.empty()) {
                 throw Error("there is no picture in it that can be decoded");
             }
             return std::nullopt;
         }
-        if (received == AVERROR_INVALIDDATA && mIndex == 0) {
+        if (received == AVERROR_INVALIDDATA && isBeginning()) {
             continue;
         }
         mDemuxer->check(received);
@@ -243,6 +287,8 @@ void VideoReader::stamp(ClipFrame& frame) {
 }
 
 Picture VideoReader::picture() {
+    mFrame->sample_aspect_ratio =
+        av_guess_sample_aspect_ratio(&mDemuxer->context(), &stream(), mFrame.get());
     World world(mFrame->width, mFrame->height);
     mConverter.toWorld(*mFrame, world);
     const Orientation own = mOrientation.upright() ? orientationOf(*mFrame) : mOrientation;
@@ -303,8 +349,10 @@ void VideoReader::scan() {
         }
         auto packet = owned(av_packet_alloc());
         int read = 0;
+        bool begun = !mayBeginAnywhere(*context.iformat);
         while ((read = av_read_frame(&context, packet.get())) >= 0) {
-            if (packet->stream_index == mProperties.videoStream &&
+            begun = begun || (packet->flags & AV_PKT_FLAG_KEY) != 0;
+            if (packet->stream_index == mProperties.videoStream && begun &&
                 (packet->flags & AV_PKT_FLAG_DISCARD) == 0) {
                 mTimes.push_back(packet->pts);
             }

@@ -29,6 +29,8 @@ private:
     void describe();
     std::optional<ClipItem> readItem();
     std::optional<ClipItem> takeDecoded();
+    std::string endError() const;
+    bool isBeginning() const;
     void sendToDecoder(const AVPacket* packet);
     std::optional<ClipItem> frameItem();
     void stamp(ClipFrame& frame);
@@ -50,7 +52,10 @@ private:
     std::int64_t mStart = 0; // of the file's times, in the stream's unit
     std::int64_t mIndex = 0; // of the next frame
     std::int64_t mEndOfLast = 0;
-    bool mAtEnd = false; // of the packets
+    std::int64_t mPlace = 0;   // in the file, behind the last packet
+    std::string mEarlyMessage; // what FFmpeg complained of when it looked into the file
+    std::string mEndError;     // why its end isn't one, empty for none
+    bool mAtEnd = false;       // of the packets
     bool mIsRefusedHere = false;
 
     bool mIsScanned = false;

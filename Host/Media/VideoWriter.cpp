@@ -5,10 +5,12 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cmath>
 #include <cstring>
 #include <string_view>
 #include <system_error>
 #include <unistd.h>
+#include <utility>
 
 extern "C" {
 #include <libavutil/pixdesc.h>
@@ -17,33 +19,8 @@ extern "C" {
 namespace Vexorel::PrismDrift::Host {
 namespace {
 
-AVRational rational(const Ratio& ratio) {
-    return {ratio.numerator, ratio.denominator};
-}
-
 std::string sizeText(int width, int height) {
     return std::to_string(width) + "x" + std::to_string(height);
-}
-
-// What a container says of itself and what its encoder was, which the new one says anew.
-bool isOwnBusiness(const char* key) {
-    const std::string_view name = key;
-    for (const char* own : {"major_brand", "minor_version", "compatible_brands", "encoder",
-                            "ENCODER", "DURATION", "alpha_mode", "vendor_id"}) {
-        if (name == own) {
-            return true;
-        }
-    }
-    return false;
-}
-
-void copyMetadata(AVDictionary** to, const AVDictionary* from) {
-    const AVDictionaryEntry* entry = nullptr;
-    while ((entry = av_dict_get(from, "", entry, AV_DICT_IGNORE_SUFFIX)) != nullptr) {
-        if (!isOwnBusiness(entry->key)) {
-            av_dict_set(to, entry->key, entry->value, AV_DICT_DONT_OVERWRITE);
-        }
-    }
 }
 
 // Whether the MOV family has a place of its own for all of these; it drops others unless told to
@@ -60,21 +37,6 @@ bool hasOwnPlaces(const AVDictionary* metadata) {
         }
     }
     return true;
-}
-
-const char* kindOf(const AVStream& stream) {
-    switch (stream.codecpar->codec_type) {
-    case AVMEDIA_TYPE_AUDIO:
-        return "sound";
-    case AVMEDIA_TYPE_SUBTITLE:
-        return "subtitles";
-    case AVMEDIA_TYPE_VIDEO:
-        return "video";
-    case AVMEDIA_TYPE_ATTACHMENT:
-        return "attachment";
-    default:
-        return "data";
-    }
 }
 
 } // namespace
@@ -127,12 +89,25 @@ struct VideoWriter::Descriptor {
 VideoWriter::VideoWriter(const ClipOutput& output, const Container& container,
                          const ClipReader& reader, bool partial)
     : mOutput(output), mContainer(container), mSource(reader.properties()), mPartial(partial) {
+    if (mSource.container != nullptr) { // which its reader goes on changing, on another thread
+        for (unsigned i = 0; i < mSource.container->nb_streams; ++i) {
+            mUnits.push_back(mSource.container->streams[i]->time_base);
+        }
+        mOwnCodec = mSource.container->streams[mSource.videoStream]->codecpar->codec_id;
+        if (mSource.container->start_time != AV_NOPTS_VALUE) {
+            mStart = mSource.container->start_time;
+        }
+    }
     if (output.file != "-") {
         mFile = std::make_unique<NewFile>(output.file);
     }
     const int descriptor = mFile ? mFile->descriptor() : output.standardOutput;
     mDescriptor = std::make_unique<Descriptor>(descriptor, mFile != nullptr);
     openMuxer();
+    if (mSource.container != nullptr) {
+        copyTheRest();
+        mSource.container = nullptr;
+    }
 }
 
 VideoWriter::~VideoWriter() = default;
@@ -146,97 +121,6 @@ void VideoWriter::openMuxer() {
     mStream = avformat_new_stream(mMuxer.get(), nullptr);
     if (mStream == nullptr) {
         throw std::bad_alloc();
-    }
-    if (mSource.container != nullptr) {
-        copyMetadata(&mMuxer->metadata, mSource.container->metadata);
-        const AVStream& from = *mSource.container->streams[mSource.videoStream];
-        copyMetadata(&mStream->metadata, from.metadata);
-        mStream->disposition = from.disposition;
-        addCopiedStreams();
-    }
-}
-
-void VideoWriter::addCopiedStreams() {
-    std::string left;
-    for (unsigned i = 0; i < mSource.container->nb_streams; ++i) {
-        const AVStream& from = *mSource.container->streams[i];
-        const bool isOurs = static_cast<int>(i) == mSource.videoStream;
-        // A data stream, a time code for one, comes back from the metadata or means nothing here.
-        if (isOurs || from.codecpar->codec_type == AVMEDIA_TYPE_DATA) {
-            continue;
-        }
-        if (!mPartial) {
-            addCopiedStream(from);
-        } else if (left.find(kindOf(from)) == std::string::npos) {
-            left += (left.empty() ? "" : ", ") + std::string(kindOf(from));
-        }
-    }
-    if (!left.empty()) {
-        warn("of chosen frames only the picture is written, without " + left);
-    }
-    if (!mPartial) {
-        copyChapters();
-    }
-}
-
-void VideoWriter::addCopiedStream(const AVStream& from) {
-    const AVCodecID codec = from.codecpar->codec_id;
-    const AVMediaType type = from.codecpar->codec_type;
-    const bool isSecondVideo =
-        type == AVMEDIA_TYPE_VIDEO && (from.disposition & AV_DISPOSITION_ATTACHED_PIC) == 0;
-    const bool hasPlace =
-        type == AVMEDIA_TYPE_ATTACHMENT
-            ? std::string_view(mContainer.name) == "matroska"
-            : avformat_query_codec(mMuxer->oformat, codec, FF_COMPLIANCE_NORMAL) == 1;
-    if (isSecondVideo || !hasPlace) {
-        const std::string reason =
-            isSecondVideo ? "one video is written"
-                          : "." + std::string(mContainer.ending) + " has no place for it";
-        warn("stream " + std::to_string(from.index) + ", " + kindOf(from) + " (" +
-             avcodec_get_name(codec) + "), is left out: " + reason);
-        return;
-    }
-    AVStream* to = avformat_new_stream(mMuxer.get(), nullptr);
-    if (to == nullptr) {
-        throw std::bad_alloc();
-    }
-    check(avcodec_parameters_copy(to->codecpar, from.codecpar));
-    to->codecpar->codec_tag = 0;
-    to->time_base = from.time_base;
-    to->disposition = from.disposition;
-    to->duration = from.duration;
-    copyMetadata(&to->metadata, from.metadata);
-    for (int i = 0; i < from.nb_side_data; ++i) {
-        const AVPacketSideData& data = from.side_data[i];
-        std::uint8_t* copy = av_stream_new_side_data(to, data.type, data.size);
-        if (copy != nullptr) {
-            std::memcpy(copy, data.data, data.size);
-        }
-    }
-    mStreams[from.index] = to->index;
-}
-
-void VideoWriter::copyChapters() {
-    const AVFormatContext& from = *mSource.container;
-    if (from.nb_chapters == 0) {
-        return;
-    }
-    mMuxer->chapters = static_cast<AVChapter**>(av_calloc(from.nb_chapters, sizeof(void*)));
-    for (unsigned i = 0; mMuxer->chapters != nullptr && i < from.nb_chapters; ++i) {
-        auto* chapter = static_cast<AVChapter*>(av_mallocz(sizeof(AVChapter)));
-        if (chapter == nullptr) {
-            throw std::bad_alloc();
-        }
-        *chapter = *from.chapters[i];
-        const std::int64_t start =
-            from.start_time == AV_NOPTS_VALUE
-                ? 0
-                : av_rescale_q(from.start_time, microseconds, chapter->time_base);
-        chapter->start -= start;
-        chapter->end -= start;
-        chapter->metadata = nullptr;
-        copyMetadata(&chapter->metadata, from.chapters[i]->metadata);
-        mMuxer->chapters[mMuxer->nb_chapters++] = chapter;
     }
 }
 
@@ -259,6 +143,12 @@ void VideoWriter::write(ClipItem&& item) {
 
 void VideoWriter::open(const ClipFrame& first) {
     openEncoder(first);
+    if (mPartial) {
+        advanceTimecode(mMuxer->metadata, first.index);
+        for (unsigned i = 0; i < mMuxer->nb_streams; ++i) {
+            advanceTimecode(mMuxer->streams[i]->metadata, first.index);
+        }
+    }
     writeHeader();
     mOffset = mPartial ? first.time : 0;
     for (const ClipPacket& packet : mWaiting) {
@@ -310,12 +200,13 @@ void VideoWriter::openEncoder(const ClipFrame& first) {
     none->format = AV_PIX_FMT_RGBA;
     const AVFrame& source = first.picture.source ? *first.picture.source : *none;
     const auto sourceFormat = static_cast<AVPixelFormat>(source.format);
-    const AVCodecID own = mSource.container != nullptr
-                              ? mSource.container->streams[mSource.videoStream]->codecpar->codec_id
-                              : AV_CODEC_ID_NONE;
+    int result = 0;
     try {
         const VideoCodec& codec =
-            chooseCodec(mContainer, mOutput.codec, own, carriesAlpha(sourceFormat));
+            chooseCodec(mContainer, mOutput.codec, mOwnCodec, carriesAlpha(sourceFormat));
+        if (mOutput.quality && codec.qualityOption == nullptr) {
+            warn(std::string(codec.name) + " has no --quality to choose");
+        }
         AVPixelFormat format = choosePixelFormat(codec, mOutput.pixelFormat, source);
         const int width = first.picture.world.width();
         const int height = first.picture.world.height();
@@ -344,18 +235,21 @@ void VideoWriter::openEncoder(const ClipFrame& first) {
             mEncoder->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
         }
         setColours(*mEncoder, source, mContainer.saysColours);
+        if (!codec.saysRange || !mContainer.saysRange) {
+            mEncoder->color_range = AVCOL_RANGE_MPEG;
+        }
         AVDictionary* options = nullptr;
         av_dict_parse_string(
             &options, encoderOptions(codec, mOutput.quality.value_or(defaultQuality)).c_str(), "=",
             ":", 0);
-        const int result = avcodec_open2(mEncoder.get(), encoder, &options);
+        result = avcodec_open2(mEncoder.get(), encoder, &options);
         av_dict_free(&options);
-        check(result);
-        mAlphaIsLost = carriesAlpha(sourceFormat) && !carriesAlpha(format);
+        mAlphaIsLost = !carriesAlpha(format);
         mPictureSize = sizeText(width, height);
     } catch (const Error& error) {
         refuse(error.what());
     }
+    check(result);
 }
 
 void VideoWriter::writeHeader() {
@@ -387,7 +281,10 @@ void VideoWriter::writeFrame(const ClipFrame& frame) {
                sizeText(world.width(), world.height()) + " pixels, the frames before it " +
                mPictureSize);
     }
-    if (mAlphaIsLost && hasAlpha(world)) {
+    const AVFrame* source = frame.picture.source.get();
+    const bool mayHaveAlpha =
+        source == nullptr || carriesAlpha(static_cast<AVPixelFormat>(source->format));
+    if (mAlphaIsLost && mayHaveAlpha && hasAlpha(world)) {
         warn("the alpha of '" + mOutput.file.string() + "' is lost: " + mEncoder->codec->name +
              " in " + av_get_pix_fmt_name(mEncoder->pix_fmt) + " has none");
         mAlphaIsLost = false;
@@ -404,6 +301,7 @@ void VideoWriter::writeFrame(const ClipFrame& frame) {
     std::int64_t time = frame.time - mOffset;
     if (av_cmp_q(mTimeBase, rational(mSource.timeBase)) != 0) {
         time = mIsWritten ? mLastTime + 1 : 0; // a format that counts frames
+        noticeLostTimes(frame);
     }
     picture->pts = mIsWritten ? std::max(time, mLastTime + 1) : time;
     picture->pkt_duration = frame.duration;
@@ -412,6 +310,21 @@ void VideoWriter::writeFrame(const ClipFrame& frame) {
     mDurations[picture->pts] = frame.duration;
     check(avcodec_send_frame(mEncoder.get(), picture.get()));
     drainEncoder();
+}
+
+// Frames that don't follow upon each other at the clip's rate.
+void VideoWriter::noticeLostTimes(const ClipFrame& frame) {
+    const AVRational step = av_inv_q(rational(mSource.frameRate));
+    const std::int64_t since = frame.time - mTimeBefore;
+    const double frames =
+        static_cast<double>(since) * av_q2d(rational(mSource.timeBase)) / av_q2d(step);
+    constexpr double tolerance = 0.5;
+    if (mIsWritten && !mHasLostTimes && std::abs(frames - 1) > tolerance) {
+        mHasLostTimes = true;
+        warn("." + std::string(mContainer.ending) +
+             " has one frame rate: the frames' own times are lost");
+    }
+    mTimeBefore = frame.time;
 }
 
 void VideoWriter::drainEncoder() {
@@ -430,24 +343,6 @@ void VideoWriter::drainEncoder() {
         av_packet_rescale_ts(packet.get(), mTimeBase, mStream->time_base);
         mux(*packet);
     }
-}
-
-void VideoWriter::writePacket(const ClipPacket& item) {
-    const auto found = mStreams.find(item.packet->stream_index);
-    if (found == mStreams.end()) {
-        return;
-    }
-    auto packet = owned(av_packet_clone(item.packet.get()));
-    const AVRational from = mSource.container->streams[packet->stream_index]->time_base;
-    if (mSource.container->start_time != AV_NOPTS_VALUE) {
-        const std::int64_t start = av_rescale_q(mSource.container->start_time, microseconds, from);
-        packet->pts -= packet->pts == AV_NOPTS_VALUE ? 0 : start;
-        packet->dts -= packet->dts == AV_NOPTS_VALUE ? 0 : start;
-    }
-    packet->stream_index = found->second;
-    packet->pos = -1;
-    av_packet_rescale_ts(packet.get(), from, mMuxer->streams[found->second]->time_base);
-    mux(*packet);
 }
 
 void VideoWriter::mux(AVPacket& packet) {

@@ -13,6 +13,10 @@
 
 namespace Vexorel::PrismDrift::Host {
 
+inline AVRational rational(const Ratio& ratio) {
+    return {ratio.numerator, ratio.denominator};
+}
+
 class VideoWriter : public ClipWriter {
 public:
     /// `partial` says that not all frames of the input come.
@@ -30,6 +34,7 @@ private:
     };
 
     void openMuxer();
+    void copyTheRest();
     void addCopiedStreams();
     void addCopiedStream(const AVStream& from);
     void copyChapters();
@@ -37,6 +42,8 @@ private:
     void openEncoder(const ClipFrame& first);
     void writeHeader();
     void writeFrame(const ClipFrame& frame);
+    void advanceTimecode(AVDictionary*& metadata, std::int64_t frames) const;
+    void noticeLostTimes(const ClipFrame& frame);
     void writePacket(const ClipPacket& packet);
     void drainEncoder();
     void mux(AVPacket& packet);
@@ -46,8 +53,11 @@ private:
 
     ClipOutput mOutput;
     const Container& mContainer;
-    ClipProperties mSource;
+    ClipProperties mSource; // its container in the constructor only
     bool mPartial;
+    std::vector<AVRational> mUnits; // of time, of the input's streams
+    AVCodecID mOwnCodec = AV_CODEC_ID_NONE;
+    std::int64_t mStart = 0; // of the input's times, in microseconds
 
     std::unique_ptr<NewFile> mFile; // null on a pipe
     std::unique_ptr<Descriptor> mDescriptor;
@@ -63,7 +73,8 @@ private:
     std::int64_t mLastTime = 0;
     std::map<std::int64_t, std::int64_t> mDurations; // by time, of the frames in the encoder
     std::string mPictureSize;
-    bool mAlphaIsLost = false, mIsWritten = false;
+    std::int64_t mTimeBefore = 0; // of the frame before, as the input has it
+    bool mAlphaIsLost = false, mIsWritten = false, mHasLostTimes = false, mHasLateStream = false;
 };
 
 } // namespace Vexorel::PrismDrift::Host

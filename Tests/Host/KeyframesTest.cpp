@@ -316,13 +316,14 @@ TEST(Keyframes, PlacesThatAClipLacksAreErrors) {
         {"0=1; -5s =2", 10, "the key at '-5s' lies before the start of the clip, which has 10 f"},
         {"-2=1", 1, "has 1 frame"},
         {"5=1;0.2s=2", 10, "the keys at '5' and '0.2s' are both at frame 5"},
-        {"-1=1;0=2", 1, "the keys at '-1' and '0' are both at frame 0"},
+        {"-1=1;4=2", 5, "the keys at '-1' and '4' are both at frame 4"},
     };
     for (const Case& row : cases) {
         const Keyframes keyframes = Keyframes::parse(row.text, distance());
         EXPECT_THAT(errorOf([&] { keyframes.resolved(timing(row.count)); }), HasSubstr(row.what));
     }
     EXPECT_EQ(errorOf([] { Keyframes::parse("0=1;9=2", distance()).resolved(timing({})); }), "");
+    EXPECT_EQ(Keyframes::parse("0=1;-1=2", distance()).resolved(timing(1))({}), 2); // a picture
 }
 
 TEST(Keyframes, StandBesideNumbersInTheValues) {

@@ -82,8 +82,8 @@ TEST_F(PresetTest, KeyframeMistakesAreShown) {
          "  0=201\n"
          "    ^\n"},
         {"none.png out.png --channel-order 0=GBR", 2, "--channel-order cannot change over time\n"},
-        {"in.1.png out.png --shift-angle '0=1;-1=2'", 1,
-         "Shift Angle: the keys at '0' and '-1' are both at frame 0\n"},
+        {"in.1.png out.png --shift-angle '0=1;0.001s=2'", 1,
+         "Shift Angle: the keys at '0' and '0.001s' are both at frame 0\n"},
         {"in.%d.png out.%d.png --channel-lightness '0=1;-7=2'", 1,
          "Channel Lightness, R Channel: the key at '-7' lies before the start of the clip, which "
          "has 6 frames\n"},
