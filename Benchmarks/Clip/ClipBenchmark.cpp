@@ -1,6 +1,6 @@
 // A clip through the whole program, against the same frames drawn from memory and against reading
-// and writing the clip without drawing, in turn in one run; and the memory that a clip ten times
-// as long takes.
+// and writing the clip without drawing, in turn in one run, each as a process of its own with its
+// start and its set-up; and the memory that a clip ten times as long takes.
 //
 //   prismdrift_clip_benchmark [frames [rounds]]    100 frames and 3 rounds unless given
 
@@ -31,13 +31,15 @@ using namespace Vexorel::PrismDrift::Host;
 namespace fs = std::filesystem;
 
 constexpr double distance = 24.5;
+constexpr int width = 1920;
+constexpr int height = 1080;
 
 // A picture with structure that differs from frame to frame, as far as an encoder cares.
-World drawnFrame(int width, int height, int number) {
-    World world(width, height);
-    for (int y = 0; y < height; ++y) {
+World drawnFrame(int wide, int high, int number) {
+    World world(wide, high);
+    for (int y = 0; y < high; ++y) {
         std::uint8_t* pixel = world.row(y);
-        for (int x = 0; x < width; ++x, pixel += 4) {
+        for (int x = 0; x < wide; ++x, pixel += 4) {
             const int place = x + 3 * number;
             pixel[0] = 255;
             pixel[1] = static_cast<std::uint8_t>((place / 8 * 37 + y / 8 * 11) % 256);
@@ -49,17 +51,17 @@ World drawnFrame(int width, int height, int number) {
 }
 
 // H.264 of frames at 25 a second, made by way of a sequence's first pictures.
-void makeClip(const fs::path& file, int width, int height, int count) {
+void makeClip(const fs::path& file, int wide, int high, int count) {
     const fs::path still = file.parent_path() / "still.%d.png";
     ClipInput input;
     input.file = still;
-    writePicture(file.parent_path() / "still.0.png", {drawnFrame(width, height, 0), {}});
+    writePicture(file.parent_path() / "still.0.png", {drawnFrame(wide, high, 0), {}});
     const auto reader = openClip(input);
     ClipOutput output;
     output.file = file;
     const auto writer = openClipWriter(output, input, *reader);
     for (int i = 0; i < count; ++i) {
-        writer->write(ClipFrame{{drawnFrame(width, height, i), {}}, i, i, i, 1});
+        writer->write(ClipFrame{{drawnFrame(wide, high, i), {}}, i, i, i, 1});
     }
     writer->finish();
     fs::remove(file.parent_path() / "still.0.png");
@@ -82,11 +84,9 @@ double peakOf(pid_t process) {
     return 0;
 }
 
-// The program on a clip; the most memory it had resident, in MiB. (What the system counts for a
-// child begins with its parent's.)
-double runProgram(const fs::path& from, const fs::path& to) {
-    std::vector<std::string> words = {
-        PRISMDRIFT_PROGRAM, from, to, "--quiet", "--shift-distance", std::to_string(distance)};
+// A command as a process of its own; the most memory it had resident, in MiB. (What the system
+// counts for a child begins with its parent's.)
+double runProcess(std::vector<std::string> words) {
     std::vector<char*> pointers;
     for (std::string& word : words) {
         pointers.push_back(word.data());
@@ -95,7 +95,7 @@ double runProgram(const fs::path& from, const fs::path& to) {
     pid_t child = 0;
     int status = 0;
     double peak = 0;
-    if (posix_spawn(&child, PRISMDRIFT_PROGRAM, nullptr, nullptr, pointers.data(), environ) != 0) {
+    if (posix_spawn(&child, pointers[0], nullptr, nullptr, pointers.data(), environ) != 0) {
         throw Error("the program doesn't start");
     }
     while (waitpid(child, &status, WNOHANG) == 0) {
@@ -109,8 +109,18 @@ double runProgram(const fs::path& from, const fs::path& to) {
     return peak;
 }
 
+double runProgram(const fs::path& from, const fs::path& to) {
+    return runProcess(
+        {PRISMDRIFT_PROGRAM, from, to, "--quiet", "--shift-distance", std::to_string(distance)});
+}
+
 // Frame after frame as the program has them drawn, from ten that are in memory.
-void drawFromMemory(Effect& effect, const std::vector<World>& frames, int count) {
+void drawFromMemory(int count) {
+    std::vector<World> frames;
+    for (int i = 0; i < 10; ++i) {
+        frames.push_back(drawnFrame(width, height, i));
+    }
+    Effect effect{fs::path(PRISMDRIFT_PLUGIN)};
     ParameterValues values = effect.defaultValues();
     for (const Parameter& parameter : effect.parameters()) {
         if (parameter.name == "Shift Distance") {
@@ -155,23 +165,17 @@ double median(std::vector<double> values) {
 }
 
 void compareTimes(const fs::path& folder, int count, int rounds) {
-    constexpr int width = 1920;
-    constexpr int height = 1080;
+    const std::string self = fs::read_symlink("/proc/self/exe");
     makeClip(folder / "clip.mp4", width, height, count);
-    std::vector<World> frames;
-    for (int i = 0; i < 10; ++i) {
-        frames.push_back(drawnFrame(width, height, i));
-    }
-    Effect effect{fs::path(PRISMDRIFT_PLUGIN)};
-    drawFromMemory(effect, frames, 1); // the set-up
     std::vector<double> whole, drawing, files, toSlower, toSum;
     std::printf("%d frames of %dx%d, %u processors\n", count, width, height,
                 std::thread::hardware_concurrency());
     for (int round = 0; round < rounds; ++round) {
         whole.push_back(secondsOf([&] { runProgram(folder / "clip.mp4", folder / "whole.mp4"); }));
-        drawing.push_back(secondsOf([&] { drawFromMemory(effect, frames, count); }));
-        files.push_back(
-            secondsOf([&] { readAndWrite(folder / "clip.mp4", folder / "files.mp4"); }));
+        drawing.push_back(secondsOf([&] { runProcess({self, "draw", std::to_string(count)}); }));
+        files.push_back(secondsOf([&] {
+            runProcess({self, "copy", folder / "clip.mp4", folder / "files.mp4"});
+        }));
         toSlower.push_back(whole.back() / std::max(drawing.back(), files.back()));
         toSum.push_back(whole.back() / (drawing.back() + files.back()));
         std::printf("round %d: whole %.2f s, drawn from memory %.2f s, decoded and encoded %.2f s; "
@@ -186,12 +190,10 @@ void compareTimes(const fs::path& folder, int count, int rounds) {
 }
 
 void compareMemory(const fs::path& folder) {
-    constexpr int width = 640;
-    constexpr int height = 360;
     for (const int count : {100, 1000}) {
-        makeClip(folder / "small.mp4", width, height, count);
-        std::printf("%4d frames of %dx%d: %.1f MiB resident at most\n", count, width, height,
-                    runProgram(folder / "small.mp4", folder / "out.mp4"));
+        makeClip(folder / "small.mp4", width / 3, height / 3, count);
+        std::printf("%4d frames of %dx%d: %.1f MiB resident at most\n", count, width / 3,
+                    height / 3, runProgram(folder / "small.mp4", folder / "out.mp4"));
     }
 }
 
@@ -199,8 +201,18 @@ void compareMemory(const fs::path& folder) {
 
 int main(int count, char** words) {
     // As the program does.
-    mallopt(M_MMAP_THRESHOLD, std::numeric_limits<int>::max());
+    mallopt(M_MMAP_THRESHOLD, 32 << 20);
+    mallopt(M_ARENA_MAX, 1);
     mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
+    const std::string part = count > 2 ? words[1] : "";
+    if (part == "draw") {
+        drawFromMemory(std::atoi(words[2]));
+        return 0;
+    }
+    if (part == "copy" && count > 3) {
+        readAndWrite(words[2], words[3]);
+        return 0;
+    }
     std::string name = (fs::temp_directory_path() / "prismdrift-clip-XXXXXX").string();
     if (mkdtemp(name.data()) == nullptr) {
         std::fprintf(stderr, "cannot make a folder\n");

@@ -157,7 +157,9 @@ int run(int count, const char* const* words) {
 // Frames come and go in buffers of megabytes: memory that the system takes back after each frame,
 // and clears before the next, costs more than it saves.
 void keepMemory() {
-    mallopt(M_MMAP_THRESHOLD, std::numeric_limits<int>::max());
+    constexpr int largest = 32 << 20; // that the C library takes
+    mallopt(M_MMAP_THRESHOLD, largest);
+    mallopt(M_ARENA_MAX, 1);
     mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
 }
 

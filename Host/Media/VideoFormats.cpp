@@ -17,27 +17,29 @@ namespace Vexorel::PrismDrift::Host {
 namespace {
 
 // The encoders speak of quality each in its own way: a quantiser of 18 is where an H.264 picture is
-// taken for the original. x265 writes to standard error by itself unless told not to.
+// taken for the original. They look ahead over a dozen frames only: what they hold back takes
+// memory, and is encoded when nothing is left to be drawn beside. x265 writes to standard error by
+// itself unless told not to.
 const std::vector<VideoCodec>& codecs() {
     static const std::vector<VideoCodec> all = {
         {"h264",
          "libx264",
          {AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUV422P, AV_PIX_FMT_YUV444P},
-         "",
+         "rc-lookahead=12",
          "crf",
          51,
          7},
         {"hevc",
          "libx265",
          {AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUV422P, AV_PIX_FMT_YUV444P},
-         "x265-params=log-level=none",
+         "x265-params=log-level=none\\:rc-lookahead=12",
          "crf",
          51,
          9},
         {"vp9",
          "libvpx-vp9",
          {AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUVA420P, AV_PIX_FMT_YUV422P, AV_PIX_FMT_YUV444P},
-         "b=0:row-mt=1:cpu-used=4:auto-alt-ref=0",
+         "b=0:row-mt=1:cpu-used=4:auto-alt-ref=0:lag-in-frames=12",
          "crf",
          63,
          13},
