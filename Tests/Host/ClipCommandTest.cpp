@@ -65,6 +65,11 @@ TEST_F(ClipCommandTest, ASequenceKeepsItsNumbersAndSaysWhatIsMissing) {
         run("cp o.10.png held.png; cp o.09.png before.png; rm o.*");
     }
     EXPECT_EQ(contents(path("held.png")), contents(path("before.png")));
+    // Written over its own input, a picture that is held is still the one that was there.
+    output("for i in 08 09 11 12; do ln in.00$i.png i.$i.png; done; "
+           "$PROGRAM i.%02d.png other.%02d.png --missing hold --shift-distance 7 && "
+           "$PROGRAM i.%02d.png i.%02d.png --missing hold --shift-distance 7 && "
+           "for i in 08 09 10 11 12; do cmp i.$i.png other.$i.png || exit; done");
 }
 
 TEST_F(ClipCommandTest, PartsOfARunGiveTheSameBytes) {
@@ -118,6 +123,13 @@ TEST_F(ClipCommandTest, EverythingElseInTheFileIsHandedOn) {
     EXPECT_THAT(output("ffprobe -v error -show_entries stream=codec_type,start_time,nb_frames -of "
                        "csv=p=0 cut.mp4"),
                 "video,0.000000,7\n");
+    // What only the container knows: the pixels' aspect, and the time of day.
+    output(std::string(source) + "s=48x32:r=25 -t 1 -c:v qtrle -pix_fmt rgb24 -aspect 3:1 "
+                                 "-timecode 01:00:00:00 own.mov");
+    output("$PROGRAM own.mov part.mov --frames 10-12");
+    EXPECT_EQ(output("ffprobe -v error -select_streams v -show_entries "
+                     "stream=sample_aspect_ratio:stream_tags=timecode -of csv=p=0 part.mov"),
+              "2:1,01:00:00:10\n");
     EXPECT_THAT(run("$PROGRAM in.mkv out.mp4").errors,
                 HasSubstr("stream 2, subtitles (subrip), is left out: .mp4 has no place for it"));
 }
@@ -145,6 +157,10 @@ TEST_F(ClipCommandTest, PipesCarryWhatFilesCarry) {
                   expected)
             << pipe;
     }
+    // A named pipe is opened once, or its writer would take the first look for its reader.
+    output("mkfifo pipe; ffmpeg -v error -nostdin -y -i in.mov -c:v ffv1 -f matroska pipe & "
+           "$PROGRAM pipe piped.mov --codec qtrle --shift-distance 5 && wait $!");
+    EXPECT_EQ(frames("piped.mov"), expected);
     // The frames of yuv4mpegpipe are in YUV, as near as that allows.
     output("ffmpeg -v error -nostdin -i in.mov -pix_fmt yuv444p -f yuv4mpegpipe - | "
            "$PROGRAM - - --output-format yuv4mpegpipe >out.y4m");
@@ -165,6 +181,9 @@ TEST_F(ClipCommandTest, WhatIsBrokenEndsInOneErrorAndWithoutAFile) {
     output("cp in.mp4 hit.mp4; printf '%0200d' 0 | dd of=hit.mp4 bs=1 seek=20000 conv=notrunc "
            "status=none");
     output("printf '%0200d' 0 | dd of=crc.mkv bs=1 seek=90000 conv=notrunc status=none");
+    output("cp in.mkv lost.mkv; printf '%0900d' 0 | dd of=lost.mkv bs=1 seek=12000 conv=notrunc "
+           "status=none; "
+           "ffmpeg -v error -nostdin -i in.mp4 -f yuv4mpegpipe - | head -c 100000 >cut.y4m");
     output("head -c 20000 in.mkv >cut.mkv; head -c 20000 in.mp4 >cut.mp4; : >empty.mp4");
     output("printf '#EXTM3U\\n#EXTINF:1,\\nin.mp4\\n' >list.m3u8; "
            "printf 'ffconcat version 1.0\\nfile in.mp4\\n' >list.txt; mkdir out.mov");
@@ -177,6 +196,9 @@ TEST_F(ClipCommandTest, WhatIsBrokenEndsInOneErrorAndWithoutAFile) {
         {"hit.mp4 out.mkv", "cannot read 'hit.mp4': frame [0-9]+: "},
         {"crc.mkv out.mkv", "cannot read 'crc.mkv': frame [0-9]+: it is damaged"},
         {"cut.mkv out.mkv", "cannot read 'cut.mkv': frame [0-9]+: .*(cut off|damaged)"},
+        {"lost.mkv out.mkv", "cannot read 'lost.mkv': frame [0-9]+: "},
+        {"cut.y4m out.mkv", "cannot read 'cut.y4m': frame 3: it is cut off"},
+        {"in.mp4 out.mkv --missing hold", "cannot read 'in.mp4': --missing is for sequences"},
         {"cut.mp4 out.mkv", "cannot read 'cut.mp4': it is no picture or video of a known format"},
         {"empty.mp4 out.mkv", "cannot read 'empty.mp4': the file is empty"},
         {"list.m3u8 out.mkv", "cannot read 'list.m3u8': it is no picture"},
@@ -213,6 +235,28 @@ TEST_F(ClipCommandTest, WhatIsBrokenEndsInOneErrorAndWithoutAFile) {
     EXPECT_EQ(full.status, 1);
     EXPECT_EQ(full.errors, "prismdrift: error: cannot write 'big.mkv': File too large\n");
     EXPECT_EQ(files().size(), before + 1);
+}
+
+TEST_F(ClipCommandTest, WhatGetsLostIsSaid) {
+    output(std::string(source) + "s=48x32 -frames:v 1 -pix_fmt rgb24 a.1.png");
+    output(std::string(source) + "s=48x32 -frames:v 1 -vf format=rgba,colorchannelmixer=aa=0.5 "
+                                 "-pix_fmt rgba64be a.2.png");
+    output(std::string(source) + "s=48x32 -frames:v 9 -vf \"select='lt(n,2)+gt(n,6)'\" -vsync vfr "
+                                 "-c:v qtrle vfr.mov");
+    const std::pair<const char*, const char*> cases[] = {
+        {"a.%d.png a.mov", "the alpha of 'a.mov' is lost"},
+        {"a.%d.png b.mov", "the input has 16 bits a channel; 8 are kept"},
+        {"vfr.mov a.y4m", ".y4m has one frame rate: the frames' own times are lost"},
+        {"vfr.mov b.mov --quality 50", "qtrle has no --quality to choose"},
+    };
+    for (const auto& [arguments, warning] : cases) {
+        const Result result = run(std::string("$PROGRAM $FAKE ") + arguments);
+        EXPECT_EQ(result.status, 0) << arguments;
+        EXPECT_THAT(result.errors, HasSubstr(std::string("prismdrift: warning: ") + warning));
+    }
+    // A name without the format's ending.
+    output("$PROGRAM $FAKE a.1.png picture --output-format png; "
+           "$PROGRAM $FAKE a.1.png named.png; cmp picture named.png");
 }
 
 TEST_F(ClipCommandTest, AnInterruptedRunEndsWithWhatIsDone) {
