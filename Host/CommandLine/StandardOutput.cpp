@@ -1,6 +1,7 @@
 #include "Host/CommandLine/StandardOutput.h"
 
 #include "Host/Library/Error.h"
+#include "Host/Media/ReplaceFile.h"
 
 #include <cerrno>
 #include <fcntl.h>
@@ -39,13 +40,8 @@ void StandardOutput::write(std::string_view text) const {
     if (mOpenError != 0) {
         fail(mOpenError);
     }
-    while (!text.empty()) {
-        const ssize_t written = ::write(mDescriptor, text.data(), text.size());
-        if (written < 0 && errno != EINTR) {
-            fail(errno);
-        }
-        if (written > 0) {
-            text.remove_prefix(static_cast<std::size_t>(written));
-        }
+    const int error = Vexorel::PrismDrift::Host::writeAll(mDescriptor, text.data(), text.size());
+    if (error != 0) {
+        fail(error);
     }
 }

@@ -23,6 +23,9 @@ struct Ratio {
     int numerator = 0, denominator = 1;
 };
 
+/// The frame nearest to a time at a steady rate, of two as near the even one.
+std::int64_t nearestFrame(double seconds, const Ratio& frameRate);
+
 /// The frame rate in a text as ffmpeg takes it: "25", "30000/1001", "ntsc". Throws Error.
 Ratio frameRateFrom(const std::string& text);
 

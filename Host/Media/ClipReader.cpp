@@ -67,8 +67,7 @@ public:
 
     std::optional<std::int64_t> frameCount() override { return 1; }
     std::int64_t frameAt(double seconds) override {
-        return std::llrint(seconds * mProperties.frameRate.numerator /
-                           mProperties.frameRate.denominator);
+        return nearestFrame(seconds, mProperties.frameRate);
     }
 
 private:
@@ -107,8 +106,7 @@ public:
     std::optional<std::int64_t> frameCount() override { return mThere.back() - mThere.front() + 1; }
 
     std::int64_t frameAt(double seconds) override {
-        return std::llrint(seconds * mProperties.frameRate.numerator /
-                           mProperties.frameRate.denominator);
+        return nearestFrame(seconds, mProperties.frameRate);
     }
 
 private:
@@ -184,6 +182,10 @@ private:
 };
 
 } // namespace
+
+std::int64_t nearestFrame(double seconds, const Ratio& frameRate) {
+    return std::llrint(seconds * frameRate.numerator / frameRate.denominator);
+}
 
 Ratio frameRateFrom(const std::string& text) {
     AVRational rate = {0, 1};

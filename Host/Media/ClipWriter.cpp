@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cctype>
 #include <system_error>
-#include <unistd.h>
 #include <utility>
 
 namespace Vexorel::PrismDrift::Host {
@@ -183,13 +182,9 @@ public:
 
 private:
     void send(const std::vector<std::uint8_t>& bytes) const {
-        for (std::size_t done = 0; done < bytes.size();) {
-            const ssize_t written =
-                ::write(mOutput.standardOutput, bytes.data() + done, bytes.size() - done);
-            if (written < 0 && errno != EINTR) {
-                throw Error(std::generic_category().message(errno));
-            }
-            done += written > 0 ? static_cast<std::size_t>(written) : 0;
+        const int error = writeAll(mOutput.standardOutput, bytes.data(), bytes.size());
+        if (error != 0) {
+            throw Error(std::generic_category().message(error));
         }
     }
 

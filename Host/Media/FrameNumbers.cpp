@@ -82,15 +82,4 @@ std::optional<std::int64_t> FrameNumbers::after(std::int64_t number) const {
     return least;
 }
 
-bool FrameNumbers::contiguous() const {
-    if (all()) {
-        return true;
-    }
-    std::int64_t number = *after(-1);
-    while (number < *last() && contains(number + 1)) {
-        ++number;
-    }
-    return number == *last();
-}
-
 } // namespace Vexorel::PrismDrift::Host

@@ -24,8 +24,6 @@ public:
     std::optional<std::int64_t> last() const;
     /// The least number that is meant and is greater than `number`.
     std::optional<std::int64_t> after(std::int64_t number) const;
-    /// Whether the numbers have no gap.
-    bool contiguous() const;
 
 private:
     struct Range {

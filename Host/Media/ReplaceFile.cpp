@@ -48,20 +48,6 @@ fs::path temporaryName(const fs::path& target) {
     return target.parent_path() / (".prismdrift-" + std::to_string(random()));
 }
 
-int writeAll(int descriptor, const char* bytes, std::size_t size) {
-    while (size > 0) {
-        const ssize_t written = write(descriptor, bytes, size);
-        if (written < 0 && errno != EINTR) {
-            return errno;
-        }
-        if (written > 0) {
-            bytes += written;
-            size -= static_cast<std::size_t>(written);
-        }
-    }
-    return 0;
-}
-
 // Where the bytes go in the end.
 fs::path followed(const fs::path& target) {
     std::error_code ignored;
@@ -71,6 +57,21 @@ fs::path followed(const fs::path& target) {
 }
 
 } // namespace
+
+int writeAll(int descriptor, const void* bytes, std::size_t size) {
+    const char* next = static_cast<const char*>(bytes);
+    while (size > 0) {
+        const ssize_t written = write(descriptor, next, size);
+        if (written < 0 && errno != EINTR) {
+            return errno;
+        }
+        if (written > 0) {
+            next += written;
+            size -= static_cast<std::size_t>(written);
+        }
+    }
+    return 0;
+}
 
 void checkReplaceable(const fs::path& target) {
     const fs::path end = followed(target);
@@ -139,7 +140,7 @@ void NewFile::commit() {
 void replaceFile(const fs::path& target, const void* bytes, std::size_t size) {
     const SignalsHeld held;
     NewFile file(target);
-    const int error = writeAll(file.descriptor(), static_cast<const char*>(bytes), size);
+    const int error = writeAll(file.descriptor(), bytes, size);
     if (error != 0) {
         refuse(target, error);
     }

@@ -16,6 +16,9 @@ void replaceFile(const std::filesystem::path& target, const void* bytes, std::si
 /// to, or what stands there is no plain file or is protected against writing.
 void checkReplaceable(const std::filesystem::path& target);
 
+/// Writes all of it, however often the system takes a part only. 0, or the error's number.
+int writeAll(int descriptor, const void* bytes, std::size_t size);
+
 /// A file under way to take its target's place. Until `commit` the target is as it was, and the
 /// file has no name where the file system can do that, so that not even a killed program leaves it
 /// behind.

@@ -310,7 +310,7 @@ std::int64_t VideoReader::frameAt(double seconds) {
     scan();
     const Ratio rate = mProperties.frameRate;
     if (mTimes.empty() || mTimes.front() == AV_NOPTS_VALUE) {
-        return std::llrint(seconds * rate.numerator / rate.denominator);
+        return nearestFrame(seconds, rate);
     }
     const double unit = av_q2d(stream().time_base);
     const double time = seconds / unit + static_cast<double>(mStart);

@@ -61,14 +61,10 @@ struct VideoWriter::Descriptor {
 
     static int write(void* opaque, std::uint8_t* bytes, int size) {
         auto& self = *static_cast<Descriptor*>(opaque);
-        for (int done = 0; done < size;) {
-            const ssize_t written =
-                ::write(self.descriptor, bytes + done, static_cast<std::size_t>(size - done));
-            if (written < 0 && errno != EINTR) {
-                self.error = self.error != 0 ? self.error : errno;
-                return AVERROR(errno);
-            }
-            done += written > 0 ? static_cast<int>(written) : 0;
+        const int error = writeAll(self.descriptor, bytes, static_cast<std::size_t>(size));
+        if (error != 0) {
+            self.error = self.error != 0 ? self.error : error;
+            return AVERROR(error);
         }
         return size;
     }

@@ -98,14 +98,13 @@ TEST(FrameNumbersTest, RangesAndStepsAreReadAndNonsenseIsRefused) {
     struct Case {
         const char* text;
         std::vector<std::int64_t> numbers; // below 30
-        bool contiguous;
     };
     const Case cases[] = {
-        {"7", {7}, true},
-        {"3-5", {3, 4, 5}, true},
-        {"0-9x4,20", {0, 4, 8, 20}, false},
-        {"9,3-5,4-6x2", {3, 4, 5, 6, 9}, false},
-        {"5-7,2-4", {2, 3, 4, 5, 6, 7}, true},
+        {"7", {7}},
+        {"3-5", {3, 4, 5}},
+        {"0-9x4,20", {0, 4, 8, 20}},
+        {"9,3-5,4-6x2", {3, 4, 5, 6, 9}},
+        {"5-7,2-4", {2, 3, 4, 5, 6, 7}},
     };
     for (const Case& row : cases) {
         const auto numbers = FrameNumbers::parse(row.text);
@@ -123,7 +122,6 @@ TEST(FrameNumbersTest, RangesAndStepsAreReadAndNonsenseIsRefused) {
         EXPECT_EQ(listed, row.numbers) << row.text;
         EXPECT_EQ(contained, row.numbers) << row.text;
         EXPECT_EQ(numbers->last(), row.numbers.back()) << row.text;
-        EXPECT_EQ(numbers->contiguous(), row.contiguous) << row.text;
     }
     for (const char* text : {"", "a", "-3", "5-3", "1-", "1-9x0", "1-9x", "1,", ",1", "1 ", "1-2-3",
                              "99999999999", "1x2", "+1"}) {

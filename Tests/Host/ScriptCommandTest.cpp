@@ -1,12 +1,6 @@
 // The program's --script, run as a child process.
 
-#include "Tests/Host/ScratchFolder.h"
-
-#include <array>
-#include <cstdio>
-#include <fstream>
-#include <gtest/gtest.h>
-#include <sys/wait.h>
+#include "Tests/Host/ProgramTest.h"
 
 namespace {
 
@@ -18,24 +12,13 @@ struct Case {
     const char* output; // both streams
 };
 
-class ScriptCommandTest : public testing::TestWithParam<Case> {};
+class ScriptCommandTest : public ProgramTest, public testing::WithParamInterface<Case> {};
 
 TEST_P(ScriptCommandTest, PrintsTheTrimmedValueOrWhyThereIsNone) {
-    const ScratchFolder scratch;
-    const std::string file = (scratch.path() / "script.js").string();
-    std::ofstream(file, std::ios::binary) << GetParam().script;
-    const std::string command = "cd '" + scratch.path().string() +
-                                "' && '" PRISMDRIFT_PROGRAM "' " + GetParam().arguments +
-                                " 2>&1 </dev/null";
-    std::FILE* pipe = popen(command.c_str(), "r");
-    ASSERT_NE(pipe, nullptr);
-    std::string output;
-    std::array<char, 256> part{};
-    while (std::fgets(part.data(), part.size(), pipe) != nullptr) {
-        output += part.data();
-    }
-    EXPECT_EQ(WEXITSTATUS(pclose(pipe)), GetParam().status);
-    EXPECT_EQ(output, GetParam().output);
+    std::ofstream(path("script.js"), std::ios::binary) << GetParam().script;
+    const Result result = run(std::string("$PROGRAM 2>&1 ") + GetParam().arguments);
+    EXPECT_EQ(result.status, GetParam().status);
+    EXPECT_EQ(result.output, GetParam().output);
 }
 
 INSTANTIATE_TEST_SUITE_P(
