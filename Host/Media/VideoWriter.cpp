@@ -206,6 +206,11 @@ void VideoWriter::openEncoder(const ClipFrame& first) {
         AVPixelFormat format = choosePixelFormat(codec, mOutput.pixelFormat, source);
         const int width = first.picture.world.width();
         const int height = first.picture.world.height();
+        // x265 writes beyond its own memory where a side is shorter than one of its blocks.
+        constexpr int block = 64;
+        if (std::string_view(codec.name) == "hevc" && std::min(width, height) < block) {
+            throw Error("hevc takes 64 pixels a side and more, not " + sizeText(width, height));
+        }
         if (needsEvenSides(codec, format, width, height)) {
             if (!mOutput.pixelFormat.empty()) {
                 throw Error(mOutput.pixelFormat + " takes even sides only in " + codec.name +

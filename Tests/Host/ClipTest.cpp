@@ -39,8 +39,8 @@ protected:
 
     // A clip of 7 frames that stay for different times, its alpha growing from left to right.
     void makeClip() const {
-        ffmpeg("-f lavfi -i testsrc2=s=46x34:r=50 -vf \"format=rgba,geq=r='r(X,Y)':g='g(X,Y)':"
-               "b='b(X,Y)':a='min(255,X*8)',select='eq(n,0)+eq(n,1)+eq(n,4)+eq(n,5)+eq(n,9)+"
+        ffmpeg("-f lavfi -i testsrc2=s=78x66:r=50 -vf \"format=rgba,geq=r='r(X,Y)':g='g(X,Y)':"
+               "b='b(X,Y)':a='min(255,X*4)',select='eq(n,0)+eq(n,1)+eq(n,4)+eq(n,5)+eq(n,9)+"
                "eq(n,10)+eq(n,20)'\" -vsync vfr -frames:v 7 -c:v qtrle clip.mov");
     }
 
