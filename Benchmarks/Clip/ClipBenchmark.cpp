@@ -4,8 +4,8 @@
 //
 //   prismdrift_clip_benchmark [frames [rounds]]    100 frames and 3 rounds unless given
 
-#include "Host/Library/Effect.h"
 #include "Host/Library/Error.h"
+#include "Host/Library/HostedEffect.h"
 #include "Host/Media/BoundedQueue.h"
 #include "Host/Media/Clip.h"
 
@@ -120,7 +120,7 @@ void drawFromMemory(int count) {
     for (int i = 0; i < 10; ++i) {
         frames.push_back(drawnFrame(width, height, i));
     }
-    Effect effect{fs::path(PRISMDRIFT_PLUGIN)};
+    HostedEffect effect{fs::path(PRISMDRIFT_PLUGIN)};
     ParameterValues values = effect.defaultValues();
     for (const Parameter& parameter : effect.parameters()) {
         if (parameter.name == "Shift Distance") {

@@ -4,7 +4,7 @@
 
 namespace Host = Vexorel::PrismDrift::Host;
 
-Host::ParameterValues chosenValues(const Host::Effect& effect, const Arguments& arguments) {
+Host::ParameterValues chosenValues(const Host::HostedEffect& effect, const Arguments& arguments) {
     const auto apply = [&](Host::ParameterValues values) {
         for (const auto& [option, text] : arguments.values) {
             option->apply(text, values);

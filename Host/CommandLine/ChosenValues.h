@@ -3,9 +3,9 @@
 /// The effect's values as the command line and its preset say.
 
 #include "Host/CommandLine/Arguments.h"
-#include "Host/Library/Effect.h"
+#include "Host/Library/HostedEffect.h"
 
 /// The preset's values, and over them those on the line. Wrong usage is told before the preset is
 /// opened. Throws UsageError and Error. Keyframes are left to be resolved.
 Vexorel::PrismDrift::Host::ParameterValues
-chosenValues(const Vexorel::PrismDrift::Host::Effect& effect, const Arguments& arguments);
+chosenValues(const Vexorel::PrismDrift::Host::HostedEffect& effect, const Arguments& arguments);

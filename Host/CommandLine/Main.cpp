@@ -12,8 +12,8 @@
 #include "Host/CommandLine/StandardOutput.h"
 #include "Host/CommandLine/Usage.h"
 #include "Host/CommandLine/VersionText.h"
-#include "Host/Library/Effect.h"
 #include "Host/Library/Error.h"
+#include "Host/Library/HostedEffect.h"
 #include "Host/Media/Clip.h"
 #include "Host/Media/SequencePattern.h"
 
@@ -47,10 +47,10 @@ std::filesystem::path pluginFor(const EarlyArguments& early) {
 
 // What can be told without a plug-in is told without one, too.
 std::string information(const EarlyArguments& early, const SubCommand* subCommand = nullptr) {
-    std::unique_ptr<Host::Effect> effect;
+    std::unique_ptr<Host::HostedEffect> effect;
     std::string missing;
     try {
-        effect = std::make_unique<Host::Effect>(pluginFor(early));
+        effect = std::make_unique<Host::HostedEffect>(pluginFor(early));
     } catch (const Host::Error& error) {
         missing = error.what();
     }
@@ -82,7 +82,8 @@ void sayInterrupted(std::int64_t frames) {
 }
 
 // The signal that ended it early, 0 for none.
-int render(Host::Effect& effect, const Arguments& arguments, const StandardOutput& standardOutput) {
+int render(Host::HostedEffect& effect, const Arguments& arguments,
+           const StandardOutput& standardOutput) {
     if (!arguments.output.file.empty()) {
         checkUsage(arguments);
     }
@@ -120,7 +121,7 @@ int runSheet(int count, const char* const* words) {
         output.write(information(early, &sheetCommand()));
         return Done;
     }
-    Host::Effect effect(pluginFor(early));
+    Host::HostedEffect effect(pluginFor(early));
     const std::vector<ParameterOption> options = parameterOptions(effect.parameters());
     makeSheet(effect, options, readSheetArguments(count, words, options));
     return Done;
@@ -140,7 +141,7 @@ int run(int count, const char* const* words) {
         output.write(runScript(readArguments(count, words, {}).script) + "\n");
         return Done;
     }
-    Host::Effect effect(pluginFor(early));
+    Host::HostedEffect effect(pluginFor(early));
     const std::vector<ParameterOption> options = parameterOptions(effect.parameters());
     const Arguments arguments = readArguments(count, words, options);
     if (arguments.about) {

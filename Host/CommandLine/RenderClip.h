@@ -3,11 +3,11 @@
 /// Draws a clip with the effect, frame after frame: reading and writing run beside it.
 
 #include "Host/CommandLine/Progress.h"
-#include "Host/Library/Effect.h"
+#include "Host/Library/HostedEffect.h"
 #include "Host/Media/Clip.h"
 
 struct ClipRendering {
-    Vexorel::PrismDrift::Host::Effect& effect;
+    Vexorel::PrismDrift::Host::HostedEffect& effect;
     const Vexorel::PrismDrift::Host::ParameterValues& values;
     std::uint32_t downsample = 1;
     Vexorel::PrismDrift::Host::ClipReader& reader;

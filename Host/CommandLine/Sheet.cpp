@@ -183,7 +183,7 @@ int defaultCellWidth(int pictureWidth) {
 
 } // namespace
 
-void makeSheet(Host::Effect& effect, const std::vector<ParameterOption>& options,
+void makeSheet(Host::HostedEffect& effect, const std::vector<ParameterOption>& options,
                const SheetArguments& arguments) {
     const Arguments& common = arguments.common;
     std::vector<Variation> variations = arguments.variations;

@@ -3,9 +3,9 @@
 /// The contact sheet: one picture with different settings, so that a look is chosen with the eyes.
 
 #include "Host/CommandLine/SheetArguments.h"
-#include "Host/Library/Effect.h"
+#include "Host/Library/HostedEffect.h"
 
 /// Reads the frame, draws it with each of the settings, and writes the sheet, whole or not at all.
 /// Throws UsageError for a value that an option doesn't take, and Error.
-void makeSheet(Vexorel::PrismDrift::Host::Effect& effect,
+void makeSheet(Vexorel::PrismDrift::Host::HostedEffect& effect,
                const std::vector<ParameterOption>& options, const SheetArguments& arguments);

@@ -7,7 +7,7 @@ namespace Host = Vexorel::PrismDrift::Host;
 
 namespace {
 
-std::string effectLine(const Host::Effect* effect, const std::string& whyNot) {
+std::string effectLine(const Host::HostedEffect* effect, const std::string& whyNot) {
     if (effect == nullptr) {
         return "no effect: " + whyNot;
     }
@@ -25,7 +25,7 @@ std::string driverLine() {
 
 } // namespace
 
-std::string versionText(const Host::Effect* effect, const std::string& whyNot) {
+std::string versionText(const Host::HostedEffect* effect, const std::string& whyNot) {
     return "prismdrift " PRISMDRIFT_VERSION "\n" + effectLine(effect, whyNot) +
            "\nFFmpeg libraries: " + Host::mediaVersions() + "\n" + driverLine() + "\n";
 }

@@ -2,10 +2,11 @@
 
 /// What runs here, for a report that someone else has to understand.
 
-#include "Host/Library/Effect.h"
+#include "Host/Library/HostedEffect.h"
 
 #include <string>
 
 /// The versions of the program, the effect, FFmpeg's libraries and the OpenGL driver, a line each.
 /// For a null effect its line says why it is missing.
-std::string versionText(const Vexorel::PrismDrift::Host::Effect* effect, const std::string& whyNot);
+std::string versionText(const Vexorel::PrismDrift::Host::HostedEffect* effect,
+                        const std::string& whyNot);

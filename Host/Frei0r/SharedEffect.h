@@ -4,7 +4,7 @@
 /// is a guest of: its standard output, its current context, and a word when something fails.
 
 #include "Host/Frei0r/Controls.h"
-#include "Host/Library/Effect.h"
+#include "Host/Library/HostedEffect.h"
 
 #include <shared_mutex>
 
@@ -32,7 +32,7 @@ private:
     SharedEffect();
 
     std::shared_mutex mMutex; // shared by frames, held alone to set down
-    Effect mEffect;
+    HostedEffect mEffect;
     const std::vector<Control> mControls;
     int mUses = 0; // guarded by mMutex
 };

@@ -1,7 +1,7 @@
 #include "Host/Library/Callbacks.h"
 
 #include "Host/Library/Error.h"
-#include "Host/Library/Suites.h"
+#include "Host/Library/OfferedSuites.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -1,8 +1,8 @@
 // Keyframes and presets through the program.
 
 #include "Host/CommandLine/Preset.h"
-#include "Host/Library/Effect.h"
 #include "Host/Library/Error.h"
+#include "Host/Library/HostedEffect.h"
 #include "Host/Media/Picture.h"
 #include "Tests/Host/ProgramTest.h"
 
@@ -155,7 +155,7 @@ TEST_F(PresetTest, EveryMistakeHasItsLine) {
         {start + "\"Channel Scale\": {\"R Channel\": {}}}}",
          "or keyframes as a string, not an obj"},
     };
-    const Effect effect(std::filesystem::path(FAKE_EFFECT_FILE));
+    const HostedEffect effect(std::filesystem::path(FAKE_EFFECT_FILE));
     for (const Case& row : cases) {
         write("bad.json", row.text);
         ParameterValues values = effect.defaultValues();

@@ -3,7 +3,7 @@
 #include "Host/Library/ScriptEngine.h"
 #include "Host/Library/Error.h"
 #include "Host/Library/Memory.h"
-#include "Host/Library/Suites.h"
+#include "Host/Library/OfferedSuites.h"
 #include "Shared/Helper/ScriptHelper.h"
 
 #include <gmock/gmock.h>

@@ -1,6 +1,6 @@
-#include "Host/Library/Suites.h"
 #include "Host/Library/Error.h"
 #include "Host/Library/Memory.h"
+#include "Host/Library/OfferedSuites.h"
 #include "Host/Library/World.h"
 
 #include <cstring>

@@ -4,7 +4,7 @@ extern "C" {
 #include <frei0r.h>
 }
 
-#include "Host/Library/Effect.h"
+#include "Host/Library/HostedEffect.h"
 #include "PrismDrift/Sources/PrismDrift.h"
 #include "Support/HostContexts.h"
 #include "Tests/Host/ScratchFolder.h"
@@ -96,7 +96,7 @@ Frame someFrame(unsigned width, unsigned height) {
 
 /// What the effect gives through the host library, for the order BGR and a distance in pixels.
 Frame expected(const Frame& frame, unsigned width, unsigned height, double distance) {
-    Host::Effect effect(&EntryPointFunc);
+    Host::HostedEffect effect(&EntryPointFunc);
     Host::World in(static_cast<int>(width), static_cast<int>(height));
     Host::World out(in.width(), in.height());
     const auto copy = [&](auto each) {

@@ -34,18 +34,18 @@ struct CheckoutCounts {
 
 /// Several may live at once, of one plug-in too. `render`, `about` and the rest may be called from
 /// any thread and at the same time; what the effect answers to that is the effect's matter.
-class Effect {
+class HostedEffect {
 public:
     /// An effect that is linked in. Asks it for its parameters, which needs no OpenGL. Throws Error
     /// if it refuses or if what it publishes makes no sense. Where a thread had no context current,
     /// its commands leave none.
-    explicit Effect(PF_EffectMain entry);
+    explicit HostedEffect(PF_EffectMain entry);
     /// The same for a plug-in file. Throws Error if it can't be loaded or has no EntryPointFunc.
-    explicit Effect(const std::filesystem::path& plugin);
-    Effect(const Effect&) = delete;
-    Effect& operator=(const Effect&) = delete;
+    explicit HostedEffect(const std::filesystem::path& plugin);
+    HostedEffect(const HostedEffect&) = delete;
+    HostedEffect& operator=(const HostedEffect&) = delete;
     /// Sets the effect down where this object has set it up; what it answers then is dropped.
-    ~Effect();
+    ~HostedEffect();
 
     /// The effect's own words, its line breaks as '\n'.
     std::string about() const;

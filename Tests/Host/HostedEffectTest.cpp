@@ -1,9 +1,9 @@
-#include "Host/Library/Effect.h"
+#include "Host/Library/HostedEffect.h"
 
 #include "Host/Library/Error.h"
 #include "Host/Library/Memory.h"
 #include "Host/Library/Number.h"
-#include "Host/Library/Suites.h"
+#include "Host/Library/OfferedSuites.h"
 #include "Tests/Host/FakeEffect.h"
 
 #include <cmath>
@@ -32,7 +32,7 @@ protected:
     const std::size_t mMisusesBefore = handleCounts().misuses;
 
     // Red of the first pixel, which holds the sum of all values.
-    static int renderedSum(Effect& effect, const ParameterValues& values,
+    static int renderedSum(HostedEffect& effect, const ParameterValues& values,
                            const FrameSettings& settings = {}) {
         const World input(3, 2);
         World output(3, 2);
@@ -51,7 +51,7 @@ protected:
 };
 
 TEST_F(EffectTest, PublishesItsParametersAsTheyAre) {
-    const Effect effect(&FakeEffect::entry);
+    const HostedEffect effect(&FakeEffect::entry);
     const auto& parameters = effect.parameters();
     ASSERT_EQ(parameters.size(), 13U);
     EXPECT_EQ(parameters[0].choices,
@@ -96,7 +96,7 @@ TEST_F(EffectTest, RefusesParametersThatMakeNoSense) {
         row.change(definition);
         FakeEffect::strangeParameter = &definition;
         try {
-            const Effect effect(&FakeEffect::entry);
+            const HostedEffect effect(&FakeEffect::entry);
             ADD_FAILURE() << row.what;
         } catch (const Error& error) {
             EXPECT_THAT(error.what(), HasSubstr(row.what));
@@ -106,7 +106,7 @@ TEST_F(EffectTest, RefusesParametersThatMakeNoSense) {
 }
 
 TEST_F(EffectTest, HandsOutTheValuesOfTheFramesTime) {
-    Effect effect(&FakeEffect::entry);
+    HostedEffect effect(&FakeEffect::entry);
     ParameterValues values = effect.defaultValues();
     EXPECT_EQ(renderedSum(effect, values), (100 + 300) % 256);
     values.set(1, 6);
@@ -127,7 +127,7 @@ TEST_F(EffectTest, HandsOutTheValuesOfTheFramesTime) {
 }
 
 TEST_F(EffectTest, RefusesValuesThatAParameterDoesNotTake) {
-    const Effect effect(&FakeEffect::entry);
+    const HostedEffect effect(&FakeEffect::entry);
     ParameterValues values = effect.defaultValues();
     const std::pair<int, double> cases[] = {{1, 0},   {1, 7}, {1, 1.5}, {2, 32768}, {3, 1000.5},
                                             {3, NAN}, {4, 0}, {0, 0},   {14, 0},    {2, -32768.5}};
@@ -146,10 +146,10 @@ TEST_F(EffectTest, RefusesValuesThatAParameterDoesNotTake) {
 TEST_F(EffectTest, SetsUpOnceForAllInstancesAndDownWithTheLast) {
     FakeEffect::setUps = FakeEffect::setDowns = 0;
     {
-        Effect first(&FakeEffect::entry);
+        HostedEffect first(&FakeEffect::entry);
         EXPECT_EQ(FakeEffect::setUps, 0);
         {
-            Effect second(&FakeEffect::entry);
+            HostedEffect second(&FakeEffect::entry);
             first.setUp();
             renderedSum(second, second.defaultValues());
             first.setUp();
@@ -166,28 +166,29 @@ TEST_F(EffectTest, SetsUpOnceForAllInstancesAndDownWithTheLast) {
 
 TEST_F(EffectTest, TurnsTheEffectsErrorsIntoItsOwn) {
     FakeEffect::setUpResult = 7;
-    Effect effect(&FakeEffect::entry);
+    HostedEffect effect(&FakeEffect::entry);
     EXPECT_EQ(whatOf([&] { effect.setUp(); }),
               "the effect could not be set up: it gave the error 7");
     FakeEffect::setUpResult = 0;
     FakeEffect::renderResult = 4;
     EXPECT_THAT(whatOf([&] { renderedSum(effect, effect.defaultValues()); }),
                 HasSubstr("render a frame of 3x2 pixels: there is not enough memory"));
-    EXPECT_THAT(whatOf([] { const Effect missing(std::filesystem::path("/nonexistent.so")); }),
-                HasSubstr("cannot load the plug-in '/nonexistent.so'"));
+    EXPECT_THAT(
+        whatOf([] { const HostedEffect missing(std::filesystem::path("/nonexistent.so")); }),
+        HasSubstr("cannot load the plug-in '/nonexistent.so'"));
     World wide(2, 2, PF_PixelFormat_ARGB64);
     EXPECT_THROW(effect.render(wide, wide, effect.defaultValues()), Error);
 }
 
 TEST_F(EffectTest, RendersOnEightThreadsAtOnce) {
-    Effect effect(&FakeEffect::entry);
+    HostedEffect effect(&FakeEffect::entry);
     std::vector<std::thread> threads;
     threads.reserve(8);
     for (int thread = 0; thread < 8; ++thread) {
         threads.emplace_back([&effect, thread] {
-            Effect own(&FakeEffect::entry);
+            HostedEffect own(&FakeEffect::entry);
             for (int frame = 0; frame < 50; ++frame) {
-                Effect& used = frame % 2 == 0 ? effect : own;
+                HostedEffect& used = frame % 2 == 0 ? effect : own;
                 ParameterValues values = used.defaultValues();
                 values.set(3, thread);
                 EXPECT_EQ(renderedSum(used, values), (400 + thread) % 256);

@@ -1,4 +1,4 @@
-#include "Host/Library/Suites.h"
+#include "Host/Library/OfferedSuites.h"
 
 #include "Host/Library/Memory.h"
 #include "Host/Library/ScriptEngine.h"

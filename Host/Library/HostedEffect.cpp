@@ -1,4 +1,4 @@
-#include "Host/Library/Effect.h"
+#include "Host/Library/HostedEffect.h"
 
 #include "Host/Library/Callbacks.h"
 #include "Host/Library/Error.h"
@@ -89,23 +89,23 @@ PF_EffectMain entryOf(void* module, const std::filesystem::path& plugin) {
 
 } // namespace
 
-Effect::Effect(PF_EffectMain entry) : mEntry(entry) {
+HostedEffect::HostedEffect(PF_EffectMain entry) : mEntry(entry) {
     publish();
 }
 
-Effect::Effect(const std::filesystem::path& plugin)
+HostedEffect::HostedEffect(const std::filesystem::path& plugin)
     : mModule(openModule(plugin)), mEntry(entryOf(mModule.get(), plugin)) {
     publish();
 }
 
-Effect::~Effect() {
+HostedEffect::~HostedEffect() {
     try {
         setDown();
     } catch (const Error&) { // NOLINT(bugprone-empty-catch): nobody is left to be told
     }
 }
 
-void Effect::publish() {
+void HostedEffect::publish() {
     std::vector<Parameter> parameters;
     PF_ProgressInfo command;
     command.published = &parameters;
@@ -126,7 +126,7 @@ void Effect::publish() {
     mParameters = std::make_shared<const std::vector<Parameter>>(std::move(parameters));
 }
 
-std::string Effect::about() const {
+std::string HostedEffect::about() const {
     PF_ProgressInfo command;
     PF_InData in = makeInData(command);
     PF_OutData out{};
@@ -139,7 +139,7 @@ std::string Effect::about() const {
     return text;
 }
 
-void Effect::setUp() {
+void HostedEffect::setUp() {
     const std::lock_guard own(mSetUpMutex);
     if (mIsSetUp) {
         return;
@@ -162,7 +162,7 @@ void Effect::setUp() {
     mIsSetUp = true;
 }
 
-void Effect::setDown() {
+void HostedEffect::setDown() {
     const std::lock_guard own(mSetUpMutex);
     if (!mIsSetUp) {
         return;
@@ -184,8 +184,8 @@ void Effect::setDown() {
     }
 }
 
-void Effect::render(const World& input, World& output, const ParameterValues& values,
-                    const FrameSettings& settings) {
+void HostedEffect::render(const World& input, World& output, const ParameterValues& values,
+                          const FrameSettings& settings) {
     if (input.format() != PF_PixelFormat_ARGB32 || output.format() != PF_PixelFormat_ARGB32) {
         throw Error("the effect takes worlds of 8 bits a channel only");
     }
@@ -229,7 +229,7 @@ void Effect::render(const World& input, World& output, const ParameterValues& va
     }
 }
 
-CheckoutCounts Effect::checkouts() const {
+CheckoutCounts HostedEffect::checkouts() const {
     return {mCounters.checkedOut, mCounters.checkedIn, mCounters.unmatched, mCounters.outstanding};
 }
 
