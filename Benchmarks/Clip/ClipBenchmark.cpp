@@ -6,7 +6,7 @@
 
 #include "Host/Library/Error.h"
 #include "Host/Library/HostedEffect.h"
-#include "Host/Media/BoundedQueue.h"
+#include "Host/CommandLine/BoundedQueue.h"
 #include "Host/Media/Clip.h"
 
 #include <algorithm>

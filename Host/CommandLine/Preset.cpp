@@ -4,7 +4,7 @@
 #include "Host/CommandLine/Usage.h"
 #include "Host/Library/Error.h"
 #include "Host/Library/Number.h"
-#include "Host/Media/ReplaceFile.h"
+#include "Host/Library/ReplaceFile.h"
 
 #include <nlohmann/json.hpp>
 

@@ -1,8 +1,8 @@
 #include "Host/CommandLine/RenderClip.h"
 
+#include "Host/CommandLine/BoundedQueue.h"
 #include "Host/CommandLine/Interruption.h"
 #include "Host/Library/Error.h"
-#include "Host/Media/BoundedQueue.h"
 
 #include <algorithm>
 #include <atomic>

@@ -1,7 +1,7 @@
 #include "Host/CommandLine/StandardOutput.h"
 
 #include "Host/Library/Error.h"
-#include "Host/Media/ReplaceFile.h"
+#include "Host/Library/ReplaceFile.h"
 
 #include <cerrno>
 #include <fcntl.h>

@@ -1,7 +1,7 @@
 #include "Host/Library/Error.h"
 #include "Host/Library/Number.h"
+#include "Host/Library/ReplaceFile.h"
 #include "Host/Media/Clip.h"
-#include "Host/Media/ReplaceFile.h"
 #include "Host/Media/SequencePattern.h"
 #include "Host/Media/VideoWriter.h"
 

@@ -1,8 +1,8 @@
 #include "Host/Media/Picture.h"
 
 #include "Host/Library/Error.h"
+#include "Host/Library/ReplaceFile.h"
 #include "Host/Media/PixelConversion.h"
-#include "Host/Media/ReplaceFile.h"
 #include "Host/Media/VideoFormats.h"
 
 #include <algorithm>

@@ -3,9 +3,9 @@
 /// Writes a clip into a video file or pipe, with what else the clip's file holds. Internal to the
 /// media library.
 
+#include "Host/Library/ReplaceFile.h"
 #include "Host/Media/Clip.h"
 #include "Host/Media/PixelConversion.h"
-#include "Host/Media/ReplaceFile.h"
 #include "Host/Media/VideoFormats.h"
 
 #include <map>

@@ -1,7 +1,7 @@
 #include "Host/Media/Clip.h"
 #include "Host/Library/Error.h"
-#include "Host/Media/BoundedQueue.h"
-#include "Host/Media/ReplaceFile.h"
+#include "Host/CommandLine/BoundedQueue.h"
+#include "Host/Library/ReplaceFile.h"
 #include "Host/Media/SequencePattern.h"
 #include "Tests/Host/ScratchFolder.h"
 

@@ -3,8 +3,8 @@
 /// Where the cells of a sheet stand, and how they are drawn: pictures of one size in rows, each
 /// with its label beneath, under a title.
 
+#include "Host/CommandLine/Sheet/Compose.h"
 #include "Host/Library/World.h"
-#include "Host/Media/Compose.h"
 
 #include <string>
 #include <vector>

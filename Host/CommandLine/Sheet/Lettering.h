@@ -3,8 +3,8 @@
 /// Text in pictures, in the system's sans-serif font. A build without the library that draws it has
 /// the same operations, which all throw.
 
+#include "Host/CommandLine/Sheet/Compose.h"
 #include "Host/Library/World.h"
-#include "Host/Media/Compose.h"
 
 #include <string>
 

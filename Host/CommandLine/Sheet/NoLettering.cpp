@@ -1,7 +1,7 @@
 // Text in pictures, in a build without the library for it.
 
+#include "Host/CommandLine/Sheet/Lettering.h"
 #include "Host/Library/Error.h"
-#include "Host/Media/Lettering.h"
 
 namespace Vexorel::PrismDrift::Host {
 namespace {

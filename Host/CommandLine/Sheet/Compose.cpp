@@ -1,4 +1,4 @@
-#include "Host/Media/Compose.h"
+#include "Host/CommandLine/Sheet/Compose.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "Host/Media/Lettering.h"
+#include "Host/CommandLine/Sheet/Lettering.h"
 
 #include "Host/Library/Error.h"
 

@@ -2,7 +2,7 @@
 
 /// The contact sheet: one picture with different settings, so that a look is chosen with the eyes.
 
-#include "Host/CommandLine/SheetArguments.h"
+#include "Host/CommandLine/Sheet/SheetArguments.h"
 #include "Host/Library/HostedEffect.h"
 
 /// Reads the frame, draws it with each of the settings, and writes the sheet, whole or not at all.

@@ -1,7 +1,7 @@
-#include "Host/CommandLine/SheetLayout.h"
+#include "Host/CommandLine/Sheet/SheetLayout.h"
 
+#include "Host/CommandLine/Sheet/Lettering.h"
 #include "Host/Library/Error.h"
-#include "Host/Media/Lettering.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,14 +1,14 @@
-#include "Host/CommandLine/Sheet.h"
+#include "Host/CommandLine/Sheet/Sheet.h"
 
 #include "Host/CommandLine/ChosenValues.h"
 #include "Host/CommandLine/Progress.h"
 #include "Host/CommandLine/RenderClip.h"
-#include "Host/CommandLine/SheetLayout.h"
+#include "Host/CommandLine/Sheet/Lettering.h"
+#include "Host/CommandLine/Sheet/SheetLayout.h"
 #include "Host/CommandLine/Usage.h"
 #include "Host/Library/Error.h"
 #include "Host/Library/Number.h"
-#include "Host/Media/Lettering.h"
-#include "Host/Media/ReplaceFile.h"
+#include "Host/Library/ReplaceFile.h"
 
 #include <algorithm>
 #include <cmath>

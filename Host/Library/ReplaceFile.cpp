@@ -1,4 +1,4 @@
-#include "Host/Media/ReplaceFile.h"
+#include "Host/Library/ReplaceFile.h"
 
 #include "Host/Library/Error.h"
 

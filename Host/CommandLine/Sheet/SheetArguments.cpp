@@ -1,4 +1,4 @@
-#include "Host/CommandLine/SheetArguments.h"
+#include "Host/CommandLine/Sheet/SheetArguments.h"
 
 #include "Host/CommandLine/Usage.h"
 #include "Host/Library/Number.h"
