@@ -2,6 +2,7 @@
 
 #include "Host/CommandLine/Arguments.h"
 #include "Host/CommandLine/ChosenValues.h"
+#include "Host/CommandLine/ClipErrorText.h"
 #include "Host/CommandLine/PluginSearch.h"
 #include "Host/CommandLine/Preset.h"
 #include "Host/CommandLine/Progress.h"
@@ -69,7 +70,7 @@ void checkUsage(const Arguments& arguments) {
         Host::checkClipOutput(arguments.output);
         Host::SequencePattern::of(arguments.input.file);
     } catch (const Host::Error& error) {
-        throw UsageError(error.what());
+        throw UsageError(textWithOptions(error));
     }
 }
 
@@ -164,7 +165,7 @@ void keepMemory() {
     mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
 }
 
-int complain(const char* text, ExitStatus status) {
+int complain(const std::string& text, ExitStatus status) {
     std::cerr << "prismdrift: error: " << text << "\n";
     return status;
 }
@@ -181,6 +182,6 @@ int main(int count, char** words) {
     } catch (const std::bad_alloc&) {
         return complain("there is not enough memory", CouldNot);
     } catch (const std::exception& error) {
-        return complain(error.what(), CouldNot);
+        return complain(textWithOptions(error), CouldNot);
     }
 }

@@ -1,5 +1,5 @@
-#include "Host/Library/Error.h"
 #include "Host/Media/Clip.h"
+#include "Host/Media/ClipError.h"
 #include "Host/Media/Demuxer.h"
 #include "Host/Media/SequencePattern.h"
 #include "Host/Media/VideoReader.h"
@@ -23,14 +23,21 @@ void setFrameRate(ClipProperties& properties, const ClipInput& input) {
     }
 }
 
-// Pictures in files say themselves what raw pixels don't.
-void refuseRawOptions(const ClipInput& input) {
-    for (const auto& [option, text] : {std::pair("--video-size", &input.videoSize),
-                                       std::pair("--pixel-format", &input.pixelFormat),
-                                       std::pair("--input-format", &input.format)}) {
-        if (!text->empty()) {
-            throw Error("cannot read '" + input.file.string() + "': a picture in a file takes no " +
-                        option);
+// A picture's file says what raw pixels don't.
+void refuseRawSettings(const ClipInput& input) {
+    struct RawSetting {
+        const std::string& value;
+        ClipSetting setting;
+        const char* name;
+    };
+    const RawSetting all[] = {{input.videoSize, ClipSetting::VideoSize, "video size"},
+                              {input.pixelFormat, ClipSetting::InputPixelFormat, "pixel format"},
+                              {input.format, ClipSetting::InputFormat, "input format"}};
+    for (const RawSetting& raw : all) {
+        if (!raw.value.empty()) {
+            throw ClipError(ClipReason::SettingNotTaken, {raw.setting},
+                            "cannot read '" + input.file.string() +
+                                "': a picture in a file takes no " + raw.name);
         }
     }
 }
@@ -158,8 +165,7 @@ private:
             throw Error(name + ": the sequence has the frames " + std::to_string(mThere.front()) +
                         " to " + std::to_string(mThere.back()));
         }
-        throw Error(name + "; --missing skip leaves such frames out, --missing hold repeats the "
-                           "one before");
+        throw ClipError(ClipReason::FrameMissing, {ClipSetting::Missing}, name);
     }
 
     std::int64_t countChosen() {
@@ -192,9 +198,10 @@ Ratio frameRateFrom(const std::string& text) {
     constexpr int highest = 100000;
     if (av_parse_video_rate(&rate, text.c_str()) < 0 || rate.num <= 0 ||
         rate.num / rate.den > highest) {
-        throw Error("'" + text +
-                    "' is no frame rate: a number such as 25 or 23.976, a fraction "
-                    "such as 30000/1001, or a name such as ntsc is taken");
+        throw ClipError(ClipReason::ValueNotTaken, {ClipSetting::FrameRate},
+                        "'" + text +
+                            "' is no frame rate: a number such as 25 or 23.976, a fraction such as "
+                            "30000/1001, or a name such as ntsc is taken");
     }
     return {rate.num, rate.den};
 }
@@ -204,16 +211,17 @@ std::unique_ptr<ClipReader> openClip(const ClipInput& input) {
     // A name with '#' in it may well be a file's own.
     const bool isFile = std::filesystem::is_regular_file(input.file, ignored);
     if (auto pattern = isFile ? std::nullopt : SequencePattern::of(input.file)) {
-        refuseRawOptions(input);
+        refuseRawSettings(input);
         return std::make_unique<SequenceReader>(input, std::move(*pattern));
     }
     if (input.missing != Missing::Refuse) {
-        throw Error("cannot read '" + input.file.string() +
-                    "': --missing is for sequences, whose "
-                    "name holds a number's place such as %04d");
+        throw ClipError(ClipReason::SettingNotTaken, {ClipSetting::Missing},
+                        "cannot read '" + input.file.string() +
+                            "': only a sequence, whose name holds a number's place such as %04d, "
+                            "can skip or hold missing frames");
     }
     if (input.file != "-" && input.format.empty() && isStillPicture(input.file)) {
-        refuseRawOptions(input);
+        refuseRawSettings(input);
         return std::make_unique<StillReader>(input);
     }
     return std::make_unique<VideoReader>(input);

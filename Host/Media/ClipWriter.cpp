@@ -1,7 +1,7 @@
-#include "Host/Library/Error.h"
 #include "Host/Library/Number.h"
 #include "Host/Library/ReplaceFile.h"
 #include "Host/Media/Clip.h"
+#include "Host/Media/ClipError.h"
 #include "Host/Media/SequencePattern.h"
 #include "Host/Media/VideoWriter.h"
 
@@ -32,18 +32,22 @@ std::string endingOf(const std::filesystem::path& file) {
     return lowerCase(ending.empty() ? ending : ending.substr(1));
 }
 
-[[noreturn]] void refuse(const ClipOutput& output, const std::string& reason) {
-    throw Error("cannot write " +
-                (output.file == "-" ? "to standard output" : "'" + output.file.string() + "'") +
-                ": " + reason);
+std::string errorPrefix(const ClipOutput& output) {
+    return "cannot write " +
+           (output.file == "-" ? "to standard output" : "'" + output.file.string() + "'") + ": ";
+}
+
+[[noreturn]] void refuse(const ClipOutput& output, ClipReason reason, ClipSetting setting,
+                         const std::string& text) {
+    throw ClipError(reason, {setting}, errorPrefix(output) + text);
 }
 
 Target targetOf(const ClipOutput& output) {
     Target target;
     const bool isPipe = output.file == "-";
     if (isPipe && output.format.empty()) {
-        refuse(output, "it needs an --output-format, such as rawvideo, yuv4mpegpipe, matroska or "
-                       "png");
+        refuse(output, ClipReason::SettingNeeded, ClipSetting::OutputFormat,
+               "it needs an output format, such as rawvideo, yuv4mpegpipe, matroska or png");
     }
     const std::string format =
         output.format.empty() ? endingOf(output.file) : lowerCase(output.format);
@@ -54,28 +58,35 @@ Target targetOf(const ClipOutput& output) {
     if (target.container == nullptr && isPictureEnding(format)) {
         target.ending = format;
     } else if (target.container == nullptr && !output.format.empty()) {
-        refuse(output, "there is no output format '" + output.format +
-                           "'; these are there: " + containerEndings() +
-                           " by their endings or ffmpeg's names, and the endings of pictures");
+        refuse(output, ClipReason::ValueNotTaken, ClipSetting::OutputFormat,
+               "there is no output format '" + output.format +
+                   "'; these are there: " + containerEndings() +
+                   " by their endings or ffmpeg's names, and the endings of pictures");
     } else if (target.container == nullptr) {
         checkPictureName(output.file); // throws with all the endings
     }
     return target;
 }
 
-// What only a video has.
-void checkVideoOptions(const ClipOutput& output, const Target& target) {
-    if (target.container == nullptr) {
-        for (const auto& [option, text] :
-             {std::pair("--codec", output.codec),
-              std::pair("--output-pixel-format", output.pixelFormat),
-              std::pair("--quality", std::string(output.quality ? "a quality" : ""))}) {
-            if (!text.empty()) {
-                refuse(output, std::string(option) + " is for video, not for pictures");
-            }
+void refuseVideoSettings(const ClipOutput& output) {
+    struct VideoSetting {
+        bool isSet;
+        ClipSetting setting;
+        const char* name;
+    };
+    const VideoSetting all[] = {
+        {!output.codec.empty(), ClipSetting::Codec, "a codec"},
+        {!output.pixelFormat.empty(), ClipSetting::OutputPixelFormat, "a pixel format"},
+        {output.quality.has_value(), ClipSetting::Quality, "a quality"}};
+    for (const VideoSetting& video : all) {
+        if (video.isSet) {
+            refuse(output, ClipReason::SettingNotTaken, video.setting,
+                   std::string(video.name) + " is for video, not for pictures");
         }
-        return;
     }
+}
+
+void checkVideoSettings(const ClipOutput& output, const Target& target) {
     try {
         const VideoCodec& codec =
             chooseCodec(*target.container, output.codec, AV_CODEC_ID_NONE, false);
@@ -85,13 +96,14 @@ void checkVideoOptions(const ClipOutput& output, const Target& target) {
             choosePixelFormat(codec, output.pixelFormat, *plain);
         }
         if (output.quality && codec.qualityOption == nullptr && !output.codec.empty()) {
-            throw Error(std::string(codec.name) + " has no --quality to choose");
+            throw ClipError(ClipReason::SettingNotTaken, {ClipSetting::Quality},
+                            std::string(codec.name) + " has no quality to choose");
         }
-    } catch (const Error& error) {
-        refuse(output, error.what());
-    }
-    if (target.pattern) {
-        refuse(output, "a video is one file, without a number's place in its name");
+        if (target.pattern) {
+            throw Error("a video is one file, without a number's place in its name");
+        }
+    } catch (const Error&) {
+        rethrowWithPrefix(errorPrefix(output));
     }
 }
 
@@ -107,9 +119,10 @@ public:
         }
         if (mPicture) {
             const std::string name = mOutput.file.stem().string();
-            refuse(mOutput, "it holds one picture, and the input has more; write a sequence, '" +
-                                name + ".%04d" + mOutput.file.extension().string() +
-                                "' for one, or choose a frame with --frames");
+            refuse(mOutput, ClipReason::TooManyFrames, ClipSetting::Frames,
+                   "it holds one picture, and the input has more; write a sequence, such as '" +
+                       name + ".%04d" + mOutput.file.extension().string() +
+                       "', or choose one frame");
         }
         mPicture = std::move(std::get<ClipFrame>(item).picture);
     }
@@ -173,8 +186,8 @@ public:
         }
         try {
             send(encodedPicture(mEnding, frame->picture));
-        } catch (const Error& error) {
-            refuse(mOutput, error.what());
+        } catch (const Error&) {
+            rethrowWithPrefix(errorPrefix(mOutput));
         }
     }
 
@@ -197,7 +210,11 @@ private:
 
 void checkClipOutput(const ClipOutput& output) {
     const Target target = targetOf(output);
-    checkVideoOptions(output, target);
+    if (target.container != nullptr) {
+        checkVideoSettings(output, target);
+    } else {
+        refuseVideoSettings(output);
+    }
 }
 
 std::unique_ptr<ClipWriter> openClipWriter(const ClipOutput& output, const ClipInput& input,

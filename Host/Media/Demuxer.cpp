@@ -1,8 +1,8 @@
 #include "Host/Media/Demuxer.h"
 
-#include "Host/Library/Error.h"
+#include "Host/Media/ClipError.h"
 
-#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <limits>
 #include <string_view>
@@ -43,7 +43,8 @@ const AVInputFormat* formatNamed(const std::string& name) {
     }
     const AVInputFormat* format = av_find_input_format(name.c_str());
     if (format == nullptr) {
-        throw Error("there is no input format '" + name + "'");
+        throw ClipError(ClipReason::ValueNotTaken, {ClipSetting::InputFormat},
+                        "there is no input format '" + name + "'");
     }
     return format;
 }
@@ -52,6 +53,26 @@ struct DictionaryEnd {
     AVDictionary* options = nullptr;
     ~DictionaryEnd() { av_dict_free(&options); }
 };
+
+// A setting that FFmpeg's format takes as an option.
+struct FormatOption {
+    const char* key;
+    const std::string& value; // empty where it isn't set
+    ClipSetting setting;
+    const char* name; // in messages
+};
+
+ClipInput inputOf(const fs::path& file) {
+    ClipInput input;
+    input.file = file;
+    return input;
+}
+
+std::array<FormatOption, 3> formatOptions(const ClipInput& input) {
+    return {{{"video_size", input.videoSize, ClipSetting::VideoSize, "video size"},
+             {"pixel_format", input.pixelFormat, ClipSetting::InputPixelFormat, "pixel format"},
+             {"framerate", input.frameRate, ClipSetting::FrameRate, "frame rate"}}};
+}
 
 } // namespace
 
@@ -82,7 +103,7 @@ bool isStillPicture(const fs::path& file) {
         return false; // a pipe's bytes come but once
     }
     try {
-        const Demuxer demuxer(file, "", {});
+        const Demuxer demuxer(file);
         const std::string_view name = demuxer.context().iformat->name;
         constexpr std::string_view ending = "_pipe";
         return name == "image2" ||
@@ -92,16 +113,17 @@ bool isStillPicture(const fs::path& file) {
     }
 }
 
-Demuxer::Demuxer(const fs::path& file, const std::string& format,
-                 const std::map<std::string, std::string>& options)
-    : mUrl(file == "-" ? "pipe:0" : "file:" + fs::absolute(file).string()) {
-    if (file != "-") {
-        checkReadable(file);
+Demuxer::Demuxer(const ClipInput& input)
+    : mUrl(input.file == "-" ? "pipe:0" : "file:" + fs::absolute(input.file).string()) {
+    if (input.file != "-") {
+        checkReadable(input.file);
     }
-    const AVInputFormat* wanted = formatNamed(format);
-    if (format == "rawvideo" && options.count("video_size") == 0) {
-        throw Error("rawvideo says nothing of itself: it needs --video-size, and --pixel-format "
-                    "unless it is yuv420p");
+    const AVInputFormat* wanted = formatNamed(input.format);
+    if (input.format == "rawvideo" && input.videoSize.empty()) {
+        throw ClipError(ClipReason::SettingNeeded,
+                        {ClipSetting::VideoSize, ClipSetting::InputPixelFormat},
+                        "rawvideo doesn't describe itself: it needs a video size, and a pixel "
+                        "format unless it is yuv420p");
     }
     // FFmpeg frees a context of ours when it can't open the file.
     AVFormatContext* context = owned(avformat_alloc_context()).release();
@@ -113,28 +135,31 @@ Demuxer::Demuxer(const fs::path& file, const std::string& format,
     DictionaryEnd rest;
     av_dict_set(&rest.options, "protocol_whitelist", "file,pipe", 0);
     av_dict_set(&rest.options, "pattern_type", "none", 0); // '%' and '*' are plain characters
-    for (const auto& [key, value] : options) {
-        av_dict_set(&rest.options, key.c_str(), value.c_str(), 0);
+    for (const FormatOption& option : formatOptions(input)) {
+        av_dict_set(&rest.options, option.key,
+                    option.value.empty() ? nullptr : option.value.c_str(), 0);
     }
     const int result = avformat_open_input(&context, mUrl.c_str(), wanted, &rest.options);
     if (result == AVERROR_INVALIDDATA) {
-        throw Error(format.empty() ? "it is no picture or video of a known format"
-                                   : "it is damaged or has not the format '" + format + "'");
+        throw Error(input.format.empty()
+                        ? "it is no picture or video of a known format"
+                        : "it is damaged or not of the format '" + input.format + "'");
     }
     check(result);
     mFormat.reset(context);
     if (isForeign(*context->iformat)) {
         throw Error("it is no picture but a text or a list of other files");
     }
-    for (const auto& [key, value] : options) {
-        if (av_dict_get(rest.options, key.c_str(), nullptr, 0) != nullptr) {
-            std::string option = "--" + key;
-            std::replace(option.begin(), option.end(), '_', '-');
-            throw Error("its format, " + std::string(context->iformat->name) + ", takes no " +
-                        option);
+    for (const FormatOption& option : formatOptions(input)) {
+        if (av_dict_get(rest.options, option.key, nullptr, 0) != nullptr) {
+            throw ClipError(ClipReason::SettingNotTaken, {option.setting},
+                            "its format, " + std::string(context->iformat->name) + ", takes no " +
+                                option.name);
         }
     }
 }
+
+Demuxer::Demuxer(const fs::path& file) : Demuxer(inputOf(file)) {}
 
 void Demuxer::check(int result) const {
     if (result < 0) {

@@ -3,12 +3,12 @@
 /// A file or a pipe, opened by FFmpeg's libraries, and nothing that it refers to. Internal to the
 /// media library.
 
+#include "Host/Media/Clip.h"
 #include "Host/Media/FFmpeg.h"
 
 #include <atomic>
 #include <cstdint>
 #include <filesystem>
-#include <map>
 #include <string>
 
 namespace Vexorel::PrismDrift::Host {
@@ -25,10 +25,10 @@ bool isStillPicture(const std::filesystem::path& file);
 
 class Demuxer {
 public:
-    /// `file` is "-" for standard input. `format` is empty for what the file says; `options` are
-    /// the format's. All errors that follow are thrown as Error, with the reason alone.
-    Demuxer(const std::filesystem::path& file, const std::string& format,
-            const std::map<std::string, std::string>& options);
+    /// Opens the input's file with its format, size, pixel format and frame rate. All errors, those
+    /// of `check` too, are thrown as Error, with the reason alone.
+    explicit Demuxer(const ClipInput& input);
+    explicit Demuxer(const std::filesystem::path& file);
     Demuxer(const Demuxer&) = delete;
     Demuxer& operator=(const Demuxer&) = delete;
     ~Demuxer() = default;

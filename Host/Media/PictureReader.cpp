@@ -15,7 +15,7 @@ namespace fs = std::filesystem;
 // Decodes the first picture of one file.
 class Decoder {
 public:
-    explicit Decoder(const fs::path& file) : mDemuxer(file, "", {}) { openCodec(); }
+    explicit Decoder(const fs::path& file) : mDemuxer(file) { openCodec(); }
 
     FFmpegPtr<AVFrame> firstFrame() {
         auto frame = owned(av_frame_alloc());

@@ -1,7 +1,7 @@
 #include "Host/Media/VideoFormats.h"
 
-#include "Host/Library/Error.h"
 #include "Host/Library/Number.h"
+#include "Host/Media/ClipError.h"
 #include "Host/Media/PixelConversion.h"
 
 #include <algorithm>
@@ -166,7 +166,8 @@ const VideoCodec& chooseCodec(const Container& container, const std::string& wan
             takes += name;
             takes += ", ";
         }
-        throw Error(takes + "not '" + wanted + "'");
+        throw ClipError(ClipReason::ValueNotTaken, {ClipSetting::Codec},
+                        takes + "not '" + wanted + "'");
     }
     std::string name = !wanted.empty() ? wanted
                        : alpha         ? container.alphaCodec
@@ -202,7 +203,8 @@ AVPixelFormat choosePixelFormat(const VideoCodec& codec, const std::string& want
                 known += (known.empty() ? ", which takes " : ", ") +
                          std::string(av_get_pix_fmt_name(one));
             }
-            throw Error("'" + wanted + "' is no pixel format of " + codec.name + known);
+            throw ClipError(ClipReason::ValueNotTaken, {ClipSetting::OutputPixelFormat},
+                            "'" + wanted + "' is no pixel format of " + codec.name + known);
         }
         return format;
     }

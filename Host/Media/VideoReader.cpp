@@ -1,6 +1,6 @@
 #include "Host/Media/VideoReader.h"
 
-#include "Host/Library/Error.h"
+#include "Host/Media/ClipError.h"
 #include "Host/Media/FrameProperties.h"
 
 #include <algorithm>
@@ -15,21 +15,6 @@ extern "C" {
 
 namespace Vexorel::PrismDrift::Host {
 namespace {
-
-std::map<std::string, std::string> optionsOf(const ClipInput& input) {
-    std::map<std::string, std::string> options;
-    const std::pair<const char*, const std::string&> all[] = {
-        {"video_size", input.videoSize},
-        {"pixel_format", input.pixelFormat},
-        {"framerate", input.frameRate},
-    };
-    for (const auto& [key, value] : all) {
-        if (!value.empty()) {
-            options.emplace(key, value);
-        }
-    }
-    return options;
-}
 
 // VP8 and VP9 keep alpha beside the picture, where FFmpeg's own decoders don't look.
 const AVCodec* decoderFor(const AVStream& stream) {
@@ -79,12 +64,12 @@ bool isPlainFile(const std::filesystem::path& file) {
 
 VideoReader::VideoReader(const ClipInput& input) : mInput(input) {
     try {
-        mDemuxer = std::make_unique<Demuxer>(input.file, input.format, optionsOf(input));
+        mDemuxer = std::make_unique<Demuxer>(input);
         openStream();
         openDecoder();
         describe();
-    } catch (const Error& error) {
-        refuse(error.what());
+    } catch (const std::exception&) {
+        rethrowWithPrefix(errorPrefix());
     }
 }
 
@@ -156,10 +141,8 @@ std::optional<ClipItem> VideoReader::next() {
     try {
         const FFmpegMessages fresh;
         return readItem();
-    } catch (const Error& error) {
-        refuse(place() + error.what());
-    } catch (const std::bad_alloc&) {
-        refuse(place() + "there is not enough memory");
+    } catch (const std::exception&) {
+        rethrowWithPrefix(errorPrefix() + place());
     }
 }
 
@@ -340,7 +323,7 @@ void VideoReader::scan() {
         return;
     }
     try {
-        Demuxer demuxer(mInput.file, mInput.format, optionsOf(mInput));
+        Demuxer demuxer(mInput);
         AVFormatContext& context = demuxer.context();
         demuxer.check(avformat_find_stream_info(&context, nullptr));
         for (unsigned i = 0; i < context.nb_streams; ++i) {
@@ -361,26 +344,29 @@ void VideoReader::scan() {
         if (read != AVERROR_EOF) {
             demuxer.check(read);
         }
-    } catch (const Error& error) {
-        refuse(error.what());
+    } catch (const std::exception&) {
+        rethrowWithPrefix(errorPrefix());
     }
     std::sort(mTimes.begin(), mTimes.end());
 }
 
+// Where in the clip an error came up.
 std::string VideoReader::place() const {
-    return mIsRefusedHere ? "" : "frame " + std::to_string(mIndex) + ": ";
+    if (mIsRefusedHere) {
+        return "";
+    }
+    const std::string frame = "frame " + std::to_string(mIndex) + ": ";
+    const bool isStreamedMov =
+        mInput.file == "-" && mIndex == 0 &&
+        std::string_view(mProperties.container->iformat->name).substr(0, 3) == "mov";
+    return isStreamedMov
+               ? "an MP4 or MOV file whose index is at its end can't come from a pipe; " + frame
+               : frame;
 }
 
-void VideoReader::refuse(const std::string& reason) const {
-    const std::string name =
-        mInput.file == "-" ? "standard input" : "'" + mInput.file.string() + "'";
-    const bool streamed =
-        mInput.file == "-" && mIndex == 0 && mProperties.container != nullptr &&
-        std::string_view(mProperties.container->iformat->name).substr(0, 3) == "mov";
-    throw Error("cannot read " + name + ": " + reason +
-                (streamed ? "; an MP4 or MOV file whose index stands at its end can't come from a "
-                            "pipe"
-                          : ""));
+std::string VideoReader::errorPrefix() const {
+    return "cannot read " +
+           (mInput.file == "-" ? "standard input" : "'" + mInput.file.string() + "'") + ": ";
 }
 
 } // namespace Vexorel::PrismDrift::Host

@@ -37,7 +37,7 @@ private:
     Picture picture();
     void scan();
     std::string place() const;
-    [[noreturn]] void refuse(const std::string& reason) const;
+    std::string errorPrefix() const;
 
     AVStream& stream() { return *mDemuxer->context().streams[mProperties.videoStream]; }
 

@@ -1,6 +1,6 @@
 #include "Host/Media/VideoWriter.h"
 
-#include "Host/Library/Error.h"
+#include "Host/Media/ClipError.h"
 
 #include <algorithm>
 #include <array>
@@ -201,7 +201,7 @@ void VideoWriter::openEncoder(const ClipFrame& first) {
         const VideoCodec& codec =
             chooseCodec(mContainer, mOutput.codec, mOwnCodec, carriesAlpha(sourceFormat));
         if (mOutput.quality && codec.qualityOption == nullptr) {
-            warn(std::string(codec.name) + " has no --quality to choose");
+            warn(std::string(codec.name) + " has no quality to choose");
         }
         AVPixelFormat format = choosePixelFormat(codec, mOutput.pixelFormat, source);
         const int width = first.picture.world.width();
@@ -209,12 +209,14 @@ void VideoWriter::openEncoder(const ClipFrame& first) {
         // x265 writes beyond its own memory where a side is shorter than one of its blocks.
         constexpr int block = 64;
         if (std::string_view(codec.name) == "hevc" && std::min(width, height) < block) {
-            throw Error("hevc takes 64 pixels a side and more, not " + sizeText(width, height));
+            throw ClipError(ClipReason::ValueNotTaken, {ClipSetting::Codec},
+                            "hevc takes 64 pixels a side and more, not " + sizeText(width, height));
         }
         if (needsEvenSides(codec, format, width, height)) {
             if (!mOutput.pixelFormat.empty()) {
-                throw Error(mOutput.pixelFormat + " takes even sides only in " + codec.name +
-                            ", not " + sizeText(width, height));
+                throw ClipError(ClipReason::ValueNotTaken, {ClipSetting::OutputPixelFormat},
+                                mOutput.pixelFormat + " takes even sides only in " + codec.name +
+                                    ", not " + sizeText(width, height));
             }
             format = AV_PIX_FMT_YUV444P;
             warn("a size of " + sizeText(width, height) + " goes into " + codec.name +
@@ -247,8 +249,8 @@ void VideoWriter::openEncoder(const ClipFrame& first) {
         av_dict_free(&options);
         mAlphaIsLost = !carriesAlpha(format);
         mPictureSize = sizeText(width, height);
-    } catch (const Error& error) {
-        refuse(error.what());
+    } catch (const Error&) {
+        rethrowWithPrefix(errorPrefix());
     }
     check(result);
 }
@@ -377,8 +379,12 @@ void VideoWriter::check(int result) const {
 }
 
 void VideoWriter::refuse(const std::string& reason) const {
-    throw Error("cannot write " +
-                (mFile ? "'" + mOutput.file.string() + "'" : "to standard output") + ": " + reason);
+    throw Error(errorPrefix() + reason);
+}
+
+std::string VideoWriter::errorPrefix() const {
+    return "cannot write " + (mFile ? "'" + mOutput.file.string() + "'" : "to standard output") +
+           ": ";
 }
 
 void VideoWriter::warn(const std::string& text) const {

@@ -49,6 +49,7 @@ private:
     void mux(AVPacket& packet);
     void check(int result) const;
     [[noreturn]] void refuse(const std::string& reason) const;
+    std::string errorPrefix() const;
     void warn(const std::string& text) const;
 
     ClipOutput mOutput;

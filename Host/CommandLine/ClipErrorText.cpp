@@ -1,0 +1,61 @@
+#include "Host/CommandLine/ClipErrorText.h"
+
+#include "Host/Media/ClipError.h"
+
+namespace {
+
+namespace Host = Vexorel::PrismDrift::Host;
+
+std::string optionFor(Host::ClipSetting setting) {
+    switch (setting) {
+    case Host::ClipSetting::InputFormat:
+        return "--input-format";
+    case Host::ClipSetting::VideoSize:
+        return "--video-size";
+    case Host::ClipSetting::InputPixelFormat:
+        return "--pixel-format";
+    case Host::ClipSetting::FrameRate:
+        return "--framerate";
+    case Host::ClipSetting::Missing:
+        return "--missing";
+    case Host::ClipSetting::Frames:
+        return "--frames";
+    case Host::ClipSetting::OutputFormat:
+        return "--output-format";
+    case Host::ClipSetting::Codec:
+        return "--codec";
+    case Host::ClipSetting::OutputPixelFormat:
+        return "--output-pixel-format";
+    case Host::ClipSetting::Quality:
+        return "--quality";
+    }
+    return "";
+}
+
+std::string adviceFor(const Host::ClipError& error) {
+    std::string options;
+    for (const Host::ClipSetting setting : error.settings()) {
+        options += (options.empty() ? "" : " and ") + optionFor(setting);
+    }
+    switch (error.reason()) {
+    case Host::ClipReason::SettingNotTaken:
+        return "; leave out " + options;
+    case Host::ClipReason::SettingNeeded:
+        return "; give " + options;
+    case Host::ClipReason::ValueNotTaken:
+        return " (" + options + ")";
+    case Host::ClipReason::FrameMissing:
+        return "; " + options + " skip leaves such frames out, " + options +
+               " hold repeats the one before";
+    case Host::ClipReason::TooManyFrames:
+        return " with " + options;
+    }
+    return "";
+}
+
+} // namespace
+
+std::string textWithOptions(const std::exception& error) {
+    const auto* clipError = dynamic_cast<const Host::ClipError*>(&error);
+    return error.what() + (clipError != nullptr ? adviceFor(*clipError) : "");
+}

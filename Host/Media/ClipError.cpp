@@ -1,0 +1,19 @@
+#include "Host/Media/ClipError.h"
+
+#include <new>
+
+namespace Vexorel::PrismDrift::Host {
+
+void rethrowWithPrefix(const std::string& prefix) {
+    try {
+        throw;
+    } catch (const ClipError& error) {
+        throw ClipError(error.reason(), error.settings(), prefix + error.what());
+    } catch (const Error& error) {
+        throw Error(prefix + error.what(), error.code());
+    } catch (const std::bad_alloc&) {
+        throw Error(prefix + "there is not enough memory");
+    }
+}
+
+} // namespace Vexorel::PrismDrift::Host
