@@ -1,6 +1,7 @@
 #include "Host/Library/Keyframes.h"
 
 #include "Host/Library/Number.h"
+#include "Host/Library/Text.h"
 
 #include <algorithm>
 #include <limits>
@@ -11,15 +12,6 @@ namespace Vexorel::PrismDrift::Host {
 namespace {
 
 constexpr double largestTime = std::numeric_limits<std::int32_t>::max(); // frames or seconds
-
-constexpr std::string_view whiteSpace = " \t\r\n";
-
-std::string_view trimmed(std::string_view text) {
-    const std::size_t start = text.find_first_not_of(whiteSpace);
-    return start == std::string_view::npos
-               ? std::string_view()
-               : text.substr(start, text.find_last_not_of(whiteSpace) - start + 1);
-}
 
 // The text in characters that take one column each.
 std::vector<std::string> columnsOf(std::string_view text) {

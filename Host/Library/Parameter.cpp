@@ -2,6 +2,7 @@
 
 #include "Host/Library/Error.h"
 #include "Host/Library/Number.h"
+#include "Host/Library/Text.h"
 
 #include <algorithm>
 #include <cmath>
@@ -14,22 +15,11 @@ namespace {
 
 constexpr double fixedOne = 65536.0;
 
-std::vector<std::string> split(std::string_view text, char separator) {
-    std::vector<std::string> parts;
-    for (;;) {
-        const std::size_t end = text.find(separator);
-        parts.emplace_back(text.substr(0, end));
-        if (end == std::string_view::npos) {
-            return parts;
-        }
-        text.remove_prefix(end + 1);
-    }
-}
-
 void readPopup(const PF_PopupDef& popup, Parameter& parameter) {
     if (popup.u.namesptr != nullptr) {
         parameter.choiceText = popup.u.namesptr;
-        parameter.choices = split(parameter.choiceText, '|');
+        const std::vector<std::string_view> names = split(parameter.choiceText, '|');
+        parameter.choices.assign(names.begin(), names.end());
     }
     if (popup.num_choices < 1 ||
         parameter.choices.size() != static_cast<std::size_t>(popup.num_choices)) {
