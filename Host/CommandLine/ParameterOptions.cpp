@@ -11,6 +11,7 @@ namespace {
 
 using Vexorel::PrismDrift::Host::Keyframes;
 using Vexorel::PrismDrift::Host::KeyframesError;
+using Vexorel::PrismDrift::Host::looksLikeKeyframes;
 using Vexorel::PrismDrift::Host::Parameter;
 using Vexorel::PrismDrift::Host::ParameterKind;
 using Vexorel::PrismDrift::Host::ParameterValues;
@@ -161,7 +162,7 @@ void ParameterOption::apply(std::string_view text, ParameterValues& values) cons
     }
     for (std::size_t i = 0; i < members.size(); ++i) {
         const std::string_view part = parts[parts.size() == 1 ? 0 : i];
-        if (Keyframes::areMeant(part)) {
+        if (looksLikeKeyframes(part)) {
             values.set(members[i]->index, parseKeyframes(*members[i], part, name));
         } else {
             values.set(members[i]->index, parseValue(*members[i], part, complaint));

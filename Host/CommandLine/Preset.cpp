@@ -181,7 +181,7 @@ void take(const Json& value, const Parameter& parameter, const std::string& name
         }
         hint = nearestHint(text, parameter.choices);
     } else if (value.is_string() && parameter.varies &&
-               Host::Keyframes::areMeant(value.get<std::string>())) {
+               Host::looksLikeKeyframes(value.get<std::string>())) {
         try {
             values.set(parameter.index,
                        Host::Keyframes::parse(value.get<std::string>(), parameter));

@@ -51,14 +51,14 @@ struct KeyTime {
     bool fromEnd = false;
 };
 
+/// Whether a text is to be read as keyframes, right or wrong, rather than as a single value.
+inline bool looksLikeKeyframes(std::string_view text) {
+    return text.find_first_of("=;") != std::string_view::npos;
+}
+
 /// One or more keys, each with a value that the parameter takes. Their order is free.
 class Keyframes {
 public:
-    /// Whether a text, be it right or wrong, is written as keyframes rather than a single value.
-    static bool areMeant(std::string_view text) {
-        return text.find_first_of("=;") != std::string_view::npos;
-    }
-
     /// Throws KeyframesError; also for two keys with the same time.
     static Keyframes parse(std::string_view text, const Parameter& parameter);
 
