@@ -16,7 +16,7 @@ std::string runScript(const std::filesystem::path& file) {
     }
     std::string result;
     try {
-        result = Host::runScript(script);
+        result = Host::evaluateScript(script);
     } catch (const Error& error) {
         throw Error("the script '" + file.string() + "' failed: " + error.what());
     }

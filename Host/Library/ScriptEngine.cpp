@@ -157,7 +157,7 @@ const AEGP_UtilitySuite5& utilitySuite() {
     return suite;
 }
 
-std::string runScript(const std::string& script) {
+std::string evaluateScript(const std::string& script) {
     AEGP_MemHandle result = nullptr;
     AEGP_MemHandle error = nullptr;
     const PF_Err err = utilitySuite().AEGP_ExecuteScript(0, script.c_str(), false, &result, &error);

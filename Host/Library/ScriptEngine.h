@@ -24,6 +24,6 @@ const AEGP_UtilitySuite5& utilitySuite();
 
 /// Runs a script as an effect does, through that suite and the handles that it leaves, and gives
 /// the value's text up to its first zero byte. Throws Error with the error's text if it fails.
-std::string runScript(const std::string& script);
+std::string evaluateScript(const std::string& script);
 
 } // namespace Vexorel::PrismDrift::Host

@@ -22,7 +22,7 @@ std::string run(const char* script) {
 /// The value, or the error.
 std::string outcomeOf(const std::string& script) {
     try {
-        return runScript(script);
+        return evaluateScript(script);
     } catch (const Error& error) {
         return error.what();
     }
