@@ -1,31 +1,33 @@
 #pragma once
 
 /// The kernel's counting semaphores, under the names and numbers of the platform that this code
-/// base comes from; a build on that platform swaps this folder for the real interface. Here they
-/// stand on the futex: a call that need not block makes no system call, and one that must block
-/// sleeps.
+/// base comes from; a build on that platform swaps this folder for the real interface.
 ///
 /// A semaphore is a count of permits and the threads that wait for one. It is known by a 32-bit
 /// name, as a file is by its descriptor: copied freely, valid in this process until it is
 /// destroyed.
 ///
 /// Required of the caller
-///  - semaphore_destroy comes after every other call on that name has returned, but for one kind:
-///    whoever took the permit that a signal gave may destroy the semaphore at once, though the
-///    call that gave it is still on its way out.
+///  - semaphore_destroy comes after every other call on that name has returned, with one exception:
+///    the thread that took a signal's permit may destroy the semaphore although the call that gave
+///    the permit has not returned yet.
 ///  - No call is made from a handler of an asynchronous signal.
 ///
 /// Guaranteed in return
-///  - Each permit lets one wait through, and none lies idle while a thread sleeps for it. It is for
-///    whoever comes first: a running thread may take it before the one that the signal woke, which
-///    then goes on waiting.
+///  - Each permit lets one wait through, and no thread sleeps while a permit is free. A permit
+///    belongs to whoever takes it first: a running thread may take it before the one that the
+///    signal woke, which then goes on waiting. This keeps a semaphore that serves as a lock from
+///    waiting for a sleeping thread to wake at each turn.
 ///  - Among the threads that wait, the one that came last is woken first.
 ///  - semaphore_signal_all lets through the threads that wait when it takes effect, all of them and
 ///    no other. It leaves no permit behind: a thread that arrives later waits.
 ///  - A wait that a signal handler interrupts goes on waiting when the handler has returned.
 ///    A wait is not a cancellation point.
-///  - A name that is not valid, or no longer, is refused and reaches no other semaphore (a name
-///    comes back after 4095 semaphores have been made and destroyed in the same place).
+///  - A name that was never given, or whose semaphore was destroyed, is refused. A name comes back
+///    only after 2^32 - 1 others.
+///
+/// Cost: one short lock for all semaphores of the process. A call makes no system call, unless it
+/// has to sleep, wakes a thread or meets another call.
 ///
 /// Memory ordering: whatever a thread did before semaphore_signal or semaphore_signal_all happens
 /// before the return of each wait that it lets through. What was done before earlier signals,
@@ -52,7 +54,7 @@ using kern_return_t = int;
 enum : kern_return_t {
     KERN_SUCCESS = 0,
     KERN_INVALID_ARGUMENT = 4,  ///< a null pointer, an unknown name, task, policy or count
-    KERN_RESOURCE_SHORTAGE = 6, ///< no memory or no name left, or no room in the count
+    KERN_RESOURCE_SHORTAGE = 6, ///< no memory left, or no room in the count
     KERN_TERMINATED = 37        ///< the semaphore was destroyed under a thread that waited
 };
 
@@ -63,8 +65,7 @@ enum : int { SYNC_POLICY_LIFO = 2 };
 task_t mach_task_self();
 
 /// Makes a semaphore of `value` permits, 0 to 2^31 - 1, and writes its name. On failure `semaphore`
-/// is left as it was. A process holds up to 2^20 of them at a time; the first 256 take no memory
-/// from the heap.
+/// is left as it was.
 kern_return_t semaphore_create(task_t task, semaphore_t* semaphore, int policy, int value);
 
 /// Ends the semaphore and its name. A thread that still waits returns with KERN_TERMINATED.
