@@ -6,16 +6,19 @@ namespace Vexorel::PrismDrift {
 
 namespace {
 
-class SemaphoreLock {
+class PRISMDRIFT_THREAD_ATTRIBUTE(scoped_lockable) SemaphoreLock {
 public:
-    explicit SemaphoreLock(Semaphore& semaphore) : mSemaphore(semaphore) { mSemaphore.wait(); }
-    ~SemaphoreLock() { mSemaphore.signal(); }
+    explicit SemaphoreLock(Semaphore* semaphore) PRISMDRIFT_ACQUIRE(semaphore)
+        : mSemaphore(semaphore) {
+        mSemaphore->wait();
+    }
+    ~SemaphoreLock() PRISMDRIFT_RELEASE() { mSemaphore->signal(); }
 
     SemaphoreLock(const SemaphoreLock&) = delete;
     SemaphoreLock& operator=(const SemaphoreLock&) = delete;
 
 private:
-    Semaphore& mSemaphore;
+    Semaphore* mSemaphore;
 };
 
 } // namespace
@@ -28,19 +31,19 @@ IdleQueue::~IdleQueue() {
 
 void IdleQueue::async(const std::function<void()>& task) {
     std::function<void()> copy = task;
-    const SemaphoreLock lock(*mSemaphore);
+    const SemaphoreLock lock(mSemaphore);
     mQueue.push_back(std::move(copy));
 }
 
 bool IdleQueue::hasTask() const {
-    const SemaphoreLock lock(*mSemaphore);
+    const SemaphoreLock lock(mSemaphore);
     return !mQueue.empty();
 }
 
 void IdleQueue::updateQueue() {
     std::function<void()> task;
     {
-        const SemaphoreLock lock(*mSemaphore);
+        const SemaphoreLock lock(mSemaphore);
         if (mQueue.empty()) {
             return;
         }
@@ -51,11 +54,11 @@ void IdleQueue::updateQueue() {
 }
 
 void IdleQueue::clearAsyncQueue() {
-    // Swapped, not moved from: what this deque allocates is allocated before the lock is taken,
-    // and the tasks are destroyed after it is given back.
+    // Destroyed after the lock is given back. Swapped, not moved: a deque that is moved from
+    // allocates, and this one allocates before the lock is taken.
     std::deque<std::function<void()>> dropped;
     {
-        const SemaphoreLock lock(*mSemaphore);
+        const SemaphoreLock lock(mSemaphore);
         mQueue.swap(dropped);
     }
 }

@@ -65,8 +65,8 @@ public:
     /// Count 1: the lock around mQueue. Owned.
     Semaphore* mSemaphore;
 
-    /// The pending tasks, the oldest in front. Guarded by mSemaphore.
-    std::deque<std::function<void()>> mQueue;
+    /// The pending tasks, the oldest in front.
+    std::deque<std::function<void()>> mQueue PRISMDRIFT_GUARDED_BY(mSemaphore);
 };
 
 } // namespace Vexorel::PrismDrift

@@ -24,13 +24,16 @@
 ///     slots.signal();
 
 #include "Platform/Kernel/KernelSemaphore.h"
+#include "Platform/Threads/Mutex.h"
 
 #include <atomic>
 #include <cstdint>
 
 namespace Vexorel::PrismDrift {
 
-class Semaphore {
+/// A field may be marked as guarded by a semaphore that serves as a lock. Mark the class that holds
+/// it for a block: `wait` and `signal` are not marked, since one thread may wait and another signal.
+class PRISMDRIFT_THREAD_ATTRIBUTE(capability("semaphore")) Semaphore {
 public:
     /// Starts with `count` permits; with 2^31 - 1 if `count` is more.
     explicit Semaphore(unsigned int count);
