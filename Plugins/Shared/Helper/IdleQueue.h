@@ -1,23 +1,22 @@
 #pragma once
 
-/// Tasks that any thread hands over, and that another runs one at a time when it has nothing
-/// better to do: first in, first out, and never under the queue's lock.
+/// A queue of tasks: any thread appends, and a thread that is idle runs them one at a time, first
+/// in, first out, and never under the queue's lock.
 ///
 /// Required of the caller
-///  - No thread is inside an operation when the queue is destroyed, but for a task that
-///    `updateQueue` is running: it may destroy the queue that it came from.
+///  - No thread is inside an operation when the queue is destroyed, with one exception: a task that
+///    `updateQueue` is running may destroy the queue that it came from.
 ///  - The destructor of a pending task does not use a queue that is being destroyed.
 ///
 /// Guaranteed in return
-///  - All operations but the destructor may run on any number of threads at once, with any number
-///    of them calling `updateQueue`: each task is run once, or dropped once by `clearAsyncQueue`
-///    or the destructor.
-///  - Tasks are taken in the order in which `async` appended them; several threads that call
-///    `updateQueue` begin them in that order and may end them in another.
-///  - No code of a task runs under the lock, its copy and its destruction included: a task, and
+///  - All operations but the destructor may run on any number of threads at once, `updateQueue`
+///    included: each task is run once, or dropped once by `clearAsyncQueue` or the destructor.
+///  - Tasks are taken in the order in which `async` appended them. Where several threads call
+///    `updateQueue`, a later task may end before an earlier one.
+///  - No code of a task runs under the lock, nor its copy constructor and destructor: a task, and
 ///    what it holds, may call any operation of the queue.
-///  - An exception, a task's own or one of a failed copy or allocation, leaves the operation that
-///    it arose in; the queue stays usable.
+///  - An exception of a task, of its copy or of an allocation leaves the operation in which it is
+///    thrown; the queue stays usable.
 ///
 /// Memory ordering: what a thread did before `async` happens before the run or the destruction of
 /// that task by another.
@@ -40,23 +39,21 @@ class IdleQueue {
 public:
     IdleQueue();
 
-    /// Drops what is pending without running it.
+    /// Drops the pending tasks without running them.
     virtual ~IdleQueue();
 
     IdleQueue(const IdleQueue&) = delete;
     IdleQueue& operator=(const IdleQueue&) = delete;
 
-    /// Appends a copy of `task`, and never runs it. If the copy or the memory fails, the exception
-    /// leaves this call and the queue is as it was.
+    /// Appends a copy of `task` and never runs it. Where copying or appending throws, the queue is
+    /// as it was.
     void async(const std::function<void()>& task);
 
-    /// Whether a task is pending. With several threads at work the answer may be out of date when
-    /// it arrives.
+    /// Whether a task is pending. Other threads may have changed that by the time it returns.
     bool hasTask() const;
 
     /// Takes the oldest task off the queue and runs it on this thread; without one, does nothing.
-    /// A task that holds nothing to call is taken off too and makes this throw
-    /// std::bad_function_call.
+    /// An empty function is taken off too and makes this throw std::bad_function_call.
     void updateQueue();
 
     /// Drops the tasks that are pending at this moment without running them.

@@ -13,7 +13,7 @@ namespace {
 constexpr AEGP_PluginID kNoPlugin = 0;
 constexpr bool kPlatformEncoding = false;
 
-// The two texts that a script leaves, which the caller frees: without an unlock, the result first.
+// The two texts that a script leaves. The caller frees them, the result first, without unlocking.
 struct ScriptTexts {
     explicit ScriptTexts(const SuiteScoper<AEGP_MemorySuite1>& memorySuite) : memory(memorySuite) {}
     ScriptTexts(const ScriptTexts&) = delete;

@@ -21,7 +21,7 @@ constexpr DrawingSuite kDrawingSuites[] = {
     {"DRAWBOT Path Suite", 1, &DRAWBOT_Suites::path},
 };
 
-// The host's sprintf knows no bounds, so what is written through it is cut beforehand.
+// The host's sprintf does not check bounds, so text is cut before it is written through it.
 std::string atMost(std::size_t length, const char* text) {
     return {text, ::strnlen(text, length)};
 }
