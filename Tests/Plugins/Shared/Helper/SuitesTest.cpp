@@ -6,9 +6,8 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <cstring>
 #include <map>
-#include <memory>
-#include <optional>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -16,74 +15,60 @@
 namespace Vexorel::PrismDrift {
 namespace {
 
-using std::to_string;
 using Scoper = SuiteScoper<PF_ANSICallbacksSuite1>;
 static_assert(!std::is_copy_constructible_v<Scoper> && !std::is_copy_assignable_v<Scoper>);
 
-/// A host: its suites by "NAME VERSION", a log of what is asked of it, and the two texts that a
-/// script leaves, each of which serves as its own handle. What it answers tells of failure wherever
-/// the answer must not matter.
-struct Host {
-    std::map<std::string, void*> suites;
-    std::string log;
-    std::optional<std::string> texts[2];
-    bool locks = true;
-} gHost;
+// A host that logs what is asked of it and answers 1 wherever the answer must not matter.
+std::string gLog;
+std::string gMissing; // the name of a suite that it lacks
+char gTexts[2][8];    // the result and the error of a script, each its own handle; "" for none
+bool gLocks = true;   // whether it gives the text of a handle
 
-std::int32_t acquire(const char* name, std::int32_t version, void** suite) {
-    const std::string key = name + (" " + to_string(version));
-    gHost.log += "+" + key + ";";
-    const auto found = gHost.suites.find(key);
-    if (found != gHost.suites.end()) {
-        *suite = found->second;
-    }
-    return found == gHost.suites.end() || key == "Refused 3" ? 5 : 0;
-}
-
-std::int32_t release(const char* name, std::int32_t version) {
-    gHost.log += "-" + (name + (" " + to_string(version))) + ";";
-    return 1;
+void log(const std::string& what, int number) {
+    gLog += what + " " + std::to_string(number) + ";";
 }
 
 PF_Err execute(AEGP_PluginID plugin, const char* script, bool platformEncoding,
                AEGP_MemHandle* result, AEGP_MemHandle* error) {
-    gHost.log += to_string(plugin) + to_string(platformEncoding) + script + ";";
-    const auto handleOf = [](auto& text) { return text ? static_cast<void*>(&text) : nullptr; };
-    *result = static_cast<AEGP_MemHandle>(handleOf(gHost.texts[0]));
-    *error = static_cast<AEGP_MemHandle>(handleOf(gHost.texts[1]));
+    log(script, plugin + (platformEncoding ? 1 : 0));
+    *result = reinterpret_cast<AEGP_MemHandle>(gTexts[0][0] != 0 ? gTexts[0] : nullptr);
+    *error = reinterpret_cast<AEGP_MemHandle>(gTexts[1][0] != 0 ? gTexts[1] : nullptr);
     return 1;
 }
 
-std::size_t logText(const char* what, AEGP_MemHandle handle) {
-    const std::size_t index = static_cast<void*>(handle) == &gHost.texts[0] ? 0 : 1;
-    gHost.log += what + to_string(index) + ";";
-    return index;
-}
-
 PF_Err lock(AEGP_MemHandle handle, void** text) {
-    std::optional<std::string>& locked = gHost.texts[logText("lock", handle)];
-    *text = gHost.locks ? locked.value().data() : nullptr;
+    log("lock", static_cast<void*>(handle) == gTexts[0] ? 0 : 1);
+    *text = gLocks ? handle : nullptr;
     return 1;
 }
 
 PF_Err freeText(AEGP_MemHandle handle) {
-    gHost.texts[logText("free", handle)].reset();
+    log("free", static_cast<void*>(handle) == gTexts[0] ? 0 : 1);
+    *reinterpret_cast<char*>(handle) = '\0';
+    return 1;
+}
+
+std::int32_t acquire(const char* name, std::int32_t version, void** suite) {
+    static AEGP_UtilitySuite5 utility{execute};
+    static AEGP_MemorySuite1 memory{lock, freeText};
+    static const std::map<std::string, void*> tables{
+        {"AEGP Utility Suite", &utility}, {"AEGP Memory Suite", &memory}, {"Null", nullptr}};
+    log(std::string("+") + name, version);
+    if (name != gMissing) {
+        *suite = tables.count(name) != 0 ? tables.at(name) : const_cast<char*>(name);
+    }
+    return name == gMissing || std::string("Refused") == name ? 1 : 0;
+}
+
+std::int32_t release(const char* name, std::int32_t version) {
+    log(std::string("-") + name, version);
     return 1;
 }
 
 class Suites : public testing::Test {
 protected:
     Suites() {
-        gHost = {};
-        gHost.suites = {{"Paint 3", &tables[0]},
-                        {"Refused 3", &tables[0]},
-                        {"Null 3", nullptr},
-                        {"DRAWBOT Draw Suite 1", &tables[0]},
-                        {"DRAWBOT Supplier Suite 1", &tables[1]},
-                        {"DRAWBOT Surface Suite 2", &tables[2]},
-                        {"DRAWBOT Path Suite 1", &tables[3]},
-                        {"AEGP Utility Suite 11", &utility},
-                        {"AEGP Memory Suite 1", &memory}};
+        gMissing = "No";
         utils.ansi.sprintf = std::sprintf;
         in.utils = &utils;
         in.pica_basicP = &basic;
@@ -94,61 +79,54 @@ protected:
         const std::string message = out.return_msg;
         EXPECT_EQ(out.out_flags, message.empty() ? 1 : 1 | PF_OutFlag_DISPLAY_ERROR_MESSAGE);
         out = PF_OutData{0, 0, 1, 0, ""};
-        return to_string(result) + " " + std::exchange(gHost.log, "") + message;
+        return std::to_string(result) + " " + std::exchange(gLog, "") + message;
+    }
+
+    template <typename Call>
+    std::string reportThrown(Call call) {
+        int thrown = 0;
+        try {
+            call();
+        } catch (int code) {
+            thrown = code;
+        }
+        return report(thrown);
     }
 
     SPBasicSuite basic{acquire, release};
     PF_UtilCallbacks utils{};
     PF_InData in{};
     PF_OutData out{0, 0, 1, 0, ""}; // with a flag that must stay
-    int tables[4] = {};
-    AEGP_UtilitySuite5 utility{execute};
-    AEGP_MemorySuite1 memory{lock, freeText};
 };
 
 TEST_F(Suites, AreHeldForAScopeOrByHandOrReported) {
     const std::string none = "Not able to acquire AEFX Suite.";
     const std::string unknown = "Not able to acquire AEFX Suite-";
-    const std::string noRelease = "Not able to release AEFX Suite.";
     const std::string longText(5000, 'x');
     const std::string cut(255, 'x');
     const struct {
+        SPBasicSuite* basic;
         std::string name;
         const char* text;
-        bool hasBasic;
-        int thrown;                             // by the holder
-        std::string scoped, acquired, released; // the messages; "" for success
-    } cases[] = {{"Paint", "text", true, 0, "", "", ""},
-                 {"Null", nullptr, true, 0, "", unknown + "Null-3", ""}, // by hand it must be there
-                 {"Refused", "100% gone", true, 13, "100% gone", "", ""},
-                 {"No", nullptr, true, 13, none, unknown + "No-3", ""},
-                 {longText, "Needs %s", true, 13, "Needs %s", "Needs %s", ""},
-                 {longText, nullptr, true, 13, none, unknown + cut.substr(unknown.size()), ""},
-                 {"Paint", nullptr, false, 13, none, unknown + "Paint-3", noRelease},
-                 {"Paint", longText.c_str(), false, 13, cut, cut, cut}};
+        std::string held, acquired, released;
+    } cases[] = {
+        {&basic, "Paint", "text", "0 +Paint 3;-Paint 3;", "0 +Paint 3;", "0 -Paint 3;"},
+        {&basic, "Refused", "100% s", "13 +Refused 3;100% s", "0 +Refused 3;", "0 -Refused 3;"},
+        {&basic, "Null", "none", "0 +Null 3;", "516 +Null 3;none", "0 -Null 3;"},
+        {&basic, "No", nullptr, "13 +No 3;" + none, "516 +No 3;" + unknown + "No-3", "0 -No 3;"},
+        {nullptr, "Paint", nullptr, "13 " + none, "516 " + unknown + "Paint-3",
+         "516 Not able to release AEFX Suite."},
+        {nullptr, longText, nullptr, "13 " + none, "516 " + unknown + cut.substr(unknown.size()),
+         "516 Not able to release AEFX Suite."},
+        {nullptr, "Paint", longText.c_str(), "13 " + cut, "516 " + cut, "516 " + cut}};
     for (const auto& c : cases) {
+        in.pica_basicP = c.basic;
         const char* name = c.name.c_str();
-        const std::string asked = c.hasBasic ? "+" + c.name + " 3;" : "";
-        const std::string given = c.hasBasic ? "-" + c.name + " 3;" : "";
-        const std::string held =
-            to_string(c.thrown) + " " + asked + (c.name == "Paint" && c.thrown == 0 ? given : "");
-        in.pica_basicP = c.hasBasic ? &basic : nullptr;
-        const auto hold = [&](auto make) {
-            try {
-                EXPECT_EQ(make().get(), gHost.suites.at(c.name + " 3"));
-            } catch (int code) {
-                return report(code);
-            }
-            return report(0);
-        };
-        EXPECT_EQ(hold([&] { return Scoper(in.pica_basicP, name, 3); }), held);
-        EXPECT_EQ(hold([&] { return Scoper(&in, name, 3, &out, c.text); }), held + c.scoped);
+        EXPECT_EQ(reportThrown([&] { Scoper(&in, name, 3, &out, c.text); }), c.held);
         void* suite = nullptr;
-        EXPECT_EQ(report(AcquireSuite(&in, &out, name, 3, c.text, &suite)),
-                  (c.acquired.empty() ? "0 " : "516 ") + asked + c.acquired);
-        EXPECT_EQ(suite, c.acquired.empty() ? &tables[0] : nullptr);
-        EXPECT_EQ(report(ReleaseSuite(&in, &out, name, 3, c.text)),
-                  (c.hasBasic ? "0 " : "516 ") + given + c.released);
+        EXPECT_EQ(report(AcquireSuite(&in, &out, name, 3, c.text, &suite)), c.acquired);
+        EXPECT_EQ(suite != nullptr, c.acquired[0] == '0');
+        EXPECT_EQ(report(ReleaseSuite(&in, &out, name, 3, c.text)), c.released);
     }
 }
 
@@ -157,15 +135,18 @@ TEST_F(Suites, OfTheDrawingKindComeAndGoInTheirOrder) {
     EXPECT_EQ(report(AcquireDrawbotSuites(&in, &out, &suites)),
               "0 +DRAWBOT Draw Suite 1;+DRAWBOT Supplier Suite 1;"
               "+DRAWBOT Surface Suite 2;+DRAWBOT Path Suite 1;");
-    EXPECT_TRUE(suites.draw == &tables[0] && suites.supplier == &tables[1]);
-    EXPECT_TRUE(suites.surface == &tables[2] && suites.path == &tables[3]);
+    EXPECT_STREQ(static_cast<char*>(suites.draw), "DRAWBOT Draw Suite");
+    EXPECT_STREQ(static_cast<char*>(suites.supplier), "DRAWBOT Supplier Suite");
+    EXPECT_STREQ(static_cast<char*>(suites.surface), "DRAWBOT Surface Suite");
+    EXPECT_STREQ(static_cast<char*>(suites.path), "DRAWBOT Path Suite");
     EXPECT_EQ(report(ReleaseDrawbotSuites(&in, &out)),
               "0 -DRAWBOT Draw Suite 1;-DRAWBOT Supplier Suite 1;"
               "-DRAWBOT Surface Suite 2;-DRAWBOT Path Suite 1;");
     EXPECT_EQ(report(AcquireDrawbotSuites(&in, &out, nullptr)),
               "514 NULL suite pointer passed to AEFX_AcquireDrawbotSuites");
-    gHost.suites.erase("DRAWBOT Supplier Suite 1"); // the one before it stays acquired
-    EXPECT_EQ(report(AcquireDrawbotSuites(&in, &out, std::make_unique<DRAWBOT_Suites>().get())),
+    gMissing = "DRAWBOT Supplier Suite"; // the one before it stays acquired
+    suites = {};
+    EXPECT_EQ(report(AcquireDrawbotSuites(&in, &out, &suites)),
               "516 +DRAWBOT Draw Suite 1;+DRAWBOT Supplier Suite 1;"
               "Not able to acquire AEFX Suite-DRAWBOT Supplier Suite-1");
     in.pica_basicP = nullptr;
@@ -174,26 +155,25 @@ TEST_F(Suites, OfTheDrawingKindComeAndGoInTheirOrder) {
 
 TEST_F(Suites, OfScriptsAndTheirTextsAreGivenBackInTheirOrder) {
     const struct {
-        std::optional<std::string> result, error;
+        const char *result, *error;
         bool locks;
         std::string expected, log;
-    } cases[] = {{"  3\n", "unread", true, "  3\n", "lock0;lock1;free0;free1;"},
-                 {"x", "y", false, "", "lock0;lock1;free0;free1;"},
-                 {{}, "wrong", true, "", "lock1;free1;"},
-                 {{}, {}, true, "", ""},
-                 {std::string("a\0b", 3), {}, true, "a", "lock0;free0;"}};
-    const std::string acquired = "0 +AEGP Utility Suite 11;+AEGP Memory Suite 1;";
+    } cases[] = {{"  3\n", "unread", true, "  3\n", "lock 0;lock 1;free 0;free 1;"},
+                 {"x", "y", false, "", "lock 0;lock 1;free 0;free 1;"},
+                 {"", "wrong", true, "", "lock 1;free 1;"},
+                 {"", "", true, "", ""}};
+    const auto run = [this] { return ScriptHelper::RunSriptAndGetStringResult(&basic, "1 + 2"); };
+    const std::string acquired = "+AEGP Utility Suite 11;+AEGP Memory Suite 1;";
+    const std::string released = "-AEGP Memory Suite 1;-AEGP Utility Suite 11;";
     for (const auto& c : cases) {
-        gHost.texts[0] = c.result;
-        gHost.texts[1] = c.error;
-        gHost.locks = c.locks;
-        EXPECT_EQ(ScriptHelper::RunSriptAndGetStringResult(&basic, "1 + 2"), c.expected);
-        EXPECT_EQ(report(0),
-                  acquired + "001 + 2;" + c.log + "-AEGP Memory Suite 1;-AEGP Utility Suite 11;");
+        std::strcpy(gTexts[0], c.result);
+        std::strcpy(gTexts[1], c.error);
+        gLocks = c.locks;
+        EXPECT_EQ(run(), c.expected);
+        EXPECT_EQ(report(0), "0 " + acquired + "1 + 2 0;" + c.log + released);
     }
-    gHost.suites.erase("AEGP Memory Suite 1");
-    EXPECT_THROW(ScriptHelper::RunSriptAndGetStringResult(&basic, "1 + 2"), int);
-    EXPECT_EQ(report(0), acquired + "-AEGP Utility Suite 11;");
+    gMissing = "AEGP Memory Suite";
+    EXPECT_EQ(reportThrown(run), "13 " + acquired + "-AEGP Utility Suite 11;");
 }
 
 TEST(TrimStringWhiteSpaces, TakesBothEndsOnly) {
