@@ -6,9 +6,10 @@
 
 namespace Vexorel::PrismDrift {
 
-/// The empty state is a `min` of the largest double and a `max` of the smallest positive normal one
-/// in every component. Since that `max` is practically 0, a box that grows from the empty state
-/// reaches at least to 0 on every axis; `setFromPoints` starts from its first point instead.
+/// In the empty state each component of `min` is the largest double and each of `max` the smallest
+/// positive normal one, practically 0. So the `max` of a box that grows from the empty state is
+/// never below 0, though all its points may be; `setFromPoints` starts from its first point
+/// instead.
 class Box3 {
 public:
     Vec3 min;
@@ -16,15 +17,15 @@ public:
 
     /// The empty state.
     Box3();
-    /// The corners as they are, in no order of size.
+    /// The corners as they are given; `lower` may be above `upper`.
     constexpr Box3(Vec3 lower, Vec3 upper) : min(lower), max(upper) {}
 
     // Setting
 
     void set(Vec3 lower, Vec3 upper) { *this = Box3(lower, upper); }
     void makeEmpty() { *this = Box3(); }
-    /// The box of the empty state and `count` floats in triples of x, y, z, so that `max` is never
-    /// below the empty one. A `count` below 1 makes it empty; otherwise it is a multiple of 3.
+    /// Grows the box from the empty state by `count` floats, triples of x, y, z; `count` is a
+    /// multiple of 3. Empty where it is below 1.
     void setFromArray(float* array, int count);
     /// The bounding box of `count` points; empty where there are none or `points` is null.
     void setFromPoints(Vec3* points, int count);
@@ -40,8 +41,8 @@ public:
     /// Moves every face outwards by `amount`.
     void expandByScalar(float amount) { set(min + -static_cast<double>(amount), max + amount); }
     void translate(Vec3 offset) { set(min + offset, max + offset); }
-    /// Narrows this box to the overlap; where there is none, to the empty state. `intersectsBox` is
-    /// the question.
+    /// Narrows this box to the overlap, or to the empty state where there is none. `intersectsBox`
+    /// only asks.
     void intersects(Box3 other);
     /// Grows this box to the bounding box of both.
     void unionBox(Box3 other);
@@ -50,8 +51,8 @@ public:
 
     /// Both corners within TOLERANCE per component. Can't be called on a constant box.
     bool operator==(const Box3& other) { return min == other.min && max == other.max; }
-    /// `min` above `max` on an axis, or both corners exactly the origin: a box of zero size there
-    /// is empty, elsewhere it is not.
+    /// Whether `min` is above `max` on an axis, or both corners are exactly the origin. A box of
+    /// zero size elsewhere is not empty.
     bool isEmpty() const;
     Vec3 getCenter() const { return (min + max) * 0.5; }
     Vec3 getSize() const { return max - min; }
@@ -59,7 +60,7 @@ public:
     bool containsPoint(const Vec3& point) const;
     /// A box contains itself.
     bool containsBox(const Box3& other) const;
-    /// Whether the boxes overlap or touch. Changes nothing, unlike `intersects`.
+    /// Whether the boxes overlap or touch.
     bool intersectsBox(const Box3& other) const;
     /// The point as fractions of the box, 0 at `min` and 1 at `max`; infinities or NaN on an axis
     /// of zero size.

@@ -10,11 +10,11 @@ namespace Vexorel::PrismDrift {
 
 class Quaternion;
 
-/// Three kinds of operations look alike by name: builders ("set…", `compose`) overwrite the matrix,
-/// right-hand operations (`mult`, `translate`, `scale`, `rotate…`) multiply onto it from the right,
-/// so what they add acts first on a vector, and operators return a new value. Only what is marked
-/// `const` can be called on a constant matrix; the static forms take constants. Arguments may be
-/// this matrix, and `out` may be an argument.
+/// Builders ("set…", `compose`) overwrite the whole matrix, except `setRow`, `setColumn`,
+/// `setLookAt` and `setTranspose`. `mult` with a matrix, `translate`, `scale` and `rotate…`
+/// multiply onto it from the right, so their step acts first on a vector. Operators return a new
+/// value. Only functions marked `const` can be called on a constant matrix; the static ones take
+/// constants. Arguments may be this matrix, and `out` may be an argument.
 class Mat4 {
 public:
     /// Element (row r, column c) is m[r + 4·c]; the translation is m[12], m[13], m[14].
@@ -30,11 +30,11 @@ public:
          double v15, bool storageOrder);
     /// The same from sixteen consecutive values.
     Mat4(double* values, bool storageOrder);
-    /// The other way round: the vectors are rows for true, and columns, in storage order, for
-    /// false.
+    /// From four vectors, with the opposite sense of the flag: they are the rows for true, and the
+    /// columns, as stored, for false.
     Mat4(const Vec4& first, const Vec4& second, const Vec4& third, const Vec4& fourth, bool asRows);
 
-    /// Row by row, as they are written on paper.
+    /// Sixteen values row by row, as they are written on paper.
     void set(double v0, double v1, double v2, double v3, double v4, double v5, double v6, double v7,
              double v8, double v9, double v10, double v11, double v12, double v13, double v14,
              double v15);
@@ -69,7 +69,7 @@ public:
     static void add(const Mat4& a, const Mat4& b, Mat4& out);
     static void subtract(const Mat4& a, const Mat4& b, Mat4& out);
 
-    // Products, the left factor being this matrix or the first argument
+    // Products. The left factor is this matrix, or the first argument.
 
     Vec4 mult(const Vec4& v) {
         return {m[0] * v.x + m[4] * v.y + m[8] * v.z + m[12] * v.w,
@@ -97,13 +97,13 @@ public:
     void setTranspose() { transpose(*this); }
     /// Writes the transpose; this matrix stays.
     void transpose(Mat4& out);
-    /// Writes the inverse and returns true; where the determinant is exactly 0, with no tolerance,
-    /// writes the identity and returns false. A general 4×4 inverse, also for affine matrices.
+    /// Writes the inverse of any 4×4 matrix and returns true. Where the determinant is exactly 0,
+    /// with no tolerance, writes the identity and returns false.
     bool getInverse(Mat4& out) const;
     /// Of all four rows and columns.
     double determinant();
 
-    // Builders: what the matrix held is gone
+    // Builders: each overwrites all sixteen elements
 
     void setTranslate(const Vec3& offset) { setTranslate(offset.x, offset.y, offset.z); }
     void setTranslate(double x, double y, double z);
@@ -119,7 +119,7 @@ public:
     /// axis counts as (1, 0, 0).
     void setRotation(double angle, double x, double y, double z);
     void setRotation(double angle, const Vec3& axis) { setRotation(angle, axis.x, axis.y, axis.z); }
-    /// The rotation of a unit quaternion, which is not normalised first.
+    /// The rotation of a quaternion of length 1, which is not normalised first.
     void setWithQuaternion(const Quaternion& q);
 
     // Right-hand operations: this·T, this·S, this·R. Of a Vec4 only x, y, z are read.
@@ -169,9 +169,9 @@ public:
     /// T(position)·R(quaternion)·S(scale)·T(-anchor)
     void compose(const Vec3& anchor, const Vec3& position, const Quaternion& quaternion,
                  const Vec3& scale);
-    /// The reverse of `compose`, into the arguments; this matrix stays. Whichever axis is mirrored,
-    /// the x scale is negative. A scale of exactly 0 comes back as 1e-6, and the quaternion is then
-    /// no unit quaternion.
+    /// The reverse of `compose`: writes the arguments; this matrix stays. In a mirrored matrix the
+    /// x scale is negative, whichever axis was mirrored. A scale of exactly 0 comes back as 1e-6,
+    /// and the quaternion is then not of length 1.
     void decompose(Vec3& position, Quaternion& quaternion, Vec3& scale);
     void decompose(const Vec3& anchor, Vec3& position, Quaternion& quaternion, Vec3& scale);
 };

@@ -43,8 +43,8 @@ void Quaternion::toArray(double* array, int offset) const {
 }
 
 void Quaternion::setWithDirection(const Vec3& from, const Vec3& to) {
-    // Half of the double-angle quaternion (from × to, from · to): the identity is added to it, and
-    // what comes out only needs its length set to 1.
+    // (from × to, from · to) turns by twice the angle. Adding the identity halves the angle; only
+    // the length is left to set.
     double r = from.dot(to) + 1.0;
     Vec3 axis = from.cross(to);
     if (r < TOLERANCE) {
@@ -57,7 +57,7 @@ void Quaternion::setWithDirection(const Vec3& from, const Vec3& to) {
 }
 
 void Quaternion::setWithMat4(const Mat4& matrix) {
-    // The largest of the four fields is formed from the diagonal, the others from it, so that
+    // A field that is not small is formed from the diagonal, and the others from it, so that
     // nothing is divided by a small number.
     const double* m = matrix.m;
     const double trace = m[0] + m[5] + m[10];

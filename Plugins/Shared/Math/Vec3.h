@@ -1,7 +1,8 @@
 #pragma once
 
 /// A point, a direction or a triple of factors, one per axis or colour channel. Angles are in
-/// radians. Names don't tell what changes the vector: what returns nothing does.
+/// radians. A function that returns nothing changes the vector, whatever its name, except
+/// `toArray`; no other does.
 
 #include "Shared/Math/Vec2.h"
 
@@ -10,8 +11,8 @@ namespace Vexorel::PrismDrift {
 class Mat4;
 class Quaternion;
 
-/// a - b, moved by one period where it lies beyond half of it. Exactly half a period stays with its
-/// sign, and what is more than one and a half periods out stays outside.
+/// a - b, moved once by a period if it is more than half a period from 0. Exactly half a period
+/// stays as it is, and a difference beyond one and a half periods stays beyond half of one.
 double cyclicDifference(double a, double b, double period);
 
 class Vec3 {
@@ -32,9 +33,9 @@ public:
     /// Index 0 is x, 1 is y, and every other index is z.
     void set(int index, double value) { (index == 0 ? x : index == 1 ? y : z) = value; }
     void setZero() { *this = Vec3(); }
-    /// Reads three values from array[offset] on; the array must not be null, unlike for Vec2.
+    /// Reads three values from array[offset] on. Unlike Vec2's, it does not test for null.
     void fromArray(const double* array, int offset);
-    /// Writes three values from array[offset] on, and changes nothing of the vector.
+    /// Writes three values from array[offset] on; this vector stays.
     void toArray(double* array, int offset);
     /// The translation of a matrix.
     void setFromMatrixPosition(const Mat4& matrix);
@@ -119,9 +120,9 @@ public:
     }
     /// Scales this vector to length 1; the zero vector becomes (1, 0, 0).
     void normalize() { setLength(1.0); }
-    /// Makes this vector a unit vector orthogonal to `other`, which one depending on this vector's
-    /// largest component: `other` times the axis before that component's. (1, 0, 0) where the two
-    /// are parallel.
+    /// Makes this vector a unit vector orthogonal to `other`: the cross product of `other` and an
+    /// axis, z, x or y where the largest component of this vector is x, y or z. (1, 0, 0) where
+    /// `other` is zero or parallel to that axis.
     void ortho(const Vec3& other);
     /// The difference this - other per component; nothing wraps.
     Vec3 rotationalDifference(const Vec3& other) const;
@@ -134,7 +135,7 @@ public:
     void getMax(Vec3 other);
     /// Brings each component of this vector into its range, as `clampScalar` does.
     void clamp(Vec3 low, Vec3 high);
-    /// t·b + (1 - t)·a, for any t; straight, not normalised.
+    /// t·b + (1 - t)·a, for any t, along a straight line; not normalised.
     static Vec3 lerp(Vec3 a, Vec3 b, double t) { return b * t + a * (1.0 - t); }
     /// A copy with each component rounded down; this vector stays.
     Vec3 floor();
@@ -144,7 +145,7 @@ public:
 
     /// As a point, by the upper three rows; the fourth is not read and nothing is divided.
     void applyMatrix4(const Mat4& matrix);
-    /// As a point, times 1 / the fourth row's result: an infinity or NaN where that is 0.
+    /// As a point, times 1 / the fourth component: an infinity or NaN where that is 0.
     void applyProjection(const Mat4& matrix);
     /// As a direction, without the translation, then scaled to length 1; (1, 0, 0) where the matrix
     /// takes it to zero.
