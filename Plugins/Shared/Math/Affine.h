@@ -24,7 +24,7 @@ public:
                      double fValue)
         : a(aValue), c(cValue), e(eValue), b(bValue), d(dValue), f(fValue) {}
 
-    // Setters: what the transform was before is gone
+    // Setters: each replaces all six elements
 
     void set(double aValue, double bValue, double cValue, double dValue, double eValue,
              double fValue) {
@@ -35,7 +35,7 @@ public:
     void set(Vec2 anchor, Vec2 position, Vec2 scale, double rotation);
     void setTranslate(double tx, double ty) { set(1.0, 0.0, 0.0, 1.0, tx, ty); }
     void setScale(double sx, double sy) { set(sx, 0.0, 0.0, sy, 0.0, 0.0); }
-    /// x' = x + tan(angle)·y. Very large, yet finite, at 90 degrees.
+    /// x' = x + tan(angle)·y. At 90 degrees the factor is very large, yet finite.
     void setSkewX(double angle);
     /// y' = tan(angle)·x + y
     void setSkewY(double angle);
@@ -43,10 +43,10 @@ public:
 
     // Composition, in place
 
-    /// "`other` after this": p goes to other(this(p)).
+    /// Puts `other` after this transform: p goes to other(this(p)).
     void multiply(const Affine& other);
-    /// "`other` before this": p goes to this(other(p)). So do the steps below: after
-    /// `setTranslate(10, 0)` and `scale(2, 2)` the point (1, 0) goes to (12, 0).
+    /// Puts `other` before this transform: p goes to this(other(p)). The steps below do the same:
+    /// after `setTranslate(10, 0)` and `scale(2, 2)` the point (1, 0) goes to (12, 0).
     void premultiply(const Affine& other);
     void translate(double tx, double ty);
     void scale(double sx, double sy);
@@ -66,15 +66,15 @@ public:
     /// Replaces both values by their image.
     void transform(double& x, double& y) const;
 
-    // Inverse and inspection. A determinant strictly between -1e-6 and 1e-6 counts as singular,
-    // however well conditioned the transform is.
+    // Inverse and inspection. A transform whose determinant lies strictly between -1e-6 and 1e-6
+    // counts as singular, however well conditioned it is.
 
-    /// Writes the inverse and returns true; false where singular, with `out` as it was.
+    /// Writes the inverse and returns true. Where singular, returns false and leaves `out` alone.
     bool inverse(Affine& out) const;
     /// The inverse, or the identity where singular.
     Affine getInverse() const;
     /// The mean length of the two rows, rounded in single precision to four decimals, halves away
-    /// from zero. For a rotation joined with unequal scales that is not the mean scale.
+    /// from zero. For unequal scales joined with a rotation it is not the mean scale.
     double averageScale() const;
     /// Per element within TOLERANCE, inclusive; false with a NaN.
     bool operator==(const Affine& other);

@@ -1,7 +1,7 @@
 #pragma once
 
-/// The weights of a point with respect to the corners of a triangle, to interpolate values of the
-/// corners with. A Color counts as a point (r, g, b, a) of colour space.
+/// The weights of a point with respect to the corners of a triangle, for interpolating values that
+/// are given at the corners. A Color counts as a point (r, g, b, a) of colour space.
 
 #include "Shared/Math/Color.h"
 #include "Shared/Math/Vec4.h"
@@ -18,8 +18,8 @@ public:
     constexpr Barycentric(double uValue, double vValue, double wValue)
         : u(uValue), v(vValue), w(wValue) {}
 
-    // The weights of p in the triangle a, b, c, with u + v + w = 1. In more than two dimensions a
-    // point beside the plane of the triangle gets the weights of its foot on that plane. Infinities
+    // The weights of p in the triangle a, b, c; w is 1 - u - v. In more than two dimensions a point
+    // outside the triangle's plane gets the weights of its projection onto that plane. Infinities
     // or NaN for a triangle without an area.
 
     Barycentric(const Vec2& a, const Vec2& b, const Vec2& c, const Vec2& p);
@@ -27,8 +27,8 @@ public:
     Barycentric(const Vec4& a, const Vec4& b, const Vec4& c, const Vec4& p);
     Barycentric(const Color& a, const Color& b, const Color& c, const Color& p);
 
-    /// Inside or on an edge: u and v in 0 to 1 and w not below 0, each end included. w has no upper
-    /// bound. False with a NaN.
+    /// Whether the point lies in the triangle or on an edge: u and v from 0 to 1 and w at least 0,
+    /// all inclusive. w has no upper bound. False with a NaN.
     bool isInside();
 
     // Interpolation: a·u + b·v + c·w for the values of the three corners, in that order

@@ -1,7 +1,7 @@
 #pragma once
 
-/// A colour of four channels, normally 0 to 1 and never clamped. It counts as nil, "no colour", as
-/// soon as a channel is below 0.
+/// A colour of four channels, normally 0 to 1 and never clamped. With any channel below 0 it is
+/// nil, "no colour".
 
 #include "Shared/Math/Float.h"
 
@@ -9,8 +9,8 @@
 
 namespace Vexorel::PrismDrift {
 
-/// Channels that come as integers are divided in single precision: 0x80 is the float nearest to
-/// 128 / 255, about 0.50196081.
+/// Integer channels are divided in single precision: 0x80 becomes the float nearest to 128 / 255,
+/// about 0.50196081.
 class Color {
 public:
     double mR = 1.0;
@@ -22,10 +22,11 @@ public:
     constexpr Color() = default;
     constexpr Color(double red, double green, double blue, double alpha)
         : mR(red), mG(green), mB(blue), mA(alpha) {}
-    /// From "#RGB", "#ARGB", "#RRGGBB" or "#AARRGGBB", in either case; alpha is 1 where it is left
-    /// out. Text that does not begin with "#", or of another length, gives opaque white. What
-    /// follows the "#" is read as far as `std::stoull` reads it in base 16: `std::invalid_argument`
-    /// where it begins with no digit, `std::out_of_range` beyond 64 bits, whatever the length.
+    /// From "#RGB", "#ARGB", "#RRGGBB" or "#AARRGGBB", in upper or lower case; without an A, alpha
+    /// is 1. Text that does not begin with "#", or of another length, gives opaque white.
+    /// `std::stoull` reads what follows the "#", as far as it can; it throws
+    /// `std::invalid_argument` where there is no number and `std::out_of_range` beyond 64 bits,
+    /// whatever the length.
     explicit Color(const std::string& text);
     /// From 0xAARRGGBB.
     explicit Color(unsigned int packed);
@@ -46,7 +47,7 @@ public:
     bool operator==(const Color& other) const { return equal(other); }
     bool operator!=(const Color& other) const { return !equal(other); }
 
-    // Per channel, alpha included; a nil colour counts by its numbers
+    // Per channel, alpha included, also for nil colours
 
     Color operator+(const Color& o) const { return {mR + o.mR, mG + o.mG, mB + o.mB, mA + o.mA}; }
     Color operator-(const Color& o) const { return {mR - o.mR, mG - o.mG, mB - o.mB, mA - o.mA}; }
@@ -54,14 +55,14 @@ public:
     Color operator*(const double& value) const {
         return {mR * value, mG * value, mB * value, mA * value};
     }
-    /// From `a` (t = 0) to `b` (t = 1), t clamped to that. The weight of `a` is 1 - t in single
-    /// precision, so the two don't sum to exactly 1.
+    /// From `a` (t = 0) to `b` (t = 1), with t clamped to 0 to 1. The weight of `a` is 1 - t
+    /// rounded to single precision, so the two weights may not sum to exactly 1.
     static Color lerp(const Color& a, const Color& b, double t);
 
     /// "#", then red, green and blue as hexadecimal numbers of 0 to 255, truncated, with alpha
-    /// before them unless it is exactly 1. No number is padded, so below 16 it has one digit and
-    /// the text does not always read back: (1, 0, 1, 1) gives "#FF0FF". A channel outside 0 to 1
-    /// gives up to eight digits. Changes nothing.
+    /// before them unless it is exactly 1. Numbers are not padded, so those below 16 have one digit
+    /// and the text does not always read back: (1, 0, 1, 1) gives "#FF0FF". A channel outside 0 to
+    /// 1 gives up to eight digits.
     std::string toHexString();
 };
 

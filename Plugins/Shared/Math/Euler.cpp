@@ -28,10 +28,10 @@ void Euler::setWithMat4(const Mat4& matrix, RotationOrder newOrder) {
     if (order < XYZ || order > ZYX) {
         return;
     }
-    // For axes i, j, k the product of the three rotations holds, up to `sign`, sin(j) at (i, k),
-    // cos(j) times the sine and cosine of i at (j, k) and (k, k), and of k at (i, j) and (i, i). At
-    // gimbal lock cos(j) is 0; the angle of k is then taken as 0, which leaves that of i at (k, j)
-    // and (j, j).
+    // For axes i, j, k the product of the three rotations has, up to `sign`, sin(j) at (i, k),
+    // cos(j) times the sine and cosine of i at (j, k) and (k, k), and those of k at (i, j) and
+    // (i, i). At gimbal lock cos(j) is 0. The angle of k is then taken as 0, which leaves the sine
+    // and cosine of i at (k, j) and (j, j).
     const auto [i, j, k, sign] = axesOfOrder[order - XYZ];
     const auto at = [&matrix](int row, int column) { return matrix.m[row + 4 * column]; };
     constexpr double gimbalLock = 0.999999F;

@@ -16,7 +16,7 @@ public:
     /// Vectors are columns: `XYZ` is Rx·Ry·Rz, so the last-named axis acts first on a vector.
     /// Values without a name can be stored too.
     enum RotationOrder : std::int32_t {
-        None = 0, ///< no order given: `set` and `setWithMat4` keep the present one
+        None = 0, ///< no order: `set` and `setWithMat4` keep the present one
         XYZ = 1,
         YZX = 2,
         ZXY = 3,
@@ -38,10 +38,11 @@ public:
 
     /// Keeps the present order if `newOrder` is `None`.
     void set(double xValue, double yValue, double zValue, RotationOrder newOrder);
-    /// The angles of the upper left 3×3 block, which must have no scale: the middle axis of the
-    /// order within a quarter turn either way, the outer two within a half turn. At gimbal lock,
-    /// where the middle angle is a quarter turn, one of the outer angles is 0. An order without a
-    /// name is stored and leaves the angles as they are; `None` takes the present order.
+    /// The angles of the upper left 3×3 block, which must be a rotation without scale. The angle of
+    /// the order's middle axis is within a quarter turn either way, the outer two within a half
+    /// turn. At gimbal lock, where the sine of the middle angle is 0.999999 or more either way, one
+    /// of the outer angles is 0. `None` takes the present order; an order without a name is stored
+    /// and leaves the angles as they are.
     void setWithMat4(const Mat4& matrix, RotationOrder newOrder);
     /// The same from a unit quaternion.
     void setWithQuaternion(const Quaternion& q, RotationOrder newOrder);

@@ -1,7 +1,7 @@
 #pragma once
 
-/// A rotation as a quaternion, x, y, z the vector part and w the scalar part. Angles taken are in
-/// radians. Most operations assume length 1 and don't test for it.
+/// A rotation as a quaternion: x, y, z are the vector part and w is the scalar part. Angles are in
+/// radians, except in `getRotationAngle`. Most operations assume length 1 and don't test for it.
 
 #include "Shared/Math/Vec3.h"
 
@@ -27,7 +27,7 @@ public:
         : x(xValue), y(yValue), z(zValue) {}
     constexpr Quaternion(double xValue, double yValue, double zValue, double wValue)
         : x(xValue), y(yValue), z(zValue), w(wValue) {}
-    /// About an axis that is expected to have length 1 and used as it is, unlike in `set`.
+    /// About an axis of length 1; unlike in `set`, it is used as it is given.
     Quaternion(const Vec3& axis, double angle);
     /// As `setWithDirection`.
     Quaternion(const Vec3& from, const Vec3& to) { setWithDirection(from, to); }
@@ -50,12 +50,12 @@ public:
     void setWithDirection(const Vec3& from, const Vec3& to);
     /// The rotation of the upper left 3×3 block, which must have no scale and no mirroring.
     void setWithMat4(const Mat4& matrix);
-    /// From angles in the order that `euler` names, computed in single precision: good to about
-    /// seven digits. All four fields become 0 for the order `None`, which is no rotation; an order
-    /// that has no name leaves the quaternion as it is.
+    /// From angles, in their order; computed in single precision, so good to about seven digits.
+    /// For the order `None` all four fields become 0, which is no rotation; an order without a name
+    /// leaves the quaternion as it is.
     void setWithEuler(const Euler& euler);
 
-    // Comparison, exact: the other types of the library compare within TOLERANCE
+    // Comparison: exact, where the other types compare within TOLERANCE
 
     bool operator==(const Quaternion& q) const {
         return x == q.x && y == q.y && z == q.z && w == q.w;
@@ -70,7 +70,8 @@ public:
     double length() { return std::sqrt(lengthSq()); }
     /// In degrees, 0 to 360; NaN where |w| is above 1.
     double getRotationAngle();
-    /// Of length 1; (0, 0, 1) where the rotation is practically none.
+    /// Of length 1; (0, 0, 1) where w² is within TOLERANCE of 1, so that there is next to no
+    /// rotation.
     Vec3 getRotationAxis();
 
     // Changes in place
@@ -87,9 +88,9 @@ public:
     void premultiply(const Quaternion& q) { multiplyQuaternions(q, *this); }
     /// Makes this a × b; either may be this quaternion.
     void multiplyQuaternions(const Quaternion& a, const Quaternion& b);
-    /// Moves along the shorter arc from this (t = 0) to q (t = 1); t is not clamped. Exactly 1
-    /// gives q itself, exactly 0 changes nothing, and between nearly equal rotations every other t
-    /// gives the mean. The result is not normalised.
+    /// Moves this quaternion along the shorter arc towards q: 0 changes nothing, 1 gives q itself,
+    /// and t is not clamped. Between nearly equal rotations, every other t gives the mean; between
+    /// equal ones, this quaternion stays. The result is not normalised.
     void slerp(const Quaternion& q, double t);
 
     // Static forms

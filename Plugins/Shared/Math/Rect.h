@@ -34,10 +34,10 @@ public:
     Vec2 getBottomRight() const { return {getRight(), getBottom()}; }
     /// Width times height, with its sign.
     double getArea() const { return mBounds.z * mBounds.w; }
-    /// Width and height are both exactly 0; one alone is not enough.
+    /// Whether width and height are both exactly 0; one of them is not enough.
     bool isEmpty() const { return mBounds.z == 0.0 && mBounds.w == 0.0; }
 
-    // Moving: the size stays, and with `setLeft` and `setTop` the opposite edge moves along
+    // Moving: the size stays, so that `setLeft` moves the right edge too, and `setTop` the bottom
 
     void setPoint(Vec2 topLeft) { *this = Rect(topLeft, getSize()); }
     void setLeft(double left) { mBounds.x = left; }
@@ -73,7 +73,7 @@ public:
 
     /// The overlap; for disjoint rectangles its width or height is negative.
     Rect intersect(Rect other);
-    /// The bounding box of both, an empty rectangle counting as a point.
+    /// The bounding box of both. An empty rectangle counts as a point.
     Rect unite(Rect other);
     /// Grows this rectangle to the bounding box of itself and the point.
     void include(Vec2 point) { *this = getInclude(point); }
@@ -82,8 +82,8 @@ public:
     /// `amount.y`.
     Rect expand(Vec2 amount);
     Rect expand(float amount) { return expand(Vec2(amount, amount)); }
-    /// Expands by (factor - 1) times the size on every side, so about the centre: the new size is
-    /// 2·factor - 1 times the old one. A factor of 1 changes nothing, 0.5 gives a size of 0.
+    /// Expands every side by (factor - 1) times the size; the centre stays. The new size is
+    /// 2·factor - 1 times the old one: a factor of 1 changes nothing, 0.5 gives a size of 0.
     Rect scale(float sx, float sy);
 };
 

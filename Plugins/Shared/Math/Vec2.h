@@ -1,7 +1,7 @@
 #pragma once
 
-/// A point or vector of the plane. Every angle, in and out, is in degrees and turns from +x towards
-/// +y. Names don't tell what changes the vector: what is not `const` and returns nothing does.
+/// A point or vector of the plane. All angles are in degrees and turn from +x towards +y. A member
+/// function that returns nothing changes the vector, whatever its name; no other does.
 
 #include "Shared/Math/Float.h"
 
@@ -21,7 +21,7 @@ public:
     /// Copies `other`, which stays as it is.
     void set(Vec2& other) { *this = other; }
     void setZero() { *this = Vec2(); }
-    /// Reads array[offset] and array[offset + 1]; a null array changes nothing.
+    /// Reads array[offset] and array[offset + 1]. A null `array` changes nothing.
     void fromArray(double* array, int offset);
 
     // Comparison. With a NaN every test here is false, and `!=` and `nonNegligible` are true.
@@ -42,7 +42,7 @@ public:
     /// The distance of the points is below `tolerance`: Euclidean and strict.
     static bool equalWithTolerance(double x1, double y1, double x2, double y2, double tolerance);
     static bool equalWithTolerance(Vec2 first, Vec2 second, double tolerance);
-    /// Points to be merged: less than 0.25 apart, strictly, per component.
+    /// Whether two points may be merged: less than 0.25 apart, strictly, per component.
     static bool isDuplicate(const Vec2& first, const Vec2& second);
     /// |cross| <= TOLERANCE times the product of the lengths; true where either vector is zero.
     bool isCollinear(const Vec2& other) const;
@@ -89,7 +89,7 @@ public:
     // Products and lengths
 
     double dot(const Vec2& other) const { return x * other.x + y * other.y; }
-    /// The product per component, a vector; `dot` is the scalar.
+    /// The product per component, a vector; the scalar product is `dot`.
     Vec2 dotProduction(const Vec2& other) const { return *this * other; }
     double cross(const Vec2& other) const { return cross(x, y, other.x, other.y); }
     static double cross(double x1, double y1, double x2, double y2) { return x1 * y2 - y1 * x2; }
@@ -108,7 +108,7 @@ public:
     void normalize() { setLength(1.0); }
     /// Scales the pair to length 1, but leaves it alone at a length of TOLERANCE or less.
     static void normalize(double* px, double* py);
-    /// y / x, so an infinity or NaN at x = 0.
+    /// y / x: an infinity or NaN where x is 0.
     double slope() const { return y / x; }
 
     // Angles, in degrees
@@ -119,7 +119,8 @@ public:
     void setAngle(double angle);
     /// From this vector to `other`, -180 to 180, positive from +x towards +y.
     double angleBetween(const Vec2& other) const;
-    /// 1 to 4; a component of 0 counts as positive, so the origin lies in 1.
+    /// 1 to 4, counted from +x towards +y. A component of 0 counts as positive, so the origin lies
+    /// in 1.
     int getQuadrant() const;
     /// Turns this vector by `angle`. An angle of exactly 0 leaves it bit for bit; a full turn does
     /// not, since DEG_TO_RAD is not exact.
@@ -147,7 +148,8 @@ public:
     void clamp(const Vec2& low, const Vec2& high);
     /// t·b + (1 - t)·a, for any t.
     static Vec2 lerp(Vec2 a, Vec2 b, double t) { return b * t + a * (1.0 - t); }
-    /// Negates each component of this vector whose "is above 0" differs from the other's.
+    /// Negates each component of this vector that is above 0 where the other's is not, or the
+    /// reverse; 0 itself is not above 0.
     void followSigns(const Vec2& other);
 
     // Lines and points. A line through `a` and `b` has no ends; NaN where a = b.
@@ -162,8 +164,9 @@ public:
     static Vec2 topLeftToCenterPoint(const Vec2& point, const Vec2& size);
     /// Twice the triangle's area, positive where a, b, c turn from +x towards +y.
     static double signedArea(const Vec2& a, const Vec2& b, const Vec2& c);
-    /// Whether c and d lie on different sides of the line through a and b, one on it counting to
-    /// the right side. It does not tell whether the segments meet.
+    /// Whether c and d lie on different sides of the line through a and b, by the sign of
+    /// cross(b - a, point - a); a point on the line counts as negative. It does not tell whether
+    /// the segments meet.
     static bool intersecting(const Vec2& a, const Vec2& b, const Vec2& c, const Vec2& d);
     /// Crosses the lines of the segments a b and c d. `ua` and `ub`, where not null, get the
     /// crossing's place along the first and the second segment, 0 at its start and 1 at its end,
@@ -172,14 +175,14 @@ public:
     /// - 0: parallel: (0, 0); 2: the same line: the middle of a b; `ua` and `ub` stay as they are.
     static int intersect(const Vec2& a, const Vec2& b, const Vec2& c, const Vec2& d, Vec2& out,
                          double* ua, double* ub);
-    /// Whether the signs (-1, 0, 1) of x differ and those of y differ or are both 0, or those of y
-    /// differ and those of x are both 0.
+    /// By the signs, -1, 0 or 1, of the components: true where those of x and those of y differ,
+    /// and where those of one differ and those of the other are both 0.
     static bool oppositeQuadrant(const Vec2& p, const Vec2& q);
     /// Whether v points from b towards a, strictly. Changes nothing.
     static bool anchorOutwardD(Vec2& v, const Vec2& a, const Vec2& b);
     /// Negates v and returns true if `anchorOutwardD` equals `flag`; otherwise v stays.
     static bool anchorOutward(Vec2& v, const Vec2& a, const Vec2& b, bool flag);
-    /// Makes v not point from b towards a; true if that took a negation.
+    /// Negates v if it points from b towards a, and tells whether it did.
     static bool anchorInward(Vec2& v, const Vec2& a, const Vec2& b) {
         return anchorOutward(v, a, b, true);
     }

@@ -1,7 +1,7 @@
 #pragma once
 
-/// A homogeneous coordinate, or any four values in a row. Unlike Vec2 and Vec3 it compares by the
-/// distance and strictly, and its `lerp` goes along the sphere.
+/// A homogeneous coordinate, or any four values. Unlike Vec2 and Vec3 it compares by the distance,
+/// strictly, and its `lerp` follows a sphere.
 
 #include "Shared/Math/Vec3.h"
 
@@ -99,11 +99,11 @@ public:
     /// Scales this vector to length 1; the zero vector becomes (1, 0, 0, 0).
     void normalize() { setLength(1.0); }
 
-    /// Along the shorter arc from the direction of `a` (t = 0) to that of `b` (t = 1) or of -b,
-    /// whichever is nearer; t is not clamped. A unit vector, except that exactly 0 and 1 give `a`
-    /// and `b` as they are. The weights come from single-precision trigonometry, good to about
-    /// seven digits. Of two lengths the longer pulls the result towards it; a zero vector gives
-    /// NaN.
+    /// From the direction of `a` (t = 0) along the arc to that of `b` or -b, whichever is nearer
+    /// (t = 1); t is not clamped. Exactly 0 and 1 give `a` and `b` as they are, every other t a
+    /// unit vector. The weights are computed in single precision, good to about seven digits;
+    /// directions whose cosine is above 0.99 are blended linearly. The result is nearer to the
+    /// longer of two vectors; a zero vector gives NaN.
     static Vec4 lerp(Vec4 a, Vec4 b, double t);
 };
 
