@@ -10,12 +10,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 #include <mutex>
 #include <numeric>
-#include <set>
 #include <utility>
-#include <vector>
 
 namespace Testing {
 namespace {
@@ -25,6 +24,10 @@ using namespace gl33core;
 struct Record {
     bool watching = false;
     bool lostNamesAllowed = false;
+    bool errorsLeft = false;
+    bool logging = false;
+    std::vector<std::string> log;
+    std::map<GLenum, GLint> limits; ///< the answers that are replaced
     std::map<std::string, int> calls;
     std::map<std::string, int> allowed; ///< functions, with the errors seen
     std::set<std::string> errors;
@@ -94,6 +97,22 @@ void noteNames(Record& record, const std::string& function, const glbinding::Fun
     }
 }
 
+/// The call as it would stand in a program.
+std::string textOf(const glbinding::FunctionCall& call) {
+    std::string text = call.function->name();
+    for (std::size_t i = 0; i < call.parameters.size(); ++i) {
+        text += (i == 0 ? "(" : ", ") + call.parameters[i]->asString();
+    }
+    return text + (call.parameters.empty() ? "()" : ")");
+}
+
+void replaceAnswer(const Record& record, const glbinding::FunctionCall& call) {
+    const auto limit = record.limits.find(ValueAccess<GLenum>::of(call.parameters[0]));
+    if (limit != record.limits.end()) {
+        *ValueAccess<GLint*>::of(call.parameters[1]) = limit->second;
+    }
+}
+
 void afterCall(const glbinding::FunctionCall& call) {
     onRecord([&](Record& record) {
         const std::string function = call.function->name();
@@ -101,8 +120,14 @@ void afterCall(const glbinding::FunctionCall& call) {
             return;
         }
         ++record.calls[function];
+        if (record.logging) {
+            record.log.push_back(textOf(call));
+        }
+        if (function == "glGetIntegerv") {
+            replaceAnswer(record, call);
+        }
         noteNames(record, function, call);
-        const GLenum error = glGetError();
+        const GLenum error = record.errorsLeft ? GL_NO_ERROR : glGetError();
         if (error == GL_NO_ERROR) {
             return;
         }
@@ -165,6 +190,14 @@ void GLWatch::allowLostNames() {
     onRecord([](Record& record) { record.lostNamesAllowed = true; });
 }
 
+void GLWatch::leaveErrors(bool leave) {
+    onRecord([&](Record& record) { record.errorsLeft = leave; });
+}
+
+void GLWatch::pretendLimit(GLenum name, GLint value) {
+    onRecord([&](Record& record) { record.limits[name] = value; });
+}
+
 int GLWatch::names(const std::string& kind) {
     return onRecord([&](Record& record) { return static_cast<int>(record.names[kind].size()); });
 }
@@ -183,6 +216,23 @@ int GLWatch::calls() {
         return std::accumulate(record.calls.begin(), record.calls.end(), 0,
                                [](int sum, const auto& entry) { return sum + entry.second; });
     });
+}
+
+std::vector<std::string> GLWatch::callsDuring(const std::function<void()>& work,
+                                              const std::set<std::string>& functions) {
+    onRecord([](Record& record) { record.logging = true; });
+    work();
+    auto log = onRecord([](Record& record) {
+        record.logging = false;
+        return std::exchange(record.log, {});
+    });
+    const auto unwanted = [&](const std::string& call) {
+        return functions.count(call.substr(0, call.find('('))) == 0;
+    };
+    if (!functions.empty()) {
+        log.erase(std::remove_if(log.begin(), log.end(), unwanted), log.end());
+    }
+    return log;
 }
 
 std::string GLWatch::messages() {

@@ -3,7 +3,12 @@
 /// Watches every GL call of the process, on all threads and in all contexts: an error becomes a
 /// failure that names the function, and names have to be deleted as often as they are made.
 
+#include <glbinding/gl/types.h>
+
+#include <functional>
+#include <set>
 #include <string>
+#include <vector>
 
 namespace Testing {
 
@@ -24,6 +29,12 @@ public:
     /// For a test whose contexts die with the names in them.
     void allowLostNames();
 
+    /// While set, error flags stay for the code under test to read, unlooked at.
+    static void leaveErrors(bool leave);
+
+    /// From now on glGetIntegerv answers `value` for this limit of the driver.
+    static void pretendLimit(gl::GLenum name, gl::GLint value);
+
     /// How many names of a kind there are: "Textures", "Buffers", "Renderbuffers", "Programs",
     /// "Shaders", "Framebuffers", "VertexArrays"; the last two in all living contexts together.
     static int names(const std::string& kind);
@@ -34,6 +45,11 @@ public:
     static int callsOf(const std::string& function);
     /// How many calls there were of all functions.
     static int calls();
+
+    /// The calls that `work` makes, in order, as "glName(argument, argument)"; if `functions` are
+    /// given, only theirs.
+    static std::vector<std::string> callsDuring(const std::function<void()>& work,
+                                                const std::set<std::string>& functions = {});
 
     /// All that was written to the message sink.
     static std::string messages();
