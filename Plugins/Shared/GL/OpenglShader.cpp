@@ -147,8 +147,8 @@ void OpenglShader::setUniform4fv(const std::string& name, const float* values, i
 void OpenglShader::setUniformMatrix3f(const std::string& name, Affine* transforms,
                                       int count) const {
     withUniform(name, [=](GLint location) {
-        std::vector<float> matrices;
-        matrices.reserve(9 * static_cast<std::size_t>(count));
+        std::vector<float> matrices; // empty for a negative count, which GL is left to reject
+        matrices.reserve(9 * static_cast<std::size_t>(std::max(count, 0)));
         for (int i = 0; i < count; ++i) {
             const Affine& t = transforms[i];
             for (const double element : {t.a, t.b, 0.0, t.c, t.d, 0.0, t.e, t.f, 1.0}) {

@@ -75,7 +75,8 @@ public:
     void setUniform3fv(const std::string& name, const float* values, int count) const;
     void setUniform4fv(const std::string& name, const float* values, int count) const;
 
-    /// `count` transforms as column-major 3 by 3 matrices, narrowed to single precision.
+    /// `count` transforms as column-major 3 by 3 matrices, narrowed to single precision. A negative
+    /// count goes to GL, which rejects it.
     void setUniformMatrix3f(const std::string& name, Affine* transforms, int count) const;
     /// One matrix, narrowed to single precision. `count` goes to GL as it is and must be 1.
     void setUniformMatrix4f(const std::string& name, const Mat4& matrix, int count) const;

@@ -4,8 +4,7 @@
 
 #include <algorithm>
 #include <array>
-#include <functional>
-#include <list>
+#include <optional>
 #include <utility>
 
 namespace Vexorel::PrismDrift {
@@ -35,17 +34,27 @@ class Stage {
 public:
     Stage(GLenum type, const std::string& source, const char* word)
         : mShader(glCreateShader(type)), mSource(source), mWord(word) {}
-    ~Stage() { glDeleteShader(mShader); }
+    ~Stage() { remove(); }
     Stage(const Stage&) = delete;
     Stage& operator=(const Stage&) = delete;
 
-    GLuint shader() const { return mShader; }
+    /// False, with GL's reason written to the message sink, if the text is no shader.
     bool compile() const;
+
+    void attach(GLuint program) const { glAttachShader(program, mShader); }
+    void detach(GLuint program) const { glDetachShader(program, mShader); }
+
+    /// Deletes the shader object, if it still exists.
+    void remove() {
+        if (mShader != 0) {
+            glDeleteShader(std::exchange(mShader, 0U));
+        }
+    }
 
 private:
     GLuint mShader;
     const std::string& mSource;
-    const char* mWord;
+    const char* mWord; ///< the stage's name in the message
 };
 
 /// The program of a build, deleted unless the build succeeds.
@@ -59,6 +68,9 @@ public:
     }
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
+
+    /// False, with GL's reason written to the message sink, if the stages make no program.
+    bool link() const;
 
     GLuint get() const { return mName; }
     GLuint release() { return std::exchange(mName, 0U); }
@@ -79,36 +91,50 @@ bool Stage::compile() const {
     return status == 1;
 }
 
+bool Program::link() const {
+    glLinkProgram(mName);
+    GLint status = 0;
+    glGetProgramiv(mName, GL_LINK_STATUS, &status);
+    if (status != 1) {
+        writeMessage("Program error:\n" + infoLog(glGetProgramInfoLog, mName) + "\n");
+    }
+    return status == 1;
+}
+
 } // namespace
 
 gl::GLuint buildProgram(const std::string& vertex, const std::string& fragment,
                         const std::string& geometry,
                         const std::map<std::string, int>& attributeBindings) {
-    std::list<Stage> stages;
-    stages.emplace_back(GL_VERTEX_SHADER, vertex, "vert");
-    stages.emplace_back(GL_FRAGMENT_SHADER, fragment, "frag");
+    Stage vertexStage(GL_VERTEX_SHADER, vertex, "vert");
+    Stage fragmentStage(GL_FRAGMENT_SHADER, fragment, "frag");
+    std::optional<Stage> geometryStage;
     if (!geometry.empty()) {
-        stages.emplace_back(GL_GEOMETRY_SHADER, geometry, "geo");
+        geometryStage.emplace(GL_GEOMETRY_SHADER, geometry, "geo");
     }
-    if (!std::all_of(stages.begin(), stages.end(), std::mem_fn(&Stage::compile))) {
+    if (!vertexStage.compile() || !fragmentStage.compile() ||
+        (geometryStage && !geometryStage->compile())) {
         return 0;
     }
     Program program;
-    for (const Stage& stage : stages) {
-        glAttachShader(program.get(), stage.shader());
+    vertexStage.attach(program.get());
+    fragmentStage.attach(program.get());
+    if (geometryStage) {
+        geometryStage->attach(program.get());
     }
     for (const auto& [name, location] : attributeBindings) {
         glBindAttribLocation(program.get(), static_cast<GLuint>(location), name.c_str());
     }
-    glLinkProgram(program.get());
-    GLint status = 0;
-    glGetProgramiv(program.get(), GL_LINK_STATUS, &status);
-    if (status != 1) {
-        writeMessage("Program error:\n" + infoLog(glGetProgramInfoLog, program.get()) + "\n");
+    if (!program.link()) {
         return 0;
     }
-    for (const Stage& stage : stages) {
-        glDetachShader(program.get(), stage.shader());
+    vertexStage.detach(program.get());
+    fragmentStage.detach(program.get());
+    vertexStage.remove();
+    fragmentStage.remove();
+    if (geometryStage) {
+        geometryStage->detach(program.get());
+        geometryStage->remove();
     }
     return program.release();
 }
