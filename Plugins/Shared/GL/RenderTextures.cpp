@@ -3,6 +3,8 @@
 #include "Platform/Effect/Effect.h"
 #include "Shared/GL/AEOpenglMainFrameBuffer.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <limits>
 #include <memory>
@@ -18,12 +20,13 @@ struct Free {
     void operator()(void* memory) const { std::free(memory); }
 };
 
-/// A side as GL takes it: truncated, and refused where it has no such value.
+/// A side as GL takes it, truncated to a whole number; refused if that is negative or too large.
 GLsizei truncated(double side) {
-    if (!(side >= 0.0 && side <= std::numeric_limits<GLsizei>::max())) {
+    const double whole = std::trunc(side);
+    if (!(whole >= 0.0 && whole <= std::numeric_limits<GLsizei>::max())) {
         throw int{PF_Err_BAD_CALLBACK_PARAM};
     }
-    return static_cast<GLsizei>(side);
+    return static_cast<GLsizei>(whole);
 }
 
 /// The filter for a picture that is drawn smaller. The one for a larger one is set only without mip
@@ -65,7 +68,9 @@ unsigned int makeTexture(GLsizei width, GLsizei height, double bytes, GLenum for
 unsigned int makeTexture(const Vec2& size, GLenum format, bool linear, bool mipmap) {
     const GLsizei width = truncated(size.x);
     const GLsizei height = truncated(size.y);
-    return makeTexture(width, height, size.x * size.y * 4.0, format, linear, mipmap);
+    // A side that truncates to 0 may be negative, and so may the product.
+    const double bytes = std::max(size.x * size.y * 4.0, 0.0);
+    return makeTexture(width, height, bytes, format, linear, mipmap);
 }
 
 } // namespace
