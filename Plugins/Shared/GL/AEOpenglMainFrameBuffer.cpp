@@ -10,13 +10,17 @@ using namespace gl33core;
 
 namespace {
 
+GLint integer(GLenum name) {
+    GLint value = 0;
+    glGetIntegerv(name, &value);
+    return value;
+}
+
 /// What a multisampled target has, unless the driver offers fewer.
 constexpr GLsizei kSamples = 8;
 
 GLsizei sampleCount() {
-    GLint offered = 0;
-    glGetIntegerv(GL_MAX_SAMPLES, &offered);
-    return std::min(kSamples, offered);
+    return std::min(kSamples, integer(GL_MAX_SAMPLES));
 }
 
 GLsizei asSize(std::uint32_t side) {
@@ -25,6 +29,10 @@ GLsizei asSize(std::uint32_t side) {
 
 void attachColour(GLenum target, GLuint renderBuffer) {
     glFramebufferRenderbuffer(target, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, renderBuffer);
+}
+
+void attachStencil(GLenum target, GLuint renderBuffer) {
+    glFramebufferRenderbuffer(target, GL_STENCIL_ATTACHMENT, GL_RENDERBUFFER, renderBuffer);
 }
 
 /// A frame buffer of its own around a texture, bound and cleared. No field records its name: it is
@@ -104,6 +112,9 @@ void AEOpenglMainFrameBuffer::destory() {
 }
 
 void AEOpenglMainFrameBuffer::clearStack() {
+    if (!mRenderBufferStack.empty()) {
+        detachTarget();
+    }
     for (const GLuint colour : mRenderBufferStack) {
         deleteTarget(colour);
     }
@@ -121,8 +132,29 @@ void AEOpenglMainFrameBuffer::deleteTarget(GLuint colour) {
     }
 }
 
+/// Takes the target off the drawing frame buffer, which need not be bound. GL itself detaches what
+/// is deleted from bound frame buffers only; elsewhere it would live on.
+void AEOpenglMainFrameBuffer::detachTarget() const {
+    const GLuint drawing = drawingFrameBuffer();
+    if (drawing == 0) {
+        return;
+    }
+    const auto bound = static_cast<GLuint>(integer(GL_READ_FRAMEBUFFER_BINDING));
+    glBindFramebuffer(GL_READ_FRAMEBUFFER, drawing);
+    attachColour(GL_READ_FRAMEBUFFER, 0);
+    if (!mStencilBuffers.empty()) {
+        attachStencil(GL_READ_FRAMEBUFFER, 0);
+    }
+    glBindFramebuffer(GL_READ_FRAMEBUFFER, bound);
+}
+
 const PerContextName& AEOpenglMainFrameBuffer::drawingFrameBuffer() const {
     return mMultisample ? mMultisampleFrameBuffer : mSingleFrameBuffer;
+}
+
+bool AEOpenglMainFrameBuffer::isOwnFrameBuffer(GLuint name) const {
+    return name == mResolveFrameBuffer || name == mSingleFrameBuffer ||
+           name == mMultisampleFrameBuffer;
 }
 
 void AEOpenglMainFrameBuffer::beginDrawing() {
@@ -160,7 +192,9 @@ void AEOpenglMainFrameBuffer::pushRenderContext(bool, bool stencil) {
     if (stencil) {
         GLuint& buffer = mStencilBuffers[colour];
         buffer = makeRenderBuffer(GL_STENCIL_INDEX8);
-        glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_STENCIL_ATTACHMENT, GL_RENDERBUFFER, buffer);
+        attachStencil(GL_FRAMEBUFFER, buffer);
+    } else if (!mStencilBuffers.empty()) {
+        attachStencil(GL_FRAMEBUFFER, 0); // that of the target below
     }
     glClearColor(0, 0, 0, 0);
     glClear(GL_COLOR_BUFFER_BIT);
@@ -185,11 +219,8 @@ unsigned int AEOpenglMainFrameBuffer::popRenderContext() {
         glBindTexture(GL_TEXTURE_2D, texture);
         glCopyTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, 0, 0, w, h, 0);
     }
+    detachTarget();
     const GLuint colour = mRenderBufferStack.back();
-    attachColour(GL_READ_FRAMEBUFFER, 0);
-    if (mStencilBuffers.count(colour) != 0) {
-        glFramebufferRenderbuffer(GL_READ_FRAMEBUFFER, GL_STENCIL_ATTACHMENT, GL_RENDERBUFFER, 0);
-    }
     mRenderBufferStack.pop_back();
     deleteTarget(colour);
     if (!mRenderBufferStack.empty()) {
@@ -206,8 +237,7 @@ void AEOpenglMainFrameBuffer::attachTop() const {
     attachColour(GL_FRAMEBUFFER, top);
     const auto stencil = mStencilBuffers.find(top);
     if (stencil != mStencilBuffers.end()) {
-        glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_STENCIL_ATTACHMENT, GL_RENDERBUFFER,
-                                  stencil->second);
+        attachStencil(GL_FRAMEBUFFER, stencil->second);
     }
 }
 
@@ -235,13 +265,13 @@ void AEOpenglMainFrameBuffer::pushNormalRenderContext(unsigned int texture, cons
 }
 
 void AEOpenglMainFrameBuffer::popNormalRenderContext() {
-    GLint bound = 0;
-    glGetIntegerv(GL_FRAMEBUFFER_BINDING, &bound);
-    glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, 0, 0);
-    glBindRenderbuffer(GL_RENDERBUFFER, 0);
-    glBindFramebuffer(GL_FRAMEBUFFER, 0);
-    const auto name = static_cast<GLuint>(bound);
-    glDeleteFramebuffers(1, &name);
+    const auto bound = static_cast<GLuint>(integer(GL_FRAMEBUFFER_BINDING));
+    if (bound != 0 && !isOwnFrameBuffer(bound)) {
+        glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, 0, 0);
+        glBindRenderbuffer(GL_RENDERBUFFER, 0);
+        glBindFramebuffer(GL_FRAMEBUFFER, 0);
+        glDeleteFramebuffers(1, &bound);
+    }
     if (!mRenderBufferStack.empty()) {
         attachTop();
         constexpr GLenum drawBuffer = GL_COLOR_ATTACHMENT0;

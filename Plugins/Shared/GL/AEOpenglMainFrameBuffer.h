@@ -35,18 +35,19 @@ public:
     std::uint16_t width() const { return static_cast<std::uint16_t>(mWidth); } ///< modulo 65536
     std::uint16_t height() const { return static_cast<std::uint16_t>(mHeight); }
 
-    /// Makes what a frame of this size needs. At the size that there is already, only the frame
-    /// buffers that the current context lacks are made, and the flag is not looked at.
+    /// Makes what a frame of this size needs. If the size is the one on record, the flag is not
+    /// looked at, and all that is made are frame buffers that the current context lacks; after
+    /// unprepare() nothing at all, until another size or destory() comes first.
     void prepare(long width, long height, bool multisample);
 
-    /// Deletes what prepare made, and the stack. The size stays as it was.
+    /// Deletes what prepare made, and the stack. The size stays on record.
     void unprepare();
 
     /// Unprepares and deletes the screen pass, with the size set to 0 by 0: nothing usable is left
     /// until the next prepare.
     void destory();
 
-    /// Deletes all pushed targets.
+    /// Deletes all pushed targets. The frame buffer that is bound stays bound.
     void clearStack();
 
     /// Opens a frame: pushes a cleared target and sets the viewport to all of it.
@@ -69,13 +70,15 @@ public:
     void pushNormalRenderContext(unsigned int texture);
     void pushNormalRenderContext(unsigned int texture, const Vec2& size, int level);
 
-    /// Ends a texture target and goes back to the top of the stack, if it has one.
+    /// Ends a texture target and goes back to the top of the stack, if it has one. Without a
+    /// texture target bound, only the latter.
     void popNormalRenderContext();
 
     /// A new texture, zero-filled, clamped to its edge and unbound; without a size it has the
     /// frame's, otherwise each side is truncated. With `mipmap` the caller supplies the levels.
-    /// Throws PF_Err_OUT_OF_MEMORY or std::bad_alloc where there is no memory for the zeros, and
-    /// PF_Err_BAD_CALLBACK_PARAM for a side that isn't a size.
+    /// Throws PF_Err_OUT_OF_MEMORY for more than 2^32 - 1 bytes of zeros and std::bad_alloc where
+    /// there is no memory for them; PF_Err_BAD_CALLBACK_PARAM for a side that is NaN, negative or
+    /// too large once truncated.
     unsigned int createRenderTexture(bool mipmap);
     unsigned int createRenderTexture(const Vec2& size, bool mipmap);
     /// The same in 32-bit float; not `linear` samples the nearest texel.
@@ -96,6 +99,8 @@ public:
 private:
     void generateFrameBuffers();
     const PerContextName& drawingFrameBuffer() const;
+    bool isOwnFrameBuffer(gl::GLuint name) const;
+    void detachTarget() const;
     gl::GLuint makeRenderBuffer(gl::GLenum format) const;
     void attachTop() const;
     void deleteTarget(gl::GLuint colour);
