@@ -97,11 +97,11 @@ void sendPixels(const PF_LayerDef& world, GLenum type, const void* pixels) {
 }
 
 /// Lets the host call `copy` for each pixel of `source`.
-void iterate(PF_InData* in_data, PF_LayerDef* source, PixelCopyRefcon& refcon,
-             PF_IteratePixelFloatFunc copy, PF_LayerDef* destination) {
+void iterate(PF_InData* in_data, PF_LayerDef* source, void* refcon, PF_IteratePixelFloatFunc copy,
+             PF_LayerDef* destination) {
     const SuiteScoper<PF_iterateFloatSuite1> suite(in_data, "PF iterateFloat Suite", 1);
     const PF_Err err =
-        suite->iterate(in_data, 0, source->height, source, nullptr, &refcon, copy, destination);
+        suite->iterate(in_data, 0, source->height, source, nullptr, refcon, copy, destination);
     if (err != PF_Err_NONE) {
         throw int{err};
     }
@@ -112,14 +112,14 @@ void uploadFloat(PF_LayerDef* source, PF_InData* in_data) {
         new PF_PixelFloat[static_cast<std::size_t>(source->width) *
                           static_cast<std::size_t>(source->height)]);
     PixelCopyRefcon refcon{pixels.get(), source};
-    iterate(in_data, source, refcon, AEOpenGLUtilities::CopyPixelFloatIn, source);
+    iterate(in_data, source, &refcon, AEOpenGLUtilities::CopyPixelFloatIn, source);
     glPixelStorei(GL_UNPACK_ROW_LENGTH, source->width);
     sendPixels(*source, GL_FLOAT, pixels.get());
 }
 
 /// What GL gave, in rows of `width` pixels.
 struct ReadBack {
-    const void* pixels;
+    void* pixels;
     unsigned int width;
     unsigned int height;
 };
@@ -139,6 +139,40 @@ void copyRows(const ReadBack& from, PF_Err (*getPixelData)(PF_LayerDef*, void*, 
         std::memcpy(reinterpret_cast<char*>(first) + offset, pixels + y * from.width,
                     static_cast<std::size_t>(columns) * sizeof(Pixel));
     }
+}
+
+/// A float download that has to be clipped. A host may call for pixels that the picture or the
+/// output doesn't have.
+struct ClippedCopy {
+    PixelCopyRefcon copy; ///< first, so that this refcon is one of CopyPixelFloatOut as well
+    std::int64_t columns;
+    std::int64_t rows;
+};
+
+PF_Err copyPixelClipped(void* refcon, int x, int y, PF_PixelFloat* in, PF_PixelFloat* out) {
+    auto& clipped = *static_cast<ClippedCopy*>(refcon);
+    return x < clipped.columns && y < clipped.rows
+               ? AEOpenGLUtilities::CopyPixelFloatOut(&clipped.copy, x, y, in, out)
+               : PF_Err_NONE;
+}
+
+/// Copies the rows and columns that both have, by way of the host. The rows of the picture count
+/// as `input`'s width, as CopyPixelFloatOut has it, unless the picture is narrower.
+void downloadFloat(const ReadBack& from, PF_LayerDef* input, PF_LayerDef* output,
+                   PF_InData* in_data) {
+    PF_LayerDef narrowed = *input;
+    narrowed.width = static_cast<std::int32_t>(std::min<std::int64_t>(input->width, from.width));
+    PF_LayerDef* const stride = narrowed.width == input->width ? input : &narrowed;
+    const std::int64_t rows = stride->width > 0
+                                  ? std::int64_t{from.width} * from.height / stride->width
+                                  : std::int64_t{0};
+    const bool allFit = stride == input && rows >= input->height && output->width == input->width &&
+                        output->height == input->height;
+    ClippedCopy clipped{{static_cast<PF_PixelFloat*>(from.pixels), stride},
+                        std::min(stride->width, output->width),
+                        std::min<std::int64_t>(rows, output->height)};
+    iterate(in_data, input, &clipped,
+            allFit ? AEOpenGLUtilities::CopyPixelFloatOut : copyPixelClipped, output);
 }
 
 } // namespace
@@ -207,11 +241,9 @@ void AEOpenGLUtilities::DownloadTexture(unsigned int width, unsigned int height,
     case PF_PixelFormat_ARGB64:
         copyRows(pixels, in_data->utils->get_pixel_data16, output);
         break;
-    case PF_PixelFormat_ARGB128: {
-        PixelCopyRefcon refcon{static_cast<PF_PixelFloat*>(handle.memory()), input};
-        iterate(in_data, input, refcon, CopyPixelFloatOut, output);
+    case PF_PixelFormat_ARGB128:
+        downloadFloat(pixels, input, output, in_data);
         break;
-    }
     default:
         refuse();
     }

@@ -18,26 +18,29 @@ struct PixelCopyRefcon {
     PF_LayerDef* world;    ///< its width is the buffer's row stride, in pixels
 };
 
-/// Static operations only. They need a context current, and throw an `int` on failure, with the
-/// texture or handle of the failed call gone and the pixel store as it was.
+/// Static operations only. They need a context current. A failure is thrown as an `int`, or as
+/// std::bad_alloc where there is no memory for a float upload; the texture, handle and suites of the
+/// failed call are gone then. Every upload, failed or not, ends with no texture bound and
+/// GL_UNPACK_ROW_LENGTH 0; no other value of the pixel store is touched.
 class AEOpenGLUtilities {
 public:
     AEOpenGLUtilities() = delete;
 
     /// Makes a texture of 32-bit floats from `source`, whose pixels are in `format`; it belongs to
-    /// the caller. `pixelSize` (bytes) and `pixelType` are what DownloadTexture wants to be handed,
-    /// `multiplier` is for the passes: the factor that makes the texture's full scale 1. It is
-    /// written for every format, the other two for a known one. `output` isn't read. Throws
-    /// PF_Err_BAD_CALLBACK_PARAM for an unknown format or a world without pixels, and an error of
-    /// the host's iterator as it came.
+    /// the caller. `pixelSize` (bytes) and `pixelType` are for DownloadTexture, and are written for
+    /// a known format only. `multiplier`, always written, is for the passes: the factor that makes
+    /// the texture's full scale 1. `output` isn't read. Throws PF_Err_BAD_CALLBACK_PARAM for an
+    /// unknown format, or where the host gives no first pixel; 13 where the host lacks a suite; and
+    /// an error of the host's iterator as it came.
     static unsigned int UploadTexture(int format, PF_LayerDef* source, PF_LayerDef* output,
                                       PF_InData* in_data, unsigned long& pixelSize,
                                       gl::GLenum& pixelType, float& multiplier, bool mipmap);
 
     /// Reads `width` by `height` pixels of the bound frame buffer and copies those that `output`
-    /// has too; the gap behind its rows is left alone. `input` gives the row stride of a float
-    /// transfer. Throws like UploadTexture, and PF_Err_OUT_OF_MEMORY if the host has no
-    /// handle or the driver no memory.
+    /// has too; the gap behind its rows is left alone. A float transfer goes through the host's
+    /// iteration over `input`, whose width is its row stride too. Throws like UploadTexture, and
+    /// PF_Err_OUT_OF_MEMORY for 2^32 pixels or more, and where the host can't give or lock a handle
+    /// or the driver has no memory.
     static void DownloadTexture(unsigned int width, unsigned int height, PF_LayerDef* input,
                                 PF_LayerDef* output, PF_InData* in_data, int format,
                                 unsigned long pixelSize, gl::GLenum pixelType);
