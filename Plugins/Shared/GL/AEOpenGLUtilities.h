@@ -19,8 +19,8 @@ struct PixelCopyRefcon {
 };
 
 /// Static operations only. They need a context current. A failure is thrown as an `int`, or as
-/// std::bad_alloc where there is no memory for a float upload; the texture, handle and suites of the
-/// failed call are gone then. Every upload, failed or not, ends with no texture bound and
+/// std::bad_alloc where there is no memory for a float upload; the texture, handle and suites of
+/// the failed call are gone then. Every upload, failed or not, ends with no texture bound and
 /// GL_UNPACK_ROW_LENGTH 0; no other value of the pixel store is touched.
 class AEOpenGLUtilities {
 public:
