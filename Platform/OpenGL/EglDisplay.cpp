@@ -1,11 +1,11 @@
 #include "Platform/OpenGL/EglDisplay.h"
 
 #include "Platform/OpenGL/ContextFailure.h"
+#include "Platform/Threads/Mutex.h"
 
 #include <EGL/eglext.h>
 
 #include <array>
-#include <mutex>
 #include <string_view>
 #include <vector>
 
@@ -152,8 +152,8 @@ EGLContext makeContextOn(EGLDisplay display, EGLContext share, std::string& whyN
 
 /// Never destroyed: threads may make contexts while the process ends.
 struct ChosenDisplay {
-    std::mutex mutex;
-    EGLDisplay display = EGL_NO_DISPLAY;
+    Mutex mutex;
+    EGLDisplay display PRISMDRIFT_GUARDED_BY(mutex) = EGL_NO_DISPLAY;
 };
 
 ChosenDisplay& chosenDisplay() {
@@ -200,7 +200,7 @@ RenderingApiScope::~RenderingApiScope() {
 
 EglContext makeEglContext(EGLContext share, std::string& whyNot) {
     ChosenDisplay& chosen = chosenDisplay();
-    const std::lock_guard<std::mutex> lock(chosen.mutex);
+    const MutexLock lock(chosen.mutex);
     EglContext made;
     if (chosen.display == EGL_NO_DISPLAY) {
         made = chooseDisplay(whyNot);

@@ -2,9 +2,9 @@
 
 #include "Platform/OpenGL/EglDisplay.h"
 #include "Platform/OpenGL/Glx.h"
+#include "Platform/Threads/Mutex.h"
 
 #include <map>
-#include <mutex>
 
 namespace {
 
@@ -13,9 +13,9 @@ using Platform::RenderingApiScope;
 /// The contexts that have not been invalidated, by number. Never destroyed: threads may end, and
 /// their contexts with them, after the process's static objects.
 struct LivingContexts {
-    std::mutex mutex;
-    std::map<std::uint64_t, NSOpenGLContext*> byNumber;
-    std::uint64_t lastNumber = 0;
+    Platform::Mutex mutex;
+    std::map<std::uint64_t, NSOpenGLContext*> byNumber PRISMDRIFT_GUARDED_BY(mutex);
+    std::uint64_t lastNumber PRISMDRIFT_GUARDED_BY(mutex) = 0;
 };
 
 LivingContexts& living() {
@@ -25,7 +25,7 @@ LivingContexts& living() {
 
 NSOpenGLContext* findLiving(std::uint64_t number) {
     LivingContexts& contexts = living();
-    const std::lock_guard<std::mutex> lock(contexts.mutex);
+    const Platform::MutexLock lock(contexts.mutex);
     const auto found = contexts.byNumber.find(number);
     return found != contexts.byNumber.end() ? found->second : nullptr;
 }
@@ -191,7 +191,7 @@ NSOpenGLContext* NSOpenGLContext::initWithFormat(NSOpenGLPixelFormat* format,
 NSOpenGLContext::NSOpenGLContext(void* display, void* context)
     : mDisplay(display), mContext(context), mNumber([this] {
           LivingContexts& contexts = living();
-          const std::lock_guard<std::mutex> lock(contexts.mutex);
+          const Platform::MutexLock lock(contexts.mutex);
           contexts.byNumber.emplace(++contexts.lastNumber, this);
           return contexts.lastNumber;
       }()) {}
@@ -258,7 +258,7 @@ void NSOpenGLContext::invalidate() {
     }
     {
         LivingContexts& contexts = living();
-        const std::lock_guard<std::mutex> lock(contexts.mutex);
+        const Platform::MutexLock lock(contexts.mutex);
         contexts.byNumber.erase(mNumber);
     }
     // A lost context went with its display; its handle may name another one by now.

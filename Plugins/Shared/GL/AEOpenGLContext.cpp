@@ -1,5 +1,6 @@
 #include "Shared/GL/AEOpenGLContext.h"
 
+#include "Platform/Threads/Mutex.h"
 #include "Shared/GL/MessageSink.h"
 #include "Shared/GL/PerContextName.h"
 
@@ -12,7 +13,6 @@
 #include <array>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -30,7 +30,7 @@ class Records {
 public:
     /// The record of the context with this number, a new or a free one at the first call.
     glbinding::ContextHandle of(std::uint64_t number) {
-        const std::lock_guard<std::mutex> lock(mMutex);
+        const Platform::MutexLock lock(mMutex);
         glbinding::ContextHandle& record = mUsed[number];
         if (record == 0 && !mFree.empty()) {
             record = mFree.back();
@@ -42,7 +42,7 @@ public:
     }
 
     void giveBack(std::uint64_t number) {
-        const std::lock_guard<std::mutex> lock(mMutex);
+        const Platform::MutexLock lock(mMutex);
         const auto used = mUsed.find(number);
         if (used != mUsed.end()) {
             mFree.push_back(used->second);
@@ -51,9 +51,9 @@ public:
     }
 
 private:
-    std::mutex mMutex;
-    std::map<std::uint64_t, glbinding::ContextHandle> mUsed;
-    std::vector<glbinding::ContextHandle> mFree;
+    Platform::Mutex mMutex;
+    std::map<std::uint64_t, glbinding::ContextHandle> mUsed PRISMDRIFT_GUARDED_BY(mMutex);
+    std::vector<glbinding::ContextHandle> mFree PRISMDRIFT_GUARDED_BY(mMutex);
 };
 
 /// Never destroyed: a thread may end, and its context with it, after the process's static objects.

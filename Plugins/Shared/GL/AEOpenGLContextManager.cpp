@@ -4,13 +4,14 @@
 
 namespace Vexorel::PrismDrift {
 
-using Lock = std::lock_guard<std::recursive_mutex>;
+using Platform::MutexLock;
+using Platform::RecursiveMutexLock;
 
 std::atomic<std::int32_t> AEOpenGLContextManager::mContextCount{0};
 std::map<int, AEOpenGLContext*>& AEOpenGLContextManager::mRenderContexts =
     *new std::map<int, AEOpenGLContext*>;
-std::recursive_mutex& AEOpenGLContextManager::mMutex = *new std::recursive_mutex;
-std::mutex& AEOpenGLContextManager::mMapMutex = *new std::mutex;
+Platform::RecursiveMutex& AEOpenGLContextManager::mMutex = *new Platform::RecursiveMutex;
+Platform::Mutex& AEOpenGLContextManager::mMapMutex = *new Platform::Mutex;
 AEOpenGLContext* AEOpenGLContextManager::mSharedDataContext = nullptr;
 
 namespace {
@@ -32,7 +33,7 @@ struct ThreadEnd {
 private:
     /// The thread's context, off the map; null if there is none, or a set-down took it.
     static AEOpenGLContext* take() {
-        const std::lock_guard<std::mutex> lock(AEOpenGLContextManager::mMapMutex);
+        const MutexLock lock(AEOpenGLContextManager::mMapMutex);
         auto& contexts = AEOpenGLContextManager::mRenderContexts;
         const auto found = contexts.find(mThread);
         if (found == contexts.end()) {
@@ -57,7 +58,7 @@ AEOpenGLContext* makeContext(const AEOpenGLContext* share) {
 } // namespace
 
 void AEOpenGLContextManager::setupContextManager() {
-    const Lock lock(mMutex);
+    const RecursiveMutexLock lock(mMutex);
     watchThreadEnd();
     if (mSharedDataContext == nullptr) {
         mSharedDataContext = makeContext(nullptr);
@@ -65,12 +66,12 @@ void AEOpenGLContextManager::setupContextManager() {
 }
 
 AEOpenGLContext* AEOpenGLContextManager::getSharedDataContext() {
-    const Lock lock(mMutex);
+    const RecursiveMutexLock lock(mMutex);
     return mSharedDataContext;
 }
 
 AEOpenGLContext* AEOpenGLContextManager::getCurrentRenderContext() {
-    const Lock lock(mMutex);
+    const RecursiveMutexLock lock(mMutex);
     if (mThread == -1) {
         if (mSharedDataContext == nullptr) {
             return nullptr;
@@ -79,7 +80,7 @@ AEOpenGLContext* AEOpenGLContextManager::getCurrentRenderContext() {
         mThread = mContextCount.fetch_add(1);
     }
     const auto entry = [] {
-        const std::lock_guard<std::mutex> mapLock(mMapMutex);
+        const MutexLock mapLock(mMapMutex);
         return &mRenderContexts[mThread];
     }();
     if (*entry == nullptr && mSharedDataContext != nullptr) {
@@ -89,10 +90,10 @@ AEOpenGLContext* AEOpenGLContextManager::getCurrentRenderContext() {
 }
 
 void AEOpenGLContextManager::releaseContextManager() {
-    const Lock lock(mMutex);
+    const RecursiveMutexLock lock(mMutex);
     std::map<int, AEOpenGLContext*> contexts;
     {
-        const std::lock_guard<std::mutex> mapLock(mMapMutex);
+        const MutexLock mapLock(mMapMutex);
         contexts.swap(mRenderContexts);
     }
     for (const auto& entry : contexts) {
@@ -103,9 +104,9 @@ void AEOpenGLContextManager::releaseContextManager() {
 }
 
 void AEOpenGLContextManager::abandonContexts() {
-    const Lock lock(mMutex);
+    const RecursiveMutexLock lock(mMutex);
     {
-        const std::lock_guard<std::mutex> mapLock(mMapMutex);
+        const MutexLock mapLock(mMapMutex);
         for (const auto& entry : mRenderContexts) {
             if (entry.second != nullptr) {
                 entry.second->mNSContext->setLost();

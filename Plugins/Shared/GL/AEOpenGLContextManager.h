@@ -3,12 +3,12 @@
 /// Gives each thread that renders a context of its own, and keeps all of them in one share group
 /// with the shared data context.
 
+#include "Platform/Threads/Mutex.h"
 #include "Shared/GL/AEOpenGLContext.h"
 
 #include <atomic>
 #include <cstdint>
 #include <map>
-#include <mutex>
 
 namespace Vexorel::PrismDrift {
 
@@ -44,10 +44,11 @@ public:
 
     // References to objects that are never destroyed, since threads may end after the process's
     // static objects have.
-    static std::map<int, AEOpenGLContext*>& mRenderContexts; ///< by id; owned; under mMapMutex
-    static std::recursive_mutex& mMutex;
-    static std::mutex& mMapMutex; ///< a leaf: taken under mMutex or alone, for the map only
-    static AEOpenGLContext* mSharedDataContext; ///< owned; guarded by mMutex
+    /// By id; owned.
+    static std::map<int, AEOpenGLContext*>& mRenderContexts PRISMDRIFT_GUARDED_BY(mMapMutex);
+    static Platform::RecursiveMutex& mMutex;
+    static Platform::Mutex& mMapMutex; ///< a leaf: taken under mMutex or alone, for the map only
+    static AEOpenGLContext* mSharedDataContext PRISMDRIFT_GUARDED_BY(mMutex); ///< owned
 };
 
 } // namespace Vexorel::PrismDrift

@@ -7,7 +7,6 @@
 #include <glbinding/gl33core/gl.h>
 
 #include <cstdint>
-#include <map>
 
 namespace Vexorel::PrismDrift {
 
@@ -35,9 +34,6 @@ public:
 
     /// Drops what all objects of this class hold of a context that is gone. Makes no GL call.
     static void forgetContext(std::uint64_t number);
-
-private:
-    std::map<std::uint64_t, gl::GLuint> mNames;
 };
 
 } // namespace Vexorel::PrismDrift

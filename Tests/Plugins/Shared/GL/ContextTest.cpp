@@ -12,6 +12,7 @@
 #include <glbinding/Version.h>
 #include <gmock/gmock.h>
 
+#include <future>
 #include <thread>
 
 namespace Testing {
@@ -19,6 +20,7 @@ namespace {
 
 using namespace gl33core;
 using ::testing::ElementsAre;
+using ::testing::IsEmpty;
 using ::testing::Key;
 using ::testing::Pair;
 using Vexorel::PrismDrift::AEOpenGLContext;
@@ -67,7 +69,9 @@ TEST_F(Context, SharesTexturesWithItsGroupButNotWhatIsPerContext) {
     EXPECT_TRUE(glIsTexture(texture));
     EXPECT_EQ(GLuint{name}, 0U);
     name.generate(glGenVertexArrays);
+    EXPECT_EQ(GLWatch::names("VertexArrays"), 2);
     name.remove(glDeleteVertexArrays);
+    EXPECT_EQ(GLWatch::names("VertexArrays"), 1);
     EXPECT_EQ(GLuint{name}, 0U);
     second->makeContextCurrent();
     EXPECT_EQ(GLuint{name}, first);
@@ -124,6 +128,11 @@ TEST_F(Context, IsPutBackOnceByTheSaver) {
     second.reset(); // a context that has died is skipped
     saver.restore();
     EXPECT_TRUE(context->isCurrent());
+    second = std::make_unique<AEOpenGLContext>(context.get());
+    saver.init(); // anew
+    context->makeContextCurrent();
+    saver.restore();
+    EXPECT_TRUE(CGLGetCurrentContext() == second->mCGLContext && saver.mRestored());
     releaseCurrentEgl();
     saver.init();
     context->makeContextCurrent();
@@ -136,39 +145,102 @@ protected:
     using M = AEOpenGLContextManager;
     void TearDown() override {
         M::releaseContextManager();
-        EXPECT_TRUE(M::mRenderContexts.empty());
+        EXPECT_THAT(contexts(), IsEmpty());
+    }
+    static std::map<int, AEOpenGLContext*> contexts() {
+        const Platform::MutexLock lock(M::mMapMutex);
+        return M::mRenderContexts;
     }
     GLWatch watch;
 };
 
 TEST_F(Manager, GivesEachThreadItsContext) {
     EXPECT_EQ(M::getCurrentRenderContext(), nullptr); // without a set-up, and without an id
-    EXPECT_TRUE(M::mRenderContexts.empty());
+    EXPECT_THAT(contexts(), IsEmpty());
     const int firstId = M::mContextCount;
     M::setupContextManager();
     AEOpenGLContext* shared = M::getSharedDataContext();
     EXPECT_TRUE(shared->isCurrent());
     M::setupContextManager();
     EXPECT_EQ(M::getSharedDataContext(), shared);
+    GLuint texture = 0;
+    glGenTextures(1, &texture);
+    glBindTexture(GL_TEXTURE_2D, texture);
     AEOpenGLContext* own = M::getCurrentRenderContext();
     EXPECT_TRUE(own->isCurrent());
+    EXPECT_TRUE(glIsTexture(texture)); // one share group
+    glDeleteTextures(1, &texture);
     shared->makeContextCurrent();
     EXPECT_EQ(M::getCurrentRenderContext(), own);
     EXPECT_TRUE(shared->isCurrent()); // an old one is not made current
     std::thread([&] {
         EXPECT_NE(M::getCurrentRenderContext(), own);
-        EXPECT_THAT(M::mRenderContexts, ElementsAre(Key(firstId), Key(firstId + 1)));
+        EXPECT_THAT(contexts(), ElementsAre(Key(firstId), Key(firstId + 1)));
     }).join();
-    EXPECT_THAT(M::mRenderContexts, ElementsAre(Pair(firstId, own)));
+    EXPECT_THAT(contexts(), ElementsAre(Pair(firstId, own)));
     M::releaseContextManager();
     EXPECT_EQ(M::getSharedDataContext(), nullptr);
     EXPECT_EQ(M::getCurrentRenderContext(), nullptr);
-    EXPECT_THAT(M::mRenderContexts, ElementsAre(Pair(firstId, nullptr)));
+    EXPECT_THAT(contexts(), ElementsAre(Pair(firstId, nullptr)));
     M::releaseContextManager(); // skips the null
     M::setupContextManager();
     EXPECT_NE(M::getCurrentRenderContext(), nullptr);
-    EXPECT_THAT(M::mRenderContexts, ElementsAre(Key(firstId)));
+    EXPECT_THAT(contexts(), ElementsAre(Key(firstId)));
     EXPECT_EQ(M::mContextCount, firstId + 2);
+}
+
+/// Writes down its end.
+struct NotedContext : AEOpenGLContext {
+    NotedContext(int number, std::vector<int>& ends)
+        : AEOpenGLContext(nullptr), mNumber(number), mEnds(ends) {}
+    ~NotedContext() override { mEnds.push_back(mNumber); }
+    int mNumber;
+    std::vector<int>& mEnds;
+};
+
+TEST_F(Manager, ReleasesTheSharedContextLast) {
+    std::vector<int> ends;
+    {
+        const Platform::RecursiveMutexLock lock(M::mMutex);
+        const Platform::MutexLock mapLock(M::mMapMutex);
+        M::mSharedDataContext = new NotedContext(0, ends);
+        for (const int id : {1007, 1003, 1005}) {
+            M::mRenderContexts[id] = new NotedContext(id, ends);
+        }
+    }
+    M::releaseContextManager();
+    EXPECT_THAT(ends, ElementsAre(1003, 1005, 1007, 0));
+}
+
+TEST_F(Manager, LetsNoThreadMakeAContextBesideAFrame) {
+    M::setupContextManager();
+    for (void (*operation)() :
+         {M::setupContextManager, +[] { M::getSharedDataContext(); },
+          +[] { M::getCurrentRenderContext(); }, M::releaseContextManager, M::abandonContexts}) {
+        std::future<void> done;
+        {
+            const Platform::RecursiveMutexLock frame(M::mMutex);
+            done = std::async(std::launch::async, operation);
+            EXPECT_EQ(done.wait_for(std::chrono::milliseconds(20)), std::future_status::timeout);
+        }
+        done.get();
+    }
+    M::setupContextManager();
+    std::promise<void> started, ended, go;
+    std::thread thread([&] {
+        M::getCurrentRenderContext();
+        ended.set_value_at_thread_exit();
+        started.set_value();
+        go.get_future().wait();
+    });
+    started.get_future().wait();
+    {
+        const Platform::RecursiveMutexLock frame(M::mMutex);
+        go.set_value(); // and a thread's end doesn't wait for one
+        EXPECT_EQ(ended.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    }
+    thread.join();
+    EXPECT_THAT(contexts(), IsEmpty());
 }
 
 } // namespace
