@@ -69,6 +69,11 @@ private:
     std::thread mThread;
 };
 
+std::size_t renderContexts() {
+    const Platform::MutexLock lock(AEOpenGLContextManager::mMapMutex);
+    return AEOpenGLContextManager::mRenderContexts.size();
+}
+
 class Threads : public EffectTest {
 protected:
     /// A frame of the calling thread's own host; a few sizes, so that they change between frames.
@@ -114,7 +119,7 @@ TEST_F(Threads, TakeTheirContextsWithThemAtTheirEnd) {
     const auto run = [&](int count) {
         for (int i = 0; i < count; ++i) {
             std::thread([&] { expectSoundFrame(); }).join();
-            EXPECT_TRUE(AEOpenGLContextManager::mRenderContexts.empty());
+            EXPECT_EQ(renderContexts(), 0U);
         }
         return residentMegabytes();
     };
@@ -133,7 +138,7 @@ TEST_F(Threads, MayDrawInTurnAndTakeTheEffectDownFromAnywhere) {
         other.perform([&] { frame(round); });
         drawing.perform([&] { expectSoundFrame(); });
         expectSoundFrame();
-        EXPECT_EQ(AEOpenGLContextManager::mRenderContexts.size(), 3U);
+        EXPECT_EQ(renderContexts(), 3U);
         other.perform([&] { EXPECT_EQ(host.command(PF_Cmd_GLOBAL_SETDOWN), 0); });
         EXPECT_EQ(GLWatch::sharedNames(), 0);
         EXPECT_EQ(AEOpenGLContextManager::getSharedDataContext(), nullptr);
