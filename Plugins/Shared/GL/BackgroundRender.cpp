@@ -5,25 +5,16 @@
 namespace Vexorel::PrismDrift {
 namespace {
 
-const char* const kFragmentSource = R"(#version 330
-uniform sampler2D videoTexture;
-uniform float multiplier16bit;
-in vec2 uv;
-out vec4 colourOut;
-
-void main()
-{
-    colourOut = texture(videoTexture, uv);
-    colourOut = colourOut * multiplier16bit;
+const char* const kToPremultipliedRgba = R"(    colourOut = colourOut * multiplier16bit;
     colourOut = vec4(colourOut.g, colourOut.b, colourOut.a, colourOut.r);
     colourOut = vec4(colourOut.a * colourOut.r, colourOut.a * colourOut.g,
                      colourOut.a * colourOut.b, colourOut.a);
-}
 )";
 
 } // namespace
 
-BackgroundRender::BackgroundRender() : mShader(kFullFrameVertexSource, kFragmentSource) {
+BackgroundRender::BackgroundRender()
+    : mShader(kFullFrameVertexSource, fullFrameFragmentSource(kToPremultipliedRgba)) {
     bindFullFrameAttributes(mShader);
 }
 

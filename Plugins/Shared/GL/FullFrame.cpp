@@ -18,6 +18,20 @@ void main()
 }
 )";
 
+std::string fullFrameFragmentSource(const std::string& statements) {
+    return R"(#version 330
+uniform sampler2D videoTexture;
+uniform float multiplier16bit;
+in vec2 uv;
+out vec4 colourOut;
+
+void main()
+{
+    colourOut = texture(videoTexture, uv);
+)" + statements +
+           "}\n";
+}
+
 void bindFullFrameAttributes(OpenglShader& shader) {
     shader.addAttributeBinding("position", 0);
     shader.addAttributeBinding("input_uv", 1);

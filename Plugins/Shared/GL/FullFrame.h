@@ -5,21 +5,28 @@
 #include "Shared/GL/OpenglShader.h"
 #include "Shared/GL/PerContextName.h"
 
+#include <string>
+
 namespace Vexorel::PrismDrift {
 
 /// The vertex stage of a pass with `position` and `input_uv`; hands `uv` to the fragment stage.
 extern const char* const kFullFrameVertexSource;
 
-/// Registers the two attributes of that stage.
+/// The fragment stage of a pass over one texture: `colourOut` holds the texture's pixel, and
+/// `statements` turn it into the pass's; `multiplier16bit` is there for them.
+std::string fullFrameFragmentSource(const std::string& statements);
+
+/// Registers the two attributes of the vertex stage.
 void bindFullFrameAttributes(OpenglShader& shader);
 
-/// Draws `texture` over the whole of the bound target. Makes the vertex buffer at the first call,
-/// the vertex array at the first call in each context; both stay for the later ones.
+/// Draws `texture` over the whole of the bound target with a shader of the two stages above. The
+/// vertex buffer is made at the first call, the vertex array at the first call in each context;
+/// both are kept for later calls.
 void drawFullFrame(OpenglShader& shader, PerContextName& vertexArray, gl::GLuint& vertexBuffer,
                    unsigned int texture, float multiplier);
 
-/// Makes the two vertex objects where they are missing, the buffer filled with `size` bytes, and
-/// binds both.
+/// Binds the vertex array and the buffer. Makes what doesn't exist yet: the buffer with the `size`
+/// bytes at `positions`, the vertex array once for each context.
 void bindVertices(PerContextName& vertexArray, gl::GLuint& vertexBuffer, const float* positions,
                   std::size_t size);
 
@@ -27,8 +34,8 @@ void bindVertices(PerContextName& vertexArray, gl::GLuint& vertexBuffer, const f
 /// array, no array buffer.
 void drawVertices(const OpenglShader& shader);
 
-/// Deletes what is there of the two, for a destructor. The vertex arrays of other contexts go with
-/// their context.
+/// For a destructor: deletes the buffer and the current context's vertex array, if they exist. The
+/// vertex arrays of other contexts go with their contexts.
 void deleteVertices(PerContextName& vertexArray, gl::GLuint& vertexBuffer);
 
 } // namespace Vexorel::PrismDrift
