@@ -11,8 +11,8 @@
 namespace Vexorel::PrismDrift::Host {
 namespace {
 
-// Takes in one published parameter; the caller turns what is thrown into a code.
-void append(PF_ProgressInfo& command, const PF_ParamDef& definition) {
+// Adds one published parameter. Throws Error where it contradicts those before it.
+void addPublished(PF_ProgressInfo& command, const PF_ParamDef& definition) {
     std::vector<Parameter>& published = *command.published;
     Parameter parameter = parameterFromDefinition(definition);
     const bool taken = std::any_of(published.begin(), published.end(), [&](const Parameter& other) {
@@ -41,9 +41,10 @@ void append(PF_ProgressInfo& command, const PF_ParamDef& definition) {
     published.push_back(std::move(parameter));
 }
 
-// Runs a callback's body; nothing that it throws may reach the effect.
+// Runs a callback's body and turns what it throws into a code for the effect, which no exception
+// may reach.
 template <typename Body>
-PF_Err guarded(PF_ProgressInfo& command, const Body& body) {
+PF_Err codeOf(PF_ProgressInfo& command, const Body& body) {
     try {
         body();
         return PF_Err_NONE;
@@ -63,7 +64,7 @@ PF_Err addParam(PF_ProgPtr command, std::int32_t index, PF_ParamDef* definition)
         index != -1) {
         return PF_Err_BAD_CALLBACK_PARAM;
     }
-    return guarded(*command, [&] { append(*command, *definition); });
+    return codeOf(*command, [&] { addPublished(*command, *definition); });
 }
 
 PF_Err checkoutParam(PF_ProgPtr command, std::int32_t index, std::int32_t time, std::int32_t step,
@@ -71,7 +72,7 @@ PF_Err checkoutParam(PF_ProgPtr command, std::int32_t index, std::int32_t time, 
     if (command == nullptr || command->values == nullptr || definition == nullptr || scale == 0) {
         return PF_Err_BAD_CALLBACK_PARAM;
     }
-    return guarded(*command, [&] {
+    return codeOf(*command, [&] {
         PF_ParamDef value{};
         if (index == 0) {
             value.param_type = PF_Param_LAYER;
@@ -82,24 +83,15 @@ PF_Err checkoutParam(PF_ProgPtr command, std::int32_t index, std::int32_t time, 
             value = definitionAt(command->values->parameters()[static_cast<std::size_t>(index) - 1],
                                  now);
         }
-        command->checkedOut.push_back(definition);
-        ++command->grants;
         *definition = value;
     });
 }
 
-// An effect may check in what it failed to check out: that is counted and does no harm.
+// A checked-out value is the effect's own copy, so that nothing is to be taken back: an effect may
+// leave a value checked out, or check one in that it never checked out.
 PF_Err checkinParam(PF_ProgPtr command, PF_ParamDef* definition) {
     if (command == nullptr || command->values == nullptr || definition == nullptr) {
         return PF_Err_BAD_CALLBACK_PARAM;
-    }
-    std::vector<const PF_ParamDef*>& out = command->checkedOut;
-    const auto found = std::find(out.begin(), out.end(), definition);
-    if (found == out.end()) {
-        ++command->unmatched;
-    } else {
-        out.erase(found);
-        ++command->returns;
     }
     return PF_Err_NONE;
 }

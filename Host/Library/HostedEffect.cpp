@@ -14,11 +14,11 @@
 namespace Vexorel::PrismDrift::Host {
 namespace {
 
-// How many Effect objects have each entry function set up. The effect's global state is one per
-// process, so the mutex is held over the commands that make it and take it down.
+// How many objects have each entry function set up. The effect has one global state in a process,
+// so the mutex is held over the commands that make it and take it down.
 struct SetUps {
-    std::mutex mutex;
-    std::map<PF_EffectMain, int> counts; // guarded by mutex
+    Platform::Mutex mutex;
+    std::map<PF_EffectMain, int> counts PRISMDRIFT_GUARDED_BY(mutex);
 };
 
 SetUps& setUps() {
@@ -26,7 +26,8 @@ SetUps& setUps() {
     return *instance;
 }
 
-// The refusals that come of a missing context are told by their reason, the others by their code.
+// Throws the reason why a command failed: the effect's own message, else why the host refused a
+// callback, else what the code says.
 [[noreturn]] void fail(const std::string& what, PF_Err code, const PF_OutData& out,
                        const std::string& refusal) {
     std::string text = "the effect could not " + what + ": ";
@@ -42,7 +43,8 @@ SetUps& setUps() {
     throw Error(text, code);
 }
 
-// An effect that draws with OpenGL says 516 for want of a context as for anything else.
+// An effect that draws with OpenGL gives the same code for a missing context as for other failures.
+// This throws the reason where no context can be made.
 void failWithoutContext(PF_Err code) {
     if (code == PF_Err_BAD_CALLBACK_PARAM) {
         const std::string reason = Platform::contextFailure();
@@ -52,15 +54,15 @@ void failWithoutContext(PF_Err code) {
     }
 }
 
-// A command leaves a context of the effect's current where there was none, or one that has died. In
-// an effect that is linked in this takes it away again; a plug-in file's isn't this layer's, and
-// stays.
-class LeaveNoContext {
+// Where no context was current, or one that has died, a command leaves the effect's own current.
+// This releases it again if the effect is linked in. A plug-in file has a copy of the OpenGL layer
+// to itself, whose contexts this one doesn't know: they stay current.
+class EffectContextRelease {
 public:
-    LeaveNoContext() = default;
-    LeaveNoContext(const LeaveNoContext&) = delete;
-    LeaveNoContext& operator=(const LeaveNoContext&) = delete;
-    ~LeaveNoContext() {
+    EffectContextRelease() = default;
+    EffectContextRelease(const EffectContextRelease&) = delete;
+    EffectContextRelease& operator=(const EffectContextRelease&) = delete;
+    ~EffectContextRelease() {
         if (CGLGetCurrentContext() != mBefore) {
             Platform::releaseOwnContext();
         }
@@ -71,7 +73,7 @@ private:
 };
 
 std::shared_ptr<void> openModule(const std::filesystem::path& plugin) {
-    // A name without a slash would be looked for in the system's library folders.
+    // dlopen looks for a name without a slash in the system's library folders.
     void* module = dlopen(std::filesystem::absolute(plugin).c_str(), RTLD_NOW | RTLD_LOCAL);
     if (module == nullptr) {
         throw Error("cannot load the plug-in '" + plugin.string() + "': " + dlerror());
@@ -85,6 +87,19 @@ PF_EffectMain entryOf(void* module, const std::filesystem::path& plugin) {
         throw Error("'" + plugin.string() + "' is no effect: it has no EntryPointFunc");
     }
     return reinterpret_cast<PF_EffectMain>(symbol);
+}
+
+// The input and each parameter with its value at the frame's time, for an effect that reads these
+// records instead of checking the parameters out.
+std::vector<PF_ParamDef> parameterRecords(const World& input, const ParameterValues& values,
+                                          const FrameTime& time) {
+    std::vector<PF_ParamDef> records(1);
+    records[0].u.ld = input.layer();
+    for (const Parameter& parameter : values.parameters()) {
+        records.push_back(
+            definitionAt(parameter, parameter.hasValue() ? values.at(parameter.index, time) : 0.0));
+    }
+    return records;
 }
 
 } // namespace
@@ -101,7 +116,7 @@ HostedEffect::HostedEffect(const std::filesystem::path& plugin)
 HostedEffect::~HostedEffect() {
     try {
         setDown();
-    } catch (const Error&) { // NOLINT(bugprone-empty-catch): nobody is left to be told
+    } catch (const Error&) { // NOLINT(bugprone-empty-catch): a destructor has no way to report
     }
 }
 
@@ -132,7 +147,7 @@ std::string HostedEffect::about() const {
     PF_OutData out{};
     const PF_Err code = mEntry(PF_Cmd_ABOUT, &in, &out, nullptr, nullptr, nullptr);
     if (code != PF_Err_NONE) {
-        fail("tell about itself", code, out, command.refusal);
+        fail("describe itself", code, out, command.refusal);
     }
     std::string text(out.return_msg, strnlen(out.return_msg, sizeof out.return_msg));
     std::replace(text.begin(), text.end(), '\r', '\n');
@@ -140,13 +155,12 @@ std::string HostedEffect::about() const {
 }
 
 void HostedEffect::setUp() {
-    const std::lock_guard own(mSetUpMutex);
+    const Platform::MutexLock own(mSetUpMutex);
     if (mIsSetUp) {
         return;
     }
-    const LeaveNoContext leave;
     SetUps& all = setUps();
-    const std::lock_guard guard(all.mutex);
+    const Platform::MutexLock guard(all.mutex);
     int& count = all.counts[mEntry];
     if (count == 0) {
         PF_ProgressInfo command;
@@ -163,14 +177,14 @@ void HostedEffect::setUp() {
 }
 
 void HostedEffect::setDown() {
-    const std::lock_guard own(mSetUpMutex);
+    const Platform::MutexLock own(mSetUpMutex);
     if (!mIsSetUp) {
         return;
     }
     mIsSetUp = false;
-    const LeaveNoContext leave;
+    const EffectContextRelease release;
     SetUps& all = setUps();
-    const std::lock_guard guard(all.mutex);
+    const Platform::MutexLock guard(all.mutex);
     if (--all.counts[mEntry] > 0) {
         return;
     }
@@ -189,7 +203,7 @@ void HostedEffect::render(const World& input, World& output, const ParameterValu
     if (input.format() != PF_PixelFormat_ARGB32 || output.format() != PF_PixelFormat_ARGB32) {
         throw Error("the effect takes worlds of 8 bits a channel only");
     }
-    const LeaveNoContext leave;
+    const EffectContextRelease release;
     setUp();
     PF_ProgressInfo command;
     command.values = &values;
@@ -200,14 +214,7 @@ void HostedEffect::render(const World& input, World& output, const ParameterValu
     in.time_scale = settings.time.scale;
     in.downsample_x = in.downsample_y = {1, settings.downsample};
 
-    // The input and each parameter as it is at the frame's time, for an effect that looks there
-    // instead of checking them out.
-    std::vector<PF_ParamDef> definitions(1);
-    definitions[0].u.ld = input.layer();
-    for (const Parameter& parameter : values.parameters()) {
-        definitions.push_back(definitionAt(
-            parameter, parameter.hasValue() ? values.at(parameter.index, settings.time) : 0.0));
-    }
+    std::vector<PF_ParamDef> definitions = parameterRecords(input, values, settings.time);
     std::vector<PF_ParamDef*> pointers;
     pointers.reserve(definitions.size());
     for (PF_ParamDef& definition : definitions) {
@@ -217,20 +224,12 @@ void HostedEffect::render(const World& input, World& output, const ParameterValu
     PF_OutData out{};
     const PF_Err code = mEntry(PF_Cmd_RENDER, &in, &out, pointers.data(), &target, nullptr);
 
-    mCounters.checkedOut += command.grants;
-    mCounters.checkedIn += command.returns;
-    mCounters.unmatched += command.unmatched;
-    mCounters.outstanding += command.checkedOut.size();
     if (code != PF_Err_NONE) {
         failWithoutContext(code);
         fail("render a frame of " + std::to_string(input.width()) + "x" +
                  std::to_string(input.height()) + " pixels",
              code, out, command.refusal);
     }
-}
-
-CheckoutCounts HostedEffect::checkouts() const {
-    return {mCounters.checkedOut, mCounters.checkedIn, mCounters.unmatched, mCounters.outstanding};
 }
 
 } // namespace Vexorel::PrismDrift::Host

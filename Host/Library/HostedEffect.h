@@ -1,53 +1,46 @@
 #pragma once
 
-/// An effect as a host holds it: its entry function, from a plug-in file or linked in, and the
-/// commands of its life. The order of the commands, the records they take and the callbacks that
-/// they lead to are looked after here.
+/// An effect as a host uses it: loads its entry function or takes one that is linked in, sends it
+/// the commands in the order that it expects, and serves its callbacks.
 
 #include "Host/Library/ParameterValues.h"
 #include "Host/Library/World.h"
+#include "Platform/Threads/Mutex.h"
 
-#include <atomic>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
 namespace Vexorel::PrismDrift::Host {
 
-/// What the effect is told about a frame beside its pixels.
+/// A frame's time and scale.
 struct FrameSettings {
     FrameTime time;
     /// The picture stands for one N times as large on both axes: the downsample factor is 1/N.
     std::uint32_t downsample = 1;
 };
 
-/// How the effect's checkouts went so far.
-struct CheckoutCounts {
-    std::uint64_t checkedOut = 0;  ///< granted
-    std::uint64_t checkedIn = 0;   ///< of those
-    std::uint64_t unmatched = 0;   ///< check-ins of something that wasn't checked out
-    std::uint64_t outstanding = 0; ///< still out when their command ended
-};
-
-/// Several may live at once, of one plug-in too. `render`, `about` and the rest may be called from
-/// any thread and at the same time; what the effect answers to that is the effect's matter.
+/// Several may live at once, of one plug-in too. Every operation may be called from any thread, and
+/// `render` from several at the same time: it leaves it to the effect to take turns.
 class HostedEffect {
 public:
     /// An effect that is linked in. Asks it for its parameters, which needs no OpenGL. Throws Error
-    /// if it refuses or if what it publishes makes no sense. Where a thread had no context current,
-    /// its commands leave none.
+    /// if it refuses or publishes parameters that contradict each other. `render` and `setDown`
+    /// leave the calling thread with the OpenGL context that it had before, and with none where it
+    /// had none or where that one has died.
     explicit HostedEffect(PF_EffectMain entry);
-    /// The same for a plug-in file. Throws Error if it can't be loaded or has no EntryPointFunc.
+    /// An effect in a plug-in file. Throws Error too if the file can't be loaded or has no
+    /// EntryPointFunc. `render` and `setDown` put back the context that the thread had; where it
+    /// had none, the effect's own may stay current.
     explicit HostedEffect(const std::filesystem::path& plugin);
     HostedEffect(const HostedEffect&) = delete;
     HostedEffect& operator=(const HostedEffect&) = delete;
-    /// Sets the effect down where this object has set it up; what it answers then is dropped.
+    /// Sets the effect down as `setDown` does; a failure is ignored.
     ~HostedEffect();
 
-    /// The effect's own words, its line breaks as '\n'.
+    /// The effect's description of itself, with line breaks as '\n'.
     std::string about() const;
 
     /// In the published order, `Parameter::index` counting from 1.
@@ -55,35 +48,26 @@ public:
     /// The defaults, to be changed and given to `render`.
     ParameterValues defaultValues() const { return ParameterValues(mParameters); }
 
-    /// PF_Cmd_GLOBAL_SETUP, once for all the objects that share an entry function. `render` does it
-    /// where it has not been done.
-    void setUp();
-    /// PF_Cmd_GLOBAL_SETDOWN, once the last of them goes; nothing where this one isn't set up. No
-    /// frame of this object may be under way. A later `setUp` starts anew.
-    void setDown();
-
-    /// Draws one frame. The worlds must have the effect's 8-bit format and should have one size.
-    /// Throws Error with the effect's code if it fails; the output then holds whatever the effect
-    /// left there.
+    /// Draws one frame, after PF_Cmd_GLOBAL_SETUP where no object with the same entry function has
+    /// sent it. The worlds must have the 8-bit format and should have the same size. Throws Error
+    /// with the effect's code if it fails; the output then holds whatever the effect left there.
     void render(const World& input, World& output, const ParameterValues& values,
                 const FrameSettings& settings = {});
 
-    CheckoutCounts checkouts() const;
+    /// Sends PF_Cmd_GLOBAL_SETDOWN if this is the last object that has the effect set up. No frame
+    /// of this object may be under way. A later `render` sets the effect up again.
+    void setDown();
 
 private:
     void publish();
+    void setUp();
 
     std::shared_ptr<void> mModule; // the plug-in file, while loaded
     PF_EffectMain mEntry;
     std::shared_ptr<const std::vector<Parameter>> mParameters;
 
-    std::mutex mSetUpMutex;
-    bool mIsSetUp = false; // guarded by mSetUpMutex
-
-    struct Counters {
-        std::atomic<std::uint64_t> checkedOut{0}, checkedIn{0}, unmatched{0}, outstanding{0};
-    };
-    Counters mCounters;
+    Platform::Mutex mSetUpMutex;
+    bool mIsSetUp PRISMDRIFT_GUARDED_BY(mSetUpMutex) = false;
 };
 
 } // namespace Vexorel::PrismDrift::Host

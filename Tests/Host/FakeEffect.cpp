@@ -2,7 +2,6 @@
 
 #include "Plugins/Shared/Helper/SuiteScoper.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -11,90 +10,97 @@ using Vexorel::PrismDrift::SuiteScoper;
 
 std::atomic<PF_Err> FakeEffect::setUpResult{0}, FakeEffect::renderResult{0};
 const PF_ParamDef* FakeEffect::strangeParameter = nullptr;
-bool FakeEffect::keepCheckedOut = false;
 std::atomic<int> FakeEffect::setUps{0}, FakeEffect::setDowns{0};
 
 namespace {
 
-PF_ParamDef named(PF_InData* in, std::int32_t id, PF_ParamType type, const char* name) {
-    PF_ParamDef definition{};
-    definition.uu.id = id;
-    definition.param_type = type;
-    in->utils->ansi.strcpy(definition.name, name);
-    return definition;
-}
+// The parameters by their ids, which count from 1.
+constexpr struct {
+    PF_ParamType type;
+    const char* name;
+    float low = 0, high = 0, initial = 0;
+} parameters[] = {
+    {PF_Param_POPUP, "Channel Order"},
+    {PF_Param_ANGLE, "Shift Angle"},
+    {PF_Param_FLOAT_SLIDER, "Shift Distance", -1000, 1000, 0},
+    {PF_Param_GROUP_START, "Channel Scale"},
+    {PF_Param_FLOAT_SLIDER, "R Channel", 0, 200, 100},
+    {PF_Param_FLOAT_SLIDER, "G Channel", 0, 200, 100},
+    {PF_Param_FLOAT_SLIDER, "B Channel", 0, 200, 100},
+    {PF_Param_GROUP_END, ""},
+    {PF_Param_GROUP_START, "Channel Lightness"},
+    {PF_Param_FLOAT_SLIDER, "R Channel", -100, 100, 0},
+    {PF_Param_FLOAT_SLIDER, "G Channel", -100, 100, 0},
+    {PF_Param_FLOAT_SLIDER, "B Channel", -100, 100, 0},
+    {PF_Param_GROUP_END, ""},
+};
 
 PF_Err publish(PF_InData* in, PF_OutData* out) {
     out->num_params = 14;
     PF_Err result = 0;
-    const auto add = [&](PF_ParamDef definition) {
-        if (result == 0) {
+    std::int32_t id = 0;
+    for (const auto& [type, name, low, high, initial] : parameters) {
+        PF_ParamDef definition{};
+        definition.uu.id = ++id;
+        definition.param_type = type;
+        in->utils->ansi.strcpy(definition.name, name);
+        if (type == PF_Param_POPUP) {
+            definition.flags = PF_ParamFlag_CANNOT_TIME_VARY;
+            definition.u.pd = {1, 6, 1, {"RGB|RBG|GRB|GBR|BRG|BGR"}};
+        } else if (type == PF_Param_FLOAT_SLIDER) {
+            definition.u.fs_d = {initial, low, high, low, high, initial, 0.05F, 2, 0, 0};
+        }
+        result = result == 0 ? in->inter.add_param(in->effect_ref, -1, &definition) : result;
+        if (FakeEffect::strangeParameter != nullptr && id == 1 && result == 0) {
+            definition = *FakeEffect::strangeParameter;
             result = in->inter.add_param(in->effect_ref, -1, &definition);
         }
-    };
-    PF_ParamDef popup = named(in, 1, PF_Param_POPUP, "Channel Order");
-    popup.flags = PF_ParamFlag_CANNOT_TIME_VARY;
-    popup.u.pd = {1, 6, 1, {"RGB|RBG|GRB|GBR|BRG|BGR"}};
-    add(popup);
-    if (FakeEffect::strangeParameter != nullptr) {
-        add(*FakeEffect::strangeParameter);
-    }
-    add(named(in, 2, PF_Param_ANGLE, "Shift Angle"));
-    const auto slider = [&](std::int32_t id, const char* name, float low, float high,
-                            float initial) {
-        PF_ParamDef definition = named(in, id, PF_Param_FLOAT_SLIDER, name);
-        definition.u.fs_d = {initial, low, high, low, high, initial, 0.05F, 2, 0, 0};
-        add(definition);
-    };
-    slider(3, "Shift Distance", -1000, 1000, 0);
-    for (const int first : {4, 9}) {
-        add(named(in, first, PF_Param_GROUP_START,
-                  first == 4 ? "Channel Scale" : "Channel Lightness"));
-        for (int i = 1; i <= 3; ++i) {
-            const char* const names[] = {"R Channel", "G Channel", "B Channel"};
-            slider(first + i, names[i - 1], first == 4 ? 0 : -100, first == 4 ? 200 : 100,
-                   first == 4 ? 100 : 0);
-        }
-        add(named(in, first + 4, PF_Param_GROUP_END, ""));
     }
     return result;
 }
 
-// Copies the picture and adds to each pixel's red the sum of all values, the order weighing 100 and
-// the distance divided by the downsample factor; through a handle, as the real one goes.
-PF_Err render(PF_InData* in, PF_ParamDef* params[], PF_LayerDef* output) {
-    double sum = 0.0;
-    for (const int index : {1, 2, 3, 5, 6, 7, 10, 11, 12}) {
-        PF_ParamDef definition{};
+// The sum of all values, the order weighing 100 and the distance divided by the downsample factor.
+PF_Err sumOfValues(PF_InData* in, double& sum) {
+    std::int32_t index = 0;
+    for (const auto& parameter : parameters) {
+        ++index;
+        if (parameter.type == PF_Param_GROUP_START || parameter.type == PF_Param_GROUP_END) {
+            continue;
+        }
+        PF_ParamDef value{};
         const PF_Err result = in->inter.checkout_param(in->effect_ref, index, in->current_time,
-                                                       in->time_step, in->time_scale, &definition);
+                                                       in->time_step, in->time_scale, &value);
         if (result != 0) {
             return result;
         }
-        sum += index == 1   ? definition.u.pd.value * 100.0
-               : index == 2 ? definition.u.ad.value / 65536.0
-               : index == 3 ? definition.u.fs_d.value / in->downsample_x.den
-                            : definition.u.fs_d.value;
-        if (!FakeEffect::keepCheckedOut) {
-            in->inter.checkin_param(in->effect_ref, &definition);
-        }
+        sum += parameter.type == PF_Param_POPUP   ? value.u.pd.value * 100.0
+               : parameter.type == PF_Param_ANGLE ? value.u.ad.value / 65536.0
+               : index == 3                       ? value.u.fs_d.value / in->downsample_x.den
+                                                  : value.u.fs_d.value;
+        in->inter.checkin_param(in->effect_ref, &value);
+    }
+    return 0;
+}
+
+// Copies the picture through a handle and adds the sum of all values to the red of each pixel.
+PF_Err render(PF_InData* in, PF_LayerDef& input, PF_LayerDef& output) {
+    double sum = 0.0;
+    if (const PF_Err result = sumOfValues(in, sum)) {
+        return result;
     }
     const SuiteScoper<PF_HandleSuite1> handles(in, "PF Handle Suite", 2);
-    PF_LayerDef& input = params[0]->u.ld;
     PF_Pixel8 *from = nullptr, *to = nullptr;
     in->utils->get_pixel_data8(&input, nullptr, &from);
-    in->utils->get_pixel_data8(output, nullptr, &to);
-    const std::size_t row = static_cast<std::size_t>(output->width) * sizeof(PF_Pixel8);
-    PF_Handle handle = handles->host_new_handle(row);
+    in->utils->get_pixel_data8(&output, nullptr, &to);
+    const auto width = static_cast<std::size_t>(output.width);
+    PF_Handle handle = handles->host_new_handle(width * sizeof(PF_Pixel8));
     auto* pixels = static_cast<PF_Pixel8*>(handles->host_lock_handle(handle));
-    for (std::int32_t y = 0; y < output->height; ++y) {
-        std::memcpy(pixels, reinterpret_cast<char*>(from) + std::ptrdiff_t{y} * input.rowbytes,
-                    row);
-        std::for_each(pixels, pixels + output->width, [&](PF_Pixel8& pixel) {
-            pixel.red = static_cast<std::uint8_t>(pixel.red + static_cast<int>(sum));
-        });
-        std::memcpy(reinterpret_cast<char*>(to) + std::ptrdiff_t{y} * output->rowbytes, pixels,
-                    row);
+    for (std::ptrdiff_t y = 0; y < output.height; ++y) {
+        std::memcpy(pixels, reinterpret_cast<char*>(from) + y * input.rowbytes, width * 4);
+        for (std::size_t x = 0; x < width; ++x) {
+            pixels[x].red = static_cast<std::uint8_t>(pixels[x].red + static_cast<int>(sum));
+        }
+        std::memcpy(reinterpret_cast<char*>(to) + y * output.rowbytes, pixels, width * 4);
     }
     handles->host_unlock_handle(handle);
     handles->host_dispose_handle(handle);
@@ -120,7 +126,7 @@ PF_Err FakeEffect::entry(PF_Cmd cmd, PF_InData* in, PF_OutData* out, PF_ParamDef
         return publish(in, out);
     case PF_Cmd_RENDER:
         std::puts("the fake effect renders");
-        return renderResult != 0 ? renderResult.load() : render(in, params, output);
+        return renderResult != 0 ? renderResult.load() : render(in, params[0]->u.ld, *output);
     default:
         return 0;
     }

@@ -1,7 +1,7 @@
 #pragma once
 
 /// A small effect that needs no OpenGL, to try the host with: it publishes thirteen parameters and
-/// draws a frame in which each parameter has left its mark. What it should do wrong can be told.
+/// draws a frame that each of them changes. Tests can make it fail.
 
 #include "Platform/Effect/Effect.h"
 
@@ -11,10 +11,9 @@ struct FakeEffect {
     static PF_Err entry(PF_Cmd cmd, PF_InData* in, PF_OutData* out, PF_ParamDef* params[],
                         PF_LayerDef* output, void* extra);
 
-    /// Results to give instead of doing the command, 0 for none.
+    /// Results to give instead of carrying out the command, 0 for none.
     static std::atomic<PF_Err> setUpResult, renderResult;
-    /// A definition to publish after the first one, null for none, and what came of it.
+    /// A definition to publish after the first one, null for none.
     static const PF_ParamDef* strangeParameter;
-    static bool keepCheckedOut; ///< doesn't check its parameters in
     static std::atomic<int> setUps, setDowns;
 };

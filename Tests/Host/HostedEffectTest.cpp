@@ -1,10 +1,9 @@
+// The host with effects that are linked in: what they publish, the values they get, their errors.
+
 #include "Host/Library/HostedEffect.h"
 
 #include "Host/Library/Error.h"
-#include "Host/Library/Memory.h"
-#include "Host/Library/Number.h"
-#include "Host/Library/OfferedSuites.h"
-#include "Host/Library/Text.h"
+#include "Platform/Effect/Suites.h"
 #include "Tests/Host/FakeEffect.h"
 
 #include <cmath>
@@ -18,19 +17,12 @@ using testing::HasSubstr;
 
 namespace {
 
-class EffectTest : public testing::Test {
+class HostedEffectTest : public testing::Test {
 protected:
-    void TearDown() override {
+    ~HostedEffectTest() override {
         FakeEffect::setUpResult = FakeEffect::renderResult = 0;
         FakeEffect::strangeParameter = nullptr;
-        FakeEffect::keepCheckedOut = false;
-        EXPECT_EQ(handleCounts().blocks, 0U);
-        EXPECT_EQ(handleCounts().misuses, mMisusesBefore);
-        EXPECT_EQ(suiteReferences("PF Handle Suite", 2), 0);
-        EXPECT_EQ(suiteReferences("PF ANSI Suite", 1), 0);
     }
-
-    const std::size_t mMisusesBefore = handleCounts().misuses;
 
     // Red of the first pixel, which holds the sum of all values.
     static int renderedSum(HostedEffect& effect, const ParameterValues& values,
@@ -38,49 +30,49 @@ protected:
         const World input(3, 2);
         World output(3, 2);
         effect.render(input, output, values, settings);
+        EXPECT_EQ(output.row(1)[9], output.row(0)[1]);
         return output.row(0)[1];
     }
 
-    static std::string whatOf(const std::function<void()>& action) {
+    static void expectError(const std::function<void()>& action, const std::string& text,
+                            PF_Err code = 0) {
         try {
             action();
+            ADD_FAILURE() << text;
         } catch (const Error& error) {
-            return error.what();
+            EXPECT_THAT(error.what(), HasSubstr(text));
+            EXPECT_EQ(error.code(), code) << text;
         }
-        return "nothing thrown";
     }
 };
 
-TEST_F(EffectTest, PublishesItsParametersAsTheyAre) {
+TEST_F(HostedEffectTest, PublishesItsParametersAsTheyAre) {
     const HostedEffect effect(&FakeEffect::entry);
     const auto& parameters = effect.parameters();
     ASSERT_EQ(parameters.size(), 13U);
-    EXPECT_EQ(parameters[0].choices,
-              (std::vector<std::string>{"RGB", "RBG", "GRB", "GBR", "BRG", "BGR"}));
-    EXPECT_FALSE(parameters[0].varies);
-    EXPECT_TRUE(parameters[1].varies);
+    EXPECT_EQ(parameters[0].takes(), "RGB, RBG, GRB, GBR, BRG or BGR");
+    EXPECT_TRUE(parameters[1].varies && !parameters[0].varies);
     EXPECT_EQ(parameters[1].takes(), "a number from -32768 up to, not including, 32768");
-    EXPECT_FALSE(parameters[1].accepts(32768.0));
     const Parameter& blue = parameters[6];
-    EXPECT_TRUE(blue.index == 7 && blue.name == "B Channel" && blue.maximum == 200.0);
-    EXPECT_EQ(blue.group, "Channel Scale");
-    EXPECT_EQ(parameters[2].group, "");
+    EXPECT_TRUE(blue.index == 7 && blue.minimum == 0.0 && blue.maximum == 200.0);
+    EXPECT_EQ(blue.fullName(), "Channel Scale, B Channel");
+    EXPECT_EQ(parameters[2].group + parameters[8].group, "");
     EXPECT_EQ(effect.about(), "Fake v2\nfor tests");
 }
 
-TEST_F(EffectTest, RefusesParametersThatMakeNoSense) {
-    struct Case {
+TEST_F(HostedEffectTest, RefusesParametersThatContradictThemselves) {
+    const struct {
         const char* what;
         void (*change)(PF_ParamDef&);
         PF_Err code;
-    };
-    const Case cases[] = {
+    } rows[] = {
         {"unknown type 77", [](PF_ParamDef& d) { d.param_type = 77; }, 514},
         {"two parameters have the id 1", [](PF_ParamDef& d) { d.uu.id = 1; }, 516},
         {"outside its range", [](PF_ParamDef& d) { d.u.fs_d.dephault = 5; }, 516},
         {"outside its range", [](PF_ParamDef& d) { d.u.fs_d.valid_max = NAN; }, 516},
         {"announces 14", [](PF_ParamDef& d) { d.param_type = PF_Param_ANGLE; }, 0},
         {"group ends", [](PF_ParamDef& d) { d.param_type = PF_Param_GROUP_END; }, 516},
+        {"stands inside", [](PF_ParamDef& d) { d.param_type = PF_Param_GROUP_START; }, 516},
         {"2 choices and names 3",
          [](PF_ParamDef& d) {
              d.param_type = PF_Param_POPUP;
@@ -88,7 +80,7 @@ TEST_F(EffectTest, RefusesParametersThatMakeNoSense) {
          },
          516},
     };
-    for (const Case& row : cases) {
+    for (const auto& row : rows) {
         PF_ParamDef definition{};
         definition.uu.id = 99;
         definition.param_type = PF_Param_FLOAT_SLIDER;
@@ -96,67 +88,50 @@ TEST_F(EffectTest, RefusesParametersThatMakeNoSense) {
         definition.u.fs_d.valid_max = 1;
         row.change(definition);
         FakeEffect::strangeParameter = &definition;
-        try {
-            const HostedEffect effect(&FakeEffect::entry);
-            ADD_FAILURE() << row.what;
-        } catch (const Error& error) {
-            EXPECT_THAT(error.what(), HasSubstr(row.what));
-            EXPECT_EQ(error.code(), row.code);
-        }
+        expectError([] { const HostedEffect effect(&FakeEffect::entry); }, row.what, row.code);
     }
 }
 
-TEST_F(EffectTest, HandsOutTheValuesOfTheFramesTime) {
+TEST_F(HostedEffectTest, GivesTheValuesOfTheFramesTimeAndScale) {
     HostedEffect effect(&FakeEffect::entry);
     ParameterValues values = effect.defaultValues();
     EXPECT_EQ(renderedSum(effect, values), (100 + 300) % 256);
     values.set(1, 6);
     values.set(2, -30.0);
     values.set(3, 8.0);
-    values.set(5, [](const FrameTime& time) { return 0.5 * time.value / time.step; });
-    values.set(10, [](const FrameTime&) { return 1e9; }); // overshoots: 100
+    values.set(5, Keyframes::parse("0=0;20=10", effect.parameters()[4]));
+    values.resolve({});
     const FrameSettings settings{{500, 50, 600}, 4};
-    EXPECT_EQ(renderedSum(effect, values, settings), (600 - 30 + 2 + 5 + 200 + 100) % 256);
-    EXPECT_EQ(values.at(5, {100, 50, 600}), 1.0);
-    const CheckoutCounts counts = effect.checkouts();
-    EXPECT_EQ(counts.checkedOut, 18U);
-    EXPECT_EQ(counts.checkedIn, 18U);
-    EXPECT_EQ(counts.outstanding + counts.unmatched, 0U);
-    FakeEffect::keepCheckedOut = true;
-    renderedSum(effect, values);
-    EXPECT_EQ(effect.checkouts().outstanding, 9U);
+    EXPECT_EQ(renderedSum(effect, values, settings), (600 - 30 + 2 + 5 + 200) % 256);
 }
 
-TEST_F(EffectTest, RefusesValuesThatAParameterDoesNotTake) {
+TEST_F(HostedEffectTest, RefusesValuesThatAParameterDoesNotTake) {
     const HostedEffect effect(&FakeEffect::entry);
     ParameterValues values = effect.defaultValues();
-    const std::pair<int, double> cases[] = {{1, 0},   {1, 7}, {1, 1.5}, {2, 32768}, {3, 1000.5},
-                                            {3, NAN}, {4, 0}, {0, 0},   {14, 0},    {2, -32768.5}};
-    for (const auto& [index, value] : cases) {
+    const std::pair<int, double> rows[] = {{1, 0},   {1, 7}, {1, 1.5}, {2, 32768}, {3, 1000.5},
+                                           {3, NAN}, {4, 0}, {0, 0},   {14, 0},    {2, -32768.5}};
+    for (const auto& [index, value] : rows) {
         EXPECT_THROW(values.set(index, value), Error) << index << " " << value;
     }
-    EXPECT_THROW(values.set(1, [](const FrameTime&) { return 1.0; }), Error);
-    EXPECT_EQ(whatOf([&] { values.set(5, 201.0); }),
-              "\"R Channel\" takes a number from 0 to 200, not 201");
+    expectError([&] { values.set(5, 201.0); },
+                "\"R Channel\" takes a number from 0 to 200, not 201");
     EXPECT_EQ(values.at(5, {}), 100.0);
     // The largest angle of the fixed point is the last below 32768.
     EXPECT_EQ(definitionAt(effect.parameters()[1], 32767.9999999).u.ad.value, INT32_MAX);
     EXPECT_EQ(definitionAt(effect.parameters()[1], -0.5 / 65536 - 1e-9).u.ad.value, -1);
 }
 
-TEST_F(EffectTest, SetsUpOnceForAllInstancesAndDownWithTheLast) {
+TEST_F(HostedEffectTest, SetsUpOnceForAllInstancesAndDownWithTheLast) {
     FakeEffect::setUps = FakeEffect::setDowns = 0;
     {
         HostedEffect first(&FakeEffect::entry);
         EXPECT_EQ(FakeEffect::setUps, 0);
-        {
+        for (int i = 0; i < 2; ++i) {
             HostedEffect second(&FakeEffect::entry);
-            first.setUp();
+            renderedSum(first, first.defaultValues());
             renderedSum(second, second.defaultValues());
-            first.setUp();
-            EXPECT_EQ(FakeEffect::setUps, 1);
         }
-        EXPECT_EQ(FakeEffect::setDowns, 0);
+        EXPECT_TRUE(FakeEffect::setUps == 1 && FakeEffect::setDowns == 0);
         first.setDown();
         EXPECT_EQ(FakeEffect::setDowns, 1);
         renderedSum(first, first.defaultValues());
@@ -165,26 +140,53 @@ TEST_F(EffectTest, SetsUpOnceForAllInstancesAndDownWithTheLast) {
     EXPECT_EQ(FakeEffect::setDowns, 2);
 }
 
-TEST_F(EffectTest, TurnsTheEffectsErrorsIntoItsOwn) {
+TEST_F(HostedEffectTest, SaysWhyTheEffectFailed) {
     FakeEffect::setUpResult = 7;
     HostedEffect effect(&FakeEffect::entry);
-    EXPECT_EQ(whatOf([&] { effect.setUp(); }),
-              "the effect could not be set up: it gave the error 7");
+    const auto render = [&] { renderedSum(effect, effect.defaultValues()); };
+    expectError(render, "the effect could not be set up: it gave the error 7", 7);
     FakeEffect::setUpResult = 0;
     FakeEffect::renderResult = 4;
-    EXPECT_THAT(whatOf([&] { renderedSum(effect, effect.defaultValues()); }),
-                HasSubstr("render a frame of 3x2 pixels: there is not enough memory"));
-    EXPECT_THAT(
-        whatOf([] { const HostedEffect missing(std::filesystem::path("/nonexistent.so")); }),
-        HasSubstr("cannot load the plug-in '/nonexistent.so'"));
+    expectError(render, "render a frame of 3x2 pixels: there is not enough memory", 4);
+    expectError([] { const HostedEffect missing(std::filesystem::path("/nonexistent.so")); },
+                "cannot load the plug-in '/nonexistent.so'");
     World wide(2, 2, PF_PixelFormat_ARGB64);
-    EXPECT_THROW(effect.render(wide, wide, effect.defaultValues()), Error);
+    expectError([&] { effect.render(wide, wide, effect.defaultValues()); }, "8 bits a channel");
 }
 
-TEST_F(EffectTest, RendersOnEightThreadsAtOnce) {
+// An effect without parameters that calls back in every wrong way.
+PF_Err misuseCallbacks(PF_Cmd cmd, PF_InData* in, PF_OutData* out, PF_ParamDef* params[],
+                       PF_LayerDef* output, void* /*extra*/) {
+    out->num_params = 1;
+    PF_ParamDef value{};
+    const auto checkout = [&](std::int32_t index, std::uint32_t scale) {
+        return in->inter.checkout_param(in->effect_ref, index, 0, 1, scale, &value);
+    };
+    if (cmd == PF_Cmd_PARAMS_SETUP) {
+        EXPECT_EQ(in->inter.add_param(in->effect_ref, 0, &value), 516);
+        EXPECT_EQ(checkout(0, 1), 516);
+    } else if (cmd == PF_Cmd_RENDER) {
+        EXPECT_TRUE(checkout(0, 1) == 0 && value.u.ld.data == params[0]->u.ld.data);
+        EXPECT_EQ(in->inter.checkin_param(in->effect_ref, params[0]), 0); // never checked out
+        EXPECT_EQ(in->inter.add_param(in->effect_ref, -1, &value), 516);
+        EXPECT_TRUE(checkout(0, 0) == 516 && checkout(-1, 1) == 516);
+        PF_Pixel16* wide = nullptr;
+        output->rowbytes = output->width * 8 - 1;
+        EXPECT_EQ(in->utils->get_pixel_data16(output, nullptr, &wide), 516);
+        return checkout(1, 1);
+    }
+    return 0;
+}
+
+TEST_F(HostedEffectTest, RefusesCallbacksThatMakeNoSense) {
+    HostedEffect effect(&misuseCallbacks);
+    expectError([&] { renderedSum(effect, effect.defaultValues()); },
+                "pixels: the effect has no parameter with a value at index 1", 516);
+}
+
+TEST_F(HostedEffectTest, RendersOnEightThreadsAtOnce) {
     HostedEffect effect(&FakeEffect::entry);
     std::vector<std::thread> threads;
-    threads.reserve(8);
     for (int thread = 0; thread < 8; ++thread) {
         threads.emplace_back([&effect, thread] {
             HostedEffect own(&FakeEffect::entry);
@@ -199,43 +201,6 @@ TEST_F(EffectTest, RendersOnEightThreadsAtOnce) {
     for (std::thread& thread : threads) {
         thread.join();
     }
-    EXPECT_EQ(effect.checkouts().checkedIn, 8U * 25U * 9U);
-}
-
-TEST(NumberTest, TakesWholeFiniteNumbersOnly) {
-    const std::pair<const char*, double> good[] = {{"1", 1},    {"-30", -30},  {"+5", 5},
-                                                   {".5", 0.5}, {"1e3", 1000}, {"-.25", -0.25}};
-    for (const auto& [text, number] : good) {
-        EXPECT_EQ(parseNumber(text), number) << text;
-    }
-    for (const char* text : {"", "+", "-", "+-5", "++5", "1,5", " 1", "1 ", "0x10", "inf", "nan",
-                             "1e999", "5px", "--5"}) {
-        EXPECT_EQ(parseNumber(text), std::nullopt) << text;
-    }
-    EXPECT_EQ(numberText(-0.5), "-0.5");
-    EXPECT_EQ(parseWholeNumber("1e1", 1, 10), 10);
-    for (const char* text : {"0", "11", "1.5", "", "x"}) {
-        EXPECT_EQ(parseWholeNumber(text, 1, 10), std::nullopt) << text;
-    }
-}
-
-TEST(TextTest, DigitsAreTakenFromTheFront) {
-    std::string_view text = "007-x";
-    EXPECT_EQ(takeDigits(text), 7);
-    for (const std::string_view rest : {"-x", "x", "", "+1", "9223372036854775808"}) {
-        text = rest;
-        EXPECT_EQ(takeDigits(text), std::nullopt);
-        EXPECT_EQ(text, rest);
-    }
-}
-
-TEST(TextTest, PartsAndEndsAreFound) {
-    EXPECT_EQ(split(",a,,b", ','), (std::vector<std::string_view>{"", "a", "", "b"}));
-    EXPECT_EQ(split("", ','), std::vector<std::string_view>{""});
-    EXPECT_EQ(trimmed("\t a b\r\n"), "a b");
-    EXPECT_EQ(trimmed(" \n"), "");
-    EXPECT_EQ(lowerCase("[AZ\xC3\x84@"), "[az\xC3\x84@");
-    EXPECT_TRUE(equalIgnoringCase("rGb", "RGB") && !equalIgnoringCase("RG", "RGB"));
 }
 
 } // namespace
