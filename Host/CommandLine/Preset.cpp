@@ -233,15 +233,11 @@ Json saved(const Parameter& parameter, const ParameterValues& values) {
     if (const Host::Keyframes* keyframes = values.keyframes(parameter.index)) {
         return keyframes->text();
     }
-    const auto constant = values.constant(parameter.index);
-    if (!constant) {
-        throw Error("the value of " + inQuotes(parameter.fullName()) +
-                    " is a function, which a preset cannot keep");
-    }
+    const double value = values.constant(parameter.index).value();
     if (parameter.kind == Host::ParameterKind::Popup) {
-        return parameter.valueText(*constant);
+        return parameter.valueText(value);
     }
-    return Json::parse(Host::numberText(*constant)); // 30 rather than 30.0
+    return Json::parse(Host::numberText(value)); // 30 rather than 30.0
 }
 
 } // namespace

@@ -14,6 +14,6 @@ void loadPreset(const std::filesystem::path& file,
                 Vexorel::PrismDrift::Host::ParameterValues& values);
 
 /// Writes the values of all parameters, in the published order; the file appears whole or not at
-/// all. Throws Host::Error, also where a value is a function without a text.
+/// all. Throws Host::Error.
 void savePreset(const std::filesystem::path& file,
                 const Vexorel::PrismDrift::Host::ParameterValues& values);

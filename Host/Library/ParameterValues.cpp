@@ -4,7 +4,6 @@
 #include "Host/Library/Number.h"
 
 #include <algorithm>
-#include <cmath>
 #include <utility>
 
 namespace Vexorel::PrismDrift::Host {
@@ -12,7 +11,7 @@ namespace Vexorel::PrismDrift::Host {
 ParameterValues::ParameterValues(std::shared_ptr<const std::vector<Parameter>> parameters)
     : mParameters(std::move(parameters)) {
     for (const Parameter& parameter : *mParameters) {
-        mValues.push_back({parameter.initial, nullptr, std::nullopt});
+        mValues.push_back({parameter.initial, std::nullopt, nullptr});
     }
 }
 
@@ -30,23 +29,15 @@ void ParameterValues::set(int index, double value) {
         throw Error("\"" + target.name + "\" takes " + target.takes() + ", not " +
                     numberText(value));
     }
-    mValues[static_cast<std::size_t>(index) - 1] = {value, nullptr, std::nullopt};
+    mValues[static_cast<std::size_t>(index) - 1] = {value, std::nullopt, nullptr};
 }
 
-ParameterValues::Value& ParameterValues::varying(int index) {
+void ParameterValues::set(int index, Keyframes keyframes) {
     const Parameter& target = parameter(index);
     if (!target.varies) {
         throw Error("\"" + target.name + "\" cannot change over time");
     }
-    return mValues[static_cast<std::size_t>(index) - 1];
-}
-
-void ParameterValues::set(int index, ValueSource source) {
-    varying(index) = {parameter(index).initial, std::move(source), std::nullopt};
-}
-
-void ParameterValues::set(int index, Keyframes keyframes) {
-    varying(index) = {parameter(index).initial, nullptr, std::move(keyframes)};
+    mValues[static_cast<std::size_t>(index) - 1] = {target.initial, std::move(keyframes), nullptr};
 }
 
 void ParameterValues::resolve(const ClipTiming& timing) {
@@ -66,20 +57,19 @@ void ParameterValues::resolve(const ClipTiming& timing) {
 double ParameterValues::at(int index, const FrameTime& time) const {
     const Parameter& target = parameter(index);
     const Value& value = mValues[static_cast<std::size_t>(index) - 1];
-    if (!value.source) {
-        if (value.keyframes) {
-            throw Error("the keyframes of \"" + target.name + "\" have no places in a clip yet");
-        }
+    if (!value.keyframes) {
         return value.constant;
     }
-    const double now = value.source(time);
-    return std::isnan(now) ? target.initial : std::clamp(now, target.minimum, target.maximum);
+    if (!value.source) {
+        throw Error("the keyframes of \"" + target.name + "\" have no places in a clip yet");
+    }
+    return std::clamp(value.source(time), target.minimum, target.maximum);
 }
 
 std::optional<double> ParameterValues::constant(int index) const {
     parameter(index); // throws where there is none
     const Value& value = mValues[static_cast<std::size_t>(index) - 1];
-    return value.source || value.keyframes ? std::nullopt : std::optional(value.constant);
+    return value.keyframes ? std::nullopt : std::optional(value.constant);
 }
 
 const Keyframes* ParameterValues::keyframes(int index) const {

@@ -1,8 +1,7 @@
 #pragma once
 
-/// The values of an effect's parameters over time: one number each, keyframes, or a
-/// function of the frame's time. Copies are independent, so that every clip or thread can have its
-/// own.
+/// The values of an effect's parameters over time: a number or keyframes for each. Copies are
+/// independent, so that every clip or thread can have its own.
 
 #include "Host/Library/FrameTime.h"
 #include "Host/Library/Keyframes.h"
@@ -14,9 +13,8 @@
 
 namespace Vexorel::PrismDrift::Host {
 
-/// Every operation takes a parameter by its published index and throws Error, which names the
-/// parameter, where it has no value or doesn't take what it is given. Not to be changed while a
-/// frame is rendered with it.
+/// Every operation takes a parameter by its published index, and throws Error where that parameter
+/// has no value or doesn't accept the new one. Not to be changed while a frame is rendered with it.
 class ParameterValues {
 public:
     /// All at their defaults.
@@ -24,37 +22,34 @@ public:
 
     const std::vector<Parameter>& parameters() const { return *mParameters; }
 
-    /// The same value at every time; it must be one that the parameter accepts.
+    /// The same value at every time.
     void set(int index, double value);
-    /// A value that depends on the time, for a parameter that varies. What the source gives outside
-    /// the parameter's range becomes the nearest value inside, a NaN the default.
-    void set(int index, ValueSource source);
-    /// Keyframes, for a parameter that varies. They have no value until `resolve`.
+    /// Keyframes, for a parameter that varies. They have no value until `resolve`; a smooth curve
+    /// that leaves the parameter's range is cut off at its ends.
     void set(int index, Keyframes keyframes);
 
-    /// Gives all keyframes that were set their places in a clip, instead of those in another. What
-    /// can't be placed leaves everything as it was.
+    /// Places all keyframes in a clip, instead of the clip that they were placed in before. Throws
+    /// Error, and changes nothing, where one has no place there.
     void resolve(const ClipTiming& timing);
 
-    /// Keyframes that `resolve` was not called for are an Error.
+    /// Throws Error for keyframes that were set after the last `resolve`.
     double at(int index, const FrameTime& time) const;
-    /// The number that was set or is the default, nothing for another kind of value.
+    /// The number that was set, or the default; nothing for keyframes.
     std::optional<double> constant(int index) const;
-    /// Those that were set, null for another kind of value. Valid until the parameter is set anew.
+    /// The keyframes that were set; null for a number. Valid until the parameter is set again.
     const Keyframes* keyframes(int index) const;
 
 private:
     struct Value {
         double constant = 0.0;
-        ValueSource source;                 // where set, instead of the constant
-        std::optional<Keyframes> keyframes; // where set, what `source` is made from
+        std::optional<Keyframes> keyframes; // used instead of the constant if set
+        ValueSource source;                 // the keyframes in a clip, once resolved
     };
 
     const Parameter& parameter(int index) const;
-    Value& varying(int index);
 
     std::shared_ptr<const std::vector<Parameter>> mParameters;
-    std::vector<Value> mValues; // one for each parameter
+    std::vector<Value> mValues; // one for each parameter, groups included
 };
 
 } // namespace Vexorel::PrismDrift::Host

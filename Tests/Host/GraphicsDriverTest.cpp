@@ -1,7 +1,6 @@
 #include "Host/Library/GraphicsDriver.h"
 #include "Platform/OpenGL/OpenGLContext.h"
 
-#include <cstdlib>
 #include <gmock/gmock.h>
 
 using Vexorel::PrismDrift::Host::graphicsDriver;
