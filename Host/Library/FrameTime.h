@@ -1,21 +1,21 @@
 #pragma once
 
-/// When a frame is shown, and values that depend on it.
+/// The time of a frame, and values that depend on it.
 
 #include <cstdint>
 #include <functional>
 
 namespace Vexorel::PrismDrift::Host {
 
-/// A frame's time as the effect sees it: `value / scale` seconds, with frames `step / scale` apart,
-/// so that `value / step` counts frames.
+/// The time of a frame as the effect gets it: `value / scale` seconds. Frames are `step / scale`
+/// seconds apart, so that `value / step` is the frame's number.
 struct FrameTime {
     std::int32_t value = 0;
     std::int32_t step = 1;
     std::uint32_t scale = 1;
 };
 
-/// A parameter's value at a time. Called from whatever thread renders, several at once.
+/// A parameter's value at a time. Several threads may call it at the same time.
 using ValueSource = std::function<double(const FrameTime&)>;
 
 } // namespace Vexorel::PrismDrift::Host

@@ -13,13 +13,13 @@ namespace {
 
 constexpr double largestTime = std::numeric_limits<std::int32_t>::max(); // frames or seconds
 
-// The text in characters that take one column each.
+// The text's UTF-8 characters, each in a column of its own; control characters as blanks.
 std::vector<std::string> columnsOf(std::string_view text) {
     std::vector<std::string> columns;
     for (const char byte : text) {
         const auto code = static_cast<unsigned char>(byte);
         if ((code & 0xC0U) == 0x80U && !columns.empty()) {
-            columns.back() += byte; // goes on with a character of several bytes
+            columns.back() += byte; // a further byte of the same character
         } else {
             columns.emplace_back(1, code < ' ' || code == 0x7FU ? ' ' : byte);
         }
@@ -41,14 +41,18 @@ std::string withCaret(std::string_view text, std::size_t place) {
     return line + (last < columns.size() ? "..." : "") + "\n" + std::string(indent, ' ') + "^";
 }
 
-// Digits, with a point among them if `fraction` says so; nothing for anything else.
-std::optional<double> unsignedNumber(std::string_view text, bool fraction) {
-    const bool plain =
-        text.find_first_not_of(fraction ? "0123456789." : "0123456789") == std::string_view::npos;
-    return plain ? parseNumber(text) : std::nullopt;
+// A number of digits, and of a decimal point if `allowsFraction`; nothing for another text or more
+// than the largest time.
+std::optional<double> unsignedNumber(std::string_view text, bool allowsFraction) {
+    const char* allowed = allowsFraction ? "0123456789." : "0123456789";
+    const auto number = text.find_first_not_of(allowed) == std::string_view::npos
+                            ? parseNumber(text)
+                            : std::nullopt;
+    return number && *number <= largestTime ? number : std::nullopt;
 }
 
-// "01:02:03.5" counts seconds, "01:02:03:12" frames after the seconds, each field 60 of the next.
+// Hours, minutes and seconds as in "01:02:03.5", or with frames after them as in "01:02:03:12";
+// fields may be missing at the front.
 std::optional<KeyTime> clockTime(std::string_view text) {
     const bool isFraction = text.find('.') != std::string_view::npos;
     const std::size_t fields = isFraction ? 3 : 4; // at most
@@ -57,7 +61,7 @@ std::optional<KeyTime> clockTime(std::string_view text) {
         const std::size_t end = text.find(':');
         const bool isLast = end == std::string_view::npos;
         const auto number = unsignedNumber(text.substr(0, end), isLast && isFraction);
-        if (!number || *number > largestTime) {
+        if (!number) {
             return std::nullopt;
         }
         if (isLast) {
@@ -79,7 +83,7 @@ std::optional<KeyTime> unsignedTime(std::string_view text) {
         text.remove_suffix(1);
     }
     const auto number = unsignedNumber(text, isSeconds);
-    if (!number || *number > largestTime) {
+    if (!number) {
         return std::nullopt;
     }
     return isSeconds ? KeyTime{0, *number} : KeyTime{static_cast<std::int64_t>(*number), 0.0};
@@ -103,7 +107,8 @@ bool isSame(const KeyTime& left, const KeyTime& right) {
            left.fromEnd == right.fromEnd;
 }
 
-// Through `from` at 0 and `to` at 1, along the lines between the points beside each.
+// From `from` at t = 0 to `to` at t = 1; at each of them the curve's slope is that of the line
+// between its two neighbours.
 double catmullRom(double before, double from, double to, double after, double t) {
     const double cubic = -0.5 * before + 1.5 * from - 1.5 * to + 0.5 * after;
     const double square = before - 2.5 * from + 2.0 * to - 0.5 * after;
@@ -116,7 +121,7 @@ double catmullRom(double before, double from, double to, double after, double t)
 KeyframesError::KeyframesError(const std::string& reason, std::string_view text, std::size_t place)
     : Error(reason), mShown(withCaret(text, place)), mPlace(place) {}
 
-// Goes through the text key by key.
+// Reads the text key by key.
 class Keyframes::Parser {
 public:
     Parser(std::string_view text, const Parameter& parameter)
@@ -127,7 +132,7 @@ public:
             skipWhiteSpace();
             Key next{};
             readTime(next);
-            next.way = way();
+            next.interpolation = interpolation();
             next.value = value();
             mKeys.push_back(next);
             mPlace += mPlace < mText.size() ? 1 : 0; // the ';'
@@ -154,7 +159,7 @@ private:
         if (!time) {
             refuse(
                 "a key begins with its time: a frame (25), a clock time (00:00:01.000) or seconds "
-                "(1.5s), after '-' from the end, 2147483647 at most",
+                "(1.5s); '-' before it counts from the end; the largest is 2147483647",
                 mPlace);
         }
         const bool isTaken = std::any_of(mKeys.begin(), mKeys.end(), [&](const Key& other) {
@@ -168,14 +173,16 @@ private:
         skipWhiteSpace();
     }
 
-    Way way() {
+    Interpolation interpolation() {
         const std::string_view rest = mText.substr(mPlace);
         const bool isMarked = rest.substr(0, 2) == "|=" || rest.substr(0, 2) == "~=";
         if (!isMarked && rest.substr(0, 1) != "=") {
             refuse("keyframes need '=', '|=' or '~=' between time and value", mPlace);
         }
         mPlace += isMarked ? 2 : 1;
-        return !isMarked ? Way::Straight : rest[0] == '|' ? Way::Hold : Way::Smooth;
+        return !isMarked        ? Interpolation::Linear
+               : rest[0] == '|' ? Interpolation::Hold
+                                : Interpolation::Smooth;
     }
 
     double value() {
@@ -214,18 +221,18 @@ std::int64_t Keyframes::frameOf(const Key& key, const ClipTiming& timing) const 
     }
     const auto count = timing.frameCount();
     if (!count) {
-        throw Error("the key at '" + written(key) +
+        throw Error("the key at '" + timeText(key) +
                     "' counts from the end, which is not known of a pipe: count from the start");
     }
     if (frames > *count) {
-        throw Error("the key at '" + written(key) +
+        throw Error("the key at '" + timeText(key) +
                     "' lies before the start of the clip, which has " + std::to_string(*count) +
                     (*count == 1 ? " frame" : " frames"));
     }
     return *count - frames;
 }
 
-double Keyframes::at(const std::vector<Point>& points, double frame) {
+double Keyframes::valueAt(const std::vector<Point>& points, double frame) {
     const auto after =
         std::upper_bound(points.begin(), points.end(), frame, [](double now, const Point& point) {
             return now < static_cast<double>(point.frame);
@@ -234,12 +241,12 @@ double Keyframes::at(const std::vector<Point>& points, double frame) {
         return points.front().value;
     }
     const auto before = after - 1;
-    if (after == points.end() || before->way == Way::Hold) {
+    if (after == points.end() || before->interpolation == Interpolation::Hold) {
         return before->value;
     }
     const double t = (frame - static_cast<double>(before->frame)) /
                      static_cast<double>(after->frame - before->frame);
-    if (before->way == Way::Straight) {
+    if (before->interpolation == Interpolation::Linear) {
         return before->value + (after->value - before->value) * t;
     }
     const auto first = before == points.begin() ? before : before - 1;
@@ -257,21 +264,21 @@ ValueSource Keyframes::resolved(const ClipTiming& timing) const {
     const Key* previous = nullptr;
     for (const auto& [frame, key] : order) {
         if (previous != nullptr && points.back().frame == frame) {
-            // In a picture the start is the end, and a look made for clips may be tried on it: the
-            // later in the text stands.
+            // The only frame of a picture is both its first and its last, where the keys of a
+            // preset for clips may meet.
             if (previous->time.fromEnd == key->time.fromEnd || timing.frameCount() != 1) {
-                throw Error("the keys at '" + written(*previous) + "' and '" + written(*key) +
+                throw Error("the keys at '" + timeText(*previous) + "' and '" + timeText(*key) +
                             "' are both at frame " + std::to_string(frame));
             }
             points.pop_back();
         }
-        points.push_back({frame, key->way, key->value});
+        points.push_back({frame, key->interpolation, key->value});
         previous = key;
     }
     // Shared, so that copies of the source are cheap.
     auto shared = std::make_shared<const std::vector<Point>>(std::move(points));
     return [shared = std::move(shared)](const FrameTime& time) {
-        return at(*shared, static_cast<double>(time.value) / time.step);
+        return valueAt(*shared, static_cast<double>(time.value) / time.step);
     };
 }
 

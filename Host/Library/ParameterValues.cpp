@@ -61,7 +61,7 @@ double ParameterValues::at(int index, const FrameTime& time) const {
         return value.constant;
     }
     if (!value.source) {
-        throw Error("the keyframes of \"" + target.name + "\" have no places in a clip yet");
+        throw Error("the keyframes of \"" + target.name + "\" are not placed in a clip yet");
     }
     return std::clamp(value.source(time), target.minimum, target.maximum);
 }
