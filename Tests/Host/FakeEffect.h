@@ -1,7 +1,7 @@
 #pragma once
 
-/// A small effect that needs no OpenGL, to try the host with: it publishes thirteen parameters and
-/// draws a frame that each of them changes. Tests can make it fail.
+/// A small effect that needs no OpenGL, to try the host with: it publishes the real effect's
+/// parameters and draws a frame that each of them changes. Tests can make it fail.
 
 #include "Platform/Effect/Effect.h"
 
@@ -13,7 +13,7 @@ struct FakeEffect {
 
     /// Results to give instead of carrying out the command, 0 for none.
     static std::atomic<PF_Err> setUpResult, renderResult;
-    /// A definition to publish after the first one, null for none.
+    /// A definition to publish before the others, null for none.
     static const PF_ParamDef* strangeParameter;
     static std::atomic<int> setUps, setDowns;
 };

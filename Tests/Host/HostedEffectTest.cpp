@@ -2,13 +2,12 @@
 
 #include "Host/Library/HostedEffect.h"
 
-#include "Host/Library/Error.h"
 #include "Platform/Effect/Suites.h"
+#include "Tests/Host/ErrorOf.h"
 #include "Tests/Host/FakeEffect.h"
 
 #include <cmath>
 #include <cstring>
-#include <functional>
 #include <gmock/gmock.h>
 #include <thread>
 
@@ -17,78 +16,59 @@ using testing::HasSubstr;
 
 namespace {
 
-class HostedEffectTest : public testing::Test {
-protected:
+struct HostedEffectTest : testing::Test {
     ~HostedEffectTest() override {
         FakeEffect::setUpResult = FakeEffect::renderResult = 0;
         FakeEffect::strangeParameter = nullptr;
     }
-
-    // Red of the first pixel, which holds the sum of all values.
-    static int renderedSum(HostedEffect& effect, const ParameterValues& values,
-                           const FrameSettings& settings = {}) {
-        const World input(3, 2);
-        World output(3, 2);
-        effect.render(input, output, values, settings);
-        EXPECT_EQ(output.row(1)[9], output.row(0)[1]);
-        return output.row(0)[1];
-    }
-
-    static void expectError(const std::function<void()>& action, const std::string& text,
-                            PF_Err code = 0) {
-        try {
-            action();
-            ADD_FAILURE() << text;
-        } catch (const Error& error) {
-            EXPECT_THAT(error.what(), HasSubstr(text));
-            EXPECT_EQ(error.code(), code) << text;
-        }
-    }
 };
+
+// Red of the last pixel, which holds the sum of all values.
+int renderedSum(HostedEffect& effect, const ParameterValues& values,
+                const FrameSettings& settings = {}) {
+    const World input(3, 2);
+    World output(3, 2);
+    effect.render(input, output, values, settings);
+    return output.row(1)[9];
+}
 
 TEST_F(HostedEffectTest, PublishesItsParametersAsTheyAre) {
     const HostedEffect effect(&FakeEffect::entry);
     const auto& parameters = effect.parameters();
     ASSERT_EQ(parameters.size(), 13U);
     EXPECT_EQ(parameters[0].takes(), "RGB, RBG, GRB, GBR, BRG or BGR");
-    EXPECT_TRUE(parameters[1].varies && !parameters[0].varies);
     EXPECT_EQ(parameters[1].takes(), "a number from -32768 up to, not including, 32768");
-    const Parameter& blue = parameters[6];
-    EXPECT_TRUE(blue.index == 7 && blue.minimum == 0.0 && blue.maximum == 200.0);
-    EXPECT_EQ(blue.fullName(), "Channel Scale, B Channel");
+    EXPECT_TRUE(parameters[1].varies && !parameters[0].varies);
+    EXPECT_EQ(parameters[6].fullName(), "Channel Scale, B Channel");
     EXPECT_EQ(parameters[2].group + parameters[8].group, "");
     EXPECT_EQ(effect.about(), "Fake v2\nfor tests");
 }
 
+PF_ParamDef definitionOf(PF_ParamType type, int id = 99, float maximum = 1, float initial = 0) {
+    PF_ParamDef definition{{id}, type, "", 0, {}};
+    std::memset(definition.name, 'x', sizeof definition.name); // without a zero
+    if (type == PF_Param_POPUP) {
+        definition.u.pd = {1, 2, 1, {"a|b|c"}};
+    } else if (type == PF_Param_FLOAT_SLIDER) {
+        definition.u.fs_d = {0, 0, maximum, 0, 0, initial, 0, 0, 0, 0};
+    }
+    return definition;
+}
+
 TEST_F(HostedEffectTest, RefusesParametersThatContradictThemselves) {
-    const struct {
-        const char* what;
-        void (*change)(PF_ParamDef&);
-        PF_Err code;
-    } rows[] = {
-        {"unknown type 77", [](PF_ParamDef& d) { d.param_type = 77; }, 514},
-        {"two parameters have the id 1", [](PF_ParamDef& d) { d.uu.id = 1; }, 516},
-        {"outside its range", [](PF_ParamDef& d) { d.u.fs_d.dephault = 5; }, 516},
-        {"outside its range", [](PF_ParamDef& d) { d.u.fs_d.valid_max = NAN; }, 516},
-        {"announces 14", [](PF_ParamDef& d) { d.param_type = PF_Param_ANGLE; }, 0},
-        {"group ends", [](PF_ParamDef& d) { d.param_type = PF_Param_GROUP_END; }, 516},
-        {"stands inside", [](PF_ParamDef& d) { d.param_type = PF_Param_GROUP_START; }, 516},
-        {"2 choices and names 3",
-         [](PF_ParamDef& d) {
-             d.param_type = PF_Param_POPUP;
-             d.u.pd = {1, 2, 1, {"a|b|c"}};
-         },
-         516},
+    const std::pair<PF_ParamDef, const char*> rows[] = {
+        {definitionOf(77), "unknown type 77 [514]"},
+        {definitionOf(PF_Param_FLOAT_SLIDER, 1), "two parameters have the id 1 [516]"},
+        {definitionOf(PF_Param_FLOAT_SLIDER, 99, 1, 5), "outside its range [516]"},
+        {definitionOf(PF_Param_FLOAT_SLIDER, 99, NAN), "outside its range [516]"},
+        {definitionOf(PF_Param_ANGLE), "announces 14 parameters, the input among them"},
+        {definitionOf(PF_Param_GROUP_END), "group ends that didn't start [516]"},
+        {definitionOf(PF_Param_GROUP_START), "stands inside another [516]"},
+        {definitionOf(PF_Param_POPUP), "2 choices and names 3 [516]"},
     };
-    for (const auto& row : rows) {
-        PF_ParamDef definition{};
-        definition.uu.id = 99;
-        definition.param_type = PF_Param_FLOAT_SLIDER;
-        std::memset(definition.name, 'x', sizeof definition.name); // without a zero
-        definition.u.fs_d.valid_max = 1;
-        row.change(definition);
+    for (const auto& [definition, what] : rows) {
         FakeEffect::strangeParameter = &definition;
-        expectError([] { const HostedEffect effect(&FakeEffect::entry); }, row.what, row.code);
+        EXPECT_THAT(errorOf([] { HostedEffect(&FakeEffect::entry); }), HasSubstr(what));
     }
 }
 
@@ -101,8 +81,7 @@ TEST_F(HostedEffectTest, GivesTheValuesOfTheFramesTimeAndScale) {
     values.set(3, 8.0);
     values.set(5, Keyframes::parse("0=0;20=10", effect.parameters()[4]));
     values.resolve({});
-    const FrameSettings settings{{500, 50, 600}, 4};
-    EXPECT_EQ(renderedSum(effect, values, settings), (600 - 30 + 2 + 5 + 200) % 256);
+    EXPECT_EQ(renderedSum(effect, values, {{500, 50, 600}, 4}), (600 - 30 + 2 + 5 + 200) % 256);
 }
 
 TEST_F(HostedEffectTest, RefusesValuesThatAParameterDoesNotTake) {
@@ -113,8 +92,8 @@ TEST_F(HostedEffectTest, RefusesValuesThatAParameterDoesNotTake) {
     for (const auto& [index, value] : rows) {
         EXPECT_THROW(values.set(index, value), Error) << index << " " << value;
     }
-    expectError([&] { values.set(5, 201.0); },
-                "\"R Channel\" takes a number from 0 to 200, not 201");
+    EXPECT_EQ(errorOf([&] { values.set(5, 201.0); }),
+              "\"R Channel\" takes a number from 0 to 200, not 201");
     EXPECT_EQ(values.at(5, {}), 100.0);
     // The largest angle of the fixed point is the last below 32768.
     EXPECT_EQ(definitionAt(effect.parameters()[1], 32767.9999999).u.ad.value, INT32_MAX);
@@ -125,9 +104,9 @@ TEST_F(HostedEffectTest, SetsUpOnceForAllInstancesAndDownWithTheLast) {
     FakeEffect::setUps = FakeEffect::setDowns = 0;
     {
         HostedEffect first(&FakeEffect::entry);
-        EXPECT_EQ(FakeEffect::setUps, 0);
         for (int i = 0; i < 2; ++i) {
             HostedEffect second(&FakeEffect::entry);
+            EXPECT_EQ(FakeEffect::setUps, i);
             renderedSum(first, first.defaultValues());
             renderedSum(second, second.defaultValues());
         }
@@ -135,23 +114,23 @@ TEST_F(HostedEffectTest, SetsUpOnceForAllInstancesAndDownWithTheLast) {
         first.setDown();
         EXPECT_EQ(FakeEffect::setDowns, 1);
         renderedSum(first, first.defaultValues());
-        EXPECT_EQ(FakeEffect::setUps, 2);
     }
-    EXPECT_EQ(FakeEffect::setDowns, 2);
+    EXPECT_TRUE(FakeEffect::setUps == 2 && FakeEffect::setDowns == 2);
 }
 
 TEST_F(HostedEffectTest, SaysWhyTheEffectFailed) {
     FakeEffect::setUpResult = 7;
     HostedEffect effect(&FakeEffect::entry);
     const auto render = [&] { renderedSum(effect, effect.defaultValues()); };
-    expectError(render, "the effect could not be set up: it gave the error 7", 7);
+    EXPECT_EQ(errorOf(render), "the effect could not be set up: it gave the error 7 [7]");
     FakeEffect::setUpResult = 0;
     FakeEffect::renderResult = 4;
-    expectError(render, "render a frame of 3x2 pixels: there is not enough memory", 4);
-    expectError([] { const HostedEffect missing(std::filesystem::path("/nonexistent.so")); },
-                "cannot load the plug-in '/nonexistent.so'");
+    EXPECT_THAT(errorOf(render), HasSubstr("a frame of 3x2 pixels: there is not enough memory"));
+    EXPECT_THAT(errorOf([] { HostedEffect(std::filesystem::path("/nonexistent.so")); }),
+                HasSubstr("cannot load the plug-in '/nonexistent.so'"));
     World wide(2, 2, PF_PixelFormat_ARGB64);
-    expectError([&] { effect.render(wide, wide, effect.defaultValues()); }, "8 bits a channel");
+    EXPECT_THAT(errorOf([&] { effect.render(wide, wide, effect.defaultValues()); }),
+                HasSubstr("8 bits a channel"));
 }
 
 // An effect without parameters that calls back in every wrong way.
@@ -163,8 +142,7 @@ PF_Err misuseCallbacks(PF_Cmd cmd, PF_InData* in, PF_OutData* out, PF_ParamDef* 
         return in->inter.checkout_param(in->effect_ref, index, 0, 1, scale, &value);
     };
     if (cmd == PF_Cmd_PARAMS_SETUP) {
-        EXPECT_EQ(in->inter.add_param(in->effect_ref, 0, &value), 516);
-        EXPECT_EQ(checkout(0, 1), 516);
+        EXPECT_EQ(in->inter.add_param(in->effect_ref, 0, &value) + checkout(0, 1), 2 * 516);
     } else if (cmd == PF_Cmd_RENDER) {
         EXPECT_TRUE(checkout(0, 1) == 0 && value.u.ld.data == params[0]->u.ld.data);
         EXPECT_EQ(in->inter.checkin_param(in->effect_ref, params[0]), 0); // never checked out
@@ -173,15 +151,14 @@ PF_Err misuseCallbacks(PF_Cmd cmd, PF_InData* in, PF_OutData* out, PF_ParamDef* 
         PF_Pixel16* wide = nullptr;
         output->rowbytes = output->width * 8 - 1;
         EXPECT_EQ(in->utils->get_pixel_data16(output, nullptr, &wide), 516);
-        return checkout(1, 1);
     }
-    return 0;
+    return cmd == PF_Cmd_RENDER ? checkout(1, 1) : 0;
 }
 
 TEST_F(HostedEffectTest, RefusesCallbacksThatMakeNoSense) {
     HostedEffect effect(&misuseCallbacks);
-    expectError([&] { renderedSum(effect, effect.defaultValues()); },
-                "pixels: the effect has no parameter with a value at index 1", 516);
+    EXPECT_THAT(errorOf([&] { renderedSum(effect, effect.defaultValues()); }),
+                HasSubstr("pixels: the effect has no parameter with a value at index 1 [516]"));
 }
 
 TEST_F(HostedEffectTest, RendersOnEightThreadsAtOnce) {

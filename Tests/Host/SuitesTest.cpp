@@ -24,72 +24,59 @@ extern "C" __attribute__((visibility("default"))) const char* __tsan_default_opt
 namespace {
 
 TEST(SuitesTest, CountTheirHolders) {
-    SPBasicSuite& basic = *basicSuite();
+    const auto [acquire, release] = *basicSuite();
     const char* name = "PF ANSI Suite";
     void *first = nullptr, *second = nullptr;
-    EXPECT_NE(basic.ReleaseSuite(name, 1), 0);
-    EXPECT_EQ(basic.AcquireSuite(name, 1, &first) + basic.AcquireSuite(name, 1, &second), 0);
+    EXPECT_NE(release(name, 1), 0);
+    EXPECT_EQ(acquire(name, 1, &first) + acquire(name, 1, &second), 0);
     EXPECT_TRUE(first != nullptr && first == second);
-    EXPECT_EQ(basic.ReleaseSuite(name, 1) + basic.ReleaseSuite(name, 1), 0);
-    EXPECT_NE(basic.ReleaseSuite(name, 1), 0);
-    EXPECT_NE(basic.AcquireSuite(name, 2, &second), 0);
-    EXPECT_EQ(second, nullptr);
-    EXPECT_NE(basic.AcquireSuite(nullptr, 1, &second), 0);
-    EXPECT_NE(basic.AcquireSuite(name, 1, nullptr), 0);
-}
-
-// Whether the sanitizer keeps the byte out of reach; true in builds without one.
-bool isLocked([[maybe_unused]] const void* byte, [[maybe_unused]] bool expected) {
-#ifdef __SANITIZE_ADDRESS__
-    return (__asan_address_is_poisoned(byte) == 0) == expected;
-#else
-    return true;
-#endif
+    EXPECT_EQ(release(name, 1) + release(name, 1), 0);
+    EXPECT_NE(release(name, 1), 0);
+    EXPECT_TRUE(acquire(name, 2, &second) != 0 && second == nullptr);
+    EXPECT_TRUE(acquire(nullptr, 1, &second) != 0 && acquire(name, 1, nullptr) != 0);
 }
 
 TEST(SuitesTest, HandlesHoldMemoryUntilDisposedOf) {
-    const PF_HandleSuite1& suite = handleSuite();
-    PF_Handle handle = suite.host_new_handle(1000);
-    void* data = suite.host_lock_handle(handle);
+    const auto [make, lock, unlock, dispose] = handleSuite();
+    PF_Handle handle = make(1000);
+    void* data = lock(handle);
     ASSERT_TRUE(data != nullptr && data == *handle);
-    std::memset(data, 1, 1000);
-    EXPECT_EQ(suite.host_lock_handle(handle), data);
-    suite.host_unlock_handle(handle);
-    EXPECT_TRUE(isLocked(data, true));
-    suite.host_unlock_handle(handle);
-    EXPECT_TRUE(isLocked(data, false));
-    suite.host_unlock_handle(handle); // once too often
-    suite.host_lock_handle(handle);
-    EXPECT_TRUE(isLocked(data, true));
-    suite.host_dispose_handle(handle);
-    suite.host_unlock_handle(handle);
-    suite.host_dispose_handle(handle);
-    EXPECT_EQ(suite.host_lock_handle(handle), nullptr);
-    EXPECT_EQ(suite.host_lock_handle(nullptr), nullptr);
-    EXPECT_EQ(suite.host_new_handle(SIZE_MAX / 2), nullptr);
-    PF_Handle empty = suite.host_new_handle(0);
-    EXPECT_NE(suite.host_lock_handle(empty), nullptr);
-    suite.host_dispose_handle(empty);
+    EXPECT_EQ(lock(handle), data);
+    unlock(handle);
+    std::memset(data, 1, 1000); // still locked once
+    unlock(handle);
+#ifdef __SANITIZE_ADDRESS__
+    EXPECT_TRUE(__asan_address_is_poisoned(data));
+#endif
+    unlock(handle); // once too often
+    std::memset(lock(handle), 1, 1000);
+    dispose(handle);
+    unlock(handle);
+    dispose(handle);
+    EXPECT_TRUE(lock(handle) == nullptr && lock(nullptr) == nullptr);
+    EXPECT_EQ(make(SIZE_MAX / 2), nullptr);
+    PF_Handle empty = make(0);
+    EXPECT_NE(lock(empty), nullptr);
+    dispose(empty);
 }
 
 TEST(SuitesTest, TextHandlesMayBeFreedWhileLockedButOnce) {
-    const AEGP_MemorySuite1& suite = memorySuite();
+    const auto [lock, release] = memorySuite();
     AEGP_MemHandle handle = newTextHandle("drei");
     void* text = nullptr;
     EXPECT_EQ(handleSuite().host_lock_handle(reinterpret_cast<PF_Handle>(handle)), nullptr);
-    EXPECT_EQ(suite.AEGP_LockMemHandle(handle, &text), 0);
+    EXPECT_EQ(lock(handle, &text), 0);
     EXPECT_STREQ(static_cast<char*>(text), "drei");
-    EXPECT_EQ(suite.AEGP_FreeMemHandle(handle), 0);
-    EXPECT_NE(suite.AEGP_FreeMemHandle(handle), 0);
-    EXPECT_NE(suite.AEGP_LockMemHandle(handle, &text), 0);
-    EXPECT_EQ(text, nullptr);
-    EXPECT_NE(suite.AEGP_LockMemHandle(handle, nullptr), 0);
+    EXPECT_EQ(release(handle), 0);
+    EXPECT_NE(release(handle), 0);
+    EXPECT_TRUE(lock(handle, &text) != 0 && text == nullptr);
+    EXPECT_NE(lock(handle, nullptr), 0);
 }
 
 TEST(SuitesTest, WorldsHavePaddedAlignedRows) {
-    for (const auto& [format, bytes] :
-         {std::pair(PF_PixelFormat_ARGB32, 4), std::pair(PF_PixelFormat_ARGB64, 8),
-          std::pair(PF_PixelFormat_ARGB128, 16)}) {
+    const std::pair<PF_PixelFormat, int> formats[] = {
+        {PF_PixelFormat_ARGB32, 4}, {PF_PixelFormat_ARGB64, 8}, {PF_PixelFormat_ARGB128, 16}};
+    for (const auto& [format, bytes] : formats) {
         for (const int width : {0, 1, 16, 33, largestSide}) {
             World world(width, 2, format);
             EXPECT_GT(world.rowBytes(), bytes * width);
@@ -104,33 +91,32 @@ TEST(SuitesTest, WorldsHavePaddedAlignedRows) {
     EXPECT_THROW(World(1, 1, 5), Error);
 }
 
-PF_Err visit(void* refcon, std::int32_t x, std::int32_t y, PF_PixelFloat* in, PF_PixelFloat* out) {
+PF_Err visit(void* left, std::int32_t x, std::int32_t y, PF_PixelFloat* in, PF_PixelFloat* out) {
     out->red = in->red + static_cast<float>(10 * y + x);
-    return --*static_cast<int*>(refcon) == 0 ? 9 : 0;
+    return --*static_cast<int*>(left) == 0 ? 9 : 0;
 }
 
 TEST(SuitesTest, IteratesThePixelsThatBothWorldsHave) {
     void* table = nullptr;
     ASSERT_EQ(basicSuite()->AcquireSuite("PF iterateFloat Suite", 1, &table), 0);
-    const auto* suite = static_cast<PF_iterateFloatSuite1*>(table);
-    const World source(5, 3, PF_PixelFormat_ARGB128);
-    const World target(4, 9, PF_PixelFormat_ARGB128);
-    PF_LayerDef in = source.layer();
-    PF_LayerDef out = target.layer();
+    const World source(5, 3, PF_PixelFormat_ARGB128), target(4, 9, PF_PixelFormat_ARGB128);
+    PF_LayerDef in = source.layer(), out = target.layer();
+    int left = 1000;
+    const auto iterate = [&](PF_LayerDef* from, const PF_Rect* area, PF_LayerDef* to) {
+        const auto* suite = static_cast<PF_iterateFloatSuite1*>(table);
+        return suite->iterate(nullptr, 0, 3, from, area, &left, &visit, to);
+    };
     const auto red = [&](int x, int y) {
         return reinterpret_cast<const PF_PixelFloat*>(target.row(y))[x].red;
     };
-    int limit = 1000;
-    EXPECT_EQ(suite->iterate(nullptr, 0, 3, &in, nullptr, &limit, &visit, &out), 0);
-    EXPECT_EQ(limit, 1000 - 12);
-    EXPECT_TRUE(red(3, 2) == 23.0F && red(0, 3) == 0.0F);
+    EXPECT_EQ(iterate(&in, nullptr, &out), 0);
+    EXPECT_TRUE(left == 1000 - 12 && red(3, 2) == 23.0F && red(0, 3) == 0.0F);
     const PF_Rect area = {-5, 2, 2, 100};
-    EXPECT_EQ(suite->iterate(nullptr, 0, 3, &out, &area, &limit, &visit, &out), 0);
-    EXPECT_EQ(limit, 1000 - 12 - 2 * 7);
-    EXPECT_EQ(red(1, 2), 42.0F);
-    limit = 2;
-    EXPECT_EQ(suite->iterate(nullptr, 0, 3, &in, nullptr, &limit, &visit, &out), 9);
-    EXPECT_NE(suite->iterate(nullptr, 0, 3, &in, nullptr, &limit, &visit, nullptr), 0);
+    EXPECT_EQ(iterate(&out, &area, &out), 0);
+    EXPECT_TRUE(left == 1000 - 12 - 2 * 7 && red(1, 2) == 42.0F);
+    left = 2;
+    EXPECT_EQ(iterate(&in, nullptr, &out), 9);
+    EXPECT_NE(iterate(&in, nullptr, nullptr), 0);
     EXPECT_EQ(basicSuite()->ReleaseSuite("PF iterateFloat Suite", 1), 0);
 }
 

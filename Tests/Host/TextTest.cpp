@@ -8,29 +8,24 @@ using namespace Vexorel::PrismDrift::Host;
 namespace {
 
 TEST(TextTest, NumbersAreWholeTextsAndFinite) {
-    const std::pair<const char*, double> good[] = {{"1", 1},    {"-30", -30},  {"+5", 5},
-                                                   {".5", 0.5}, {"1e3", 1000}, {"-.25", -0.25}};
+    const std::pair<const char*, double> good[] = {
+        {"-30", -30}, {"+5", 5}, {".5", 0.5}, {"1e3", 1e3}};
     for (const auto& [text, number] : good) {
         EXPECT_EQ(parseNumber(text), number) << text;
     }
-    for (const char* text : {"", "+", "-", "+-5", "++5", "1,5", " 1", "1 ", "0x10", "inf", "nan",
-                             "1e999", "5px", "--5"}) {
+    for (const std::string_view text :
+         split(",+,-,+-5,++5,--5, 1,1 ,0x10,inf,nan,1e999,5px", ',')) {
         EXPECT_EQ(parseNumber(text), std::nullopt) << text;
+        EXPECT_EQ(parseWholeNumber(text, -9, 9), std::nullopt) << text;
     }
     EXPECT_EQ(numberText(-0.5), "-0.5");
-    EXPECT_EQ(parseWholeNumber("1e1", 1, 10), 10);
-    for (const char* text : {"0", "11", "1.5", "", "x"}) {
-        EXPECT_EQ(parseWholeNumber(text, 1, 10), std::nullopt) << text;
-    }
-}
-
-TEST(TextTest, DigitsAreTakenFromTheFront) {
+    EXPECT_TRUE(parseWholeNumber("1e1", 10, 10) && !parseWholeNumber("9.5", 0, 10));
+    EXPECT_FALSE(parseWholeNumber("9", 10, 11) || parseWholeNumber("12", 10, 11));
     std::string_view text = "007-x";
     EXPECT_EQ(takeDigits(text), 7);
     for (const std::string_view rest : {"-x", "x", "", "+1", "-1", "9223372036854775808"}) {
         text = rest;
-        EXPECT_EQ(takeDigits(text), std::nullopt);
-        EXPECT_EQ(text, rest);
+        EXPECT_TRUE(!takeDigits(text) && text == rest) << rest;
     }
 }
 
