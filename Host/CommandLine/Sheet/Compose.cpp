@@ -13,7 +13,7 @@ constexpr int opaque = 255;
 constexpr std::size_t pixelSize = 4; // A, R, G, B
 
 // The part of the area that lies in the world.
-Area within(const World& world, const Area& area) {
+Area clipped(const World& world, const Area& area) {
     const int left = std::max(0, area.x);
     const int top = std::max(0, area.y);
     const int right = std::min(world.width(), area.x + area.width);
@@ -32,8 +32,8 @@ void setPixel(std::uint8_t* pixel, const Shade& shade) {
     pixel[3] = shade.blue;
 }
 
-// The source pixels that one target pixel of an axis stands for. The first and the last count by
-// the part that lies inside.
+// The source pixels that one target pixel covers along an axis. The first and the last one count by
+// the part that is covered.
 struct Span {
     int first = 0, last = 0;
     double firstWeight = 1, lastWeight = 1;
@@ -97,7 +97,7 @@ void fillArea(World& world, const Area& area, const Shade& shade) {
 
 void fillCheckerboard(World& world, const Area& area, int side, const Shade& even,
                       const Shade& odd) {
-    const Area inside = within(world, area);
+    const Area inside = clipped(world, area);
     for (int y = inside.y; y < inside.y + inside.height; ++y) {
         for (int x = inside.x; x < inside.x + inside.width; ++x) {
             const bool isOdd = ((x - area.x) / side + (y - area.y) / side) % 2 != 0;
@@ -106,7 +106,7 @@ void fillCheckerboard(World& world, const Area& area, int side, const Shade& eve
     }
 }
 
-World reduced(const World& picture, int width, int height) {
+World scaledDown(const World& picture, int width, int height) {
     World result(width, height);
     const std::vector<Span> columns = spans(picture.width(), width);
     const std::vector<Span> rows = spans(picture.height(), height);
@@ -124,7 +124,7 @@ World reduced(const World& picture, int width, int height) {
 }
 
 void drawOver(World& world, const World& picture, int x, int y) {
-    const Area inside = within(world, {x, y, picture.width(), picture.height()});
+    const Area inside = clipped(world, {x, y, picture.width(), picture.height()});
     for (int row = inside.y; row < inside.y + inside.height; ++row) {
         const std::uint8_t* source =
             picture.row(row - y) + static_cast<std::size_t>(inside.x - x) * pixelSize;

@@ -1,6 +1,7 @@
 #pragma once
 
-/// What a sheet of pictures is put together from: areas, checkerboards, pictures made smaller.
+/// The drawing operations of a sheet: fills areas and checkerboards, scales pictures down and lays
+/// them over others.
 
 #include "Host/Library/World.h"
 
@@ -11,25 +12,27 @@ struct Area {
     int x = 0, y = 0, width = 0, height = 0;
 };
 
+/// A colour.
 struct Shade {
     std::uint8_t red = 0, green = 0, blue = 0;
 };
 
-/// Makes the part of the area that lies in the world opaque and of one colour.
+/// Fills the part of the area that lies in the world with an opaque colour.
 void fillArea(World& world, const Area& area, const Shade& shade);
 
-/// The same in squares of `side` pixels, the first at the area's top left corner.
+/// Fills it with squares of `side` pixels in two colours, an even one in the top left corner.
 void fillCheckerboard(World& world, const Area& area, int side, const Shade& even,
                       const Shade& odd);
 
-/// The picture at a size that is no larger on either axis and at least 1: each pixel is the average
-/// of the area that it stands for, where clear pixels count as little as they show.
-World reduced(const World& picture, int width, int height);
+/// The picture at a size of at least 1x1 that is larger on neither axis. Each pixel is the average
+/// of the area that it covers, its colour weighted by alpha, so that invisible colours don't show.
+World scaledDown(const World& picture, int width, int height);
 
-/// Lays the picture over an opaque world, its corner at `x`, `y`; what sticks out is left off.
+/// Lays the picture over an opaque world, its top left corner at `x`, `y`; cuts off what lies
+/// outside.
 void drawOver(World& world, const World& picture, int x, int y);
 
-/// Moves a pixel of an opaque world towards the colour, by `cover` of 255 parts.
+/// Mixes the colour into a pixel of an opaque world: none of it at a `cover` of 0, only it at 255.
 void blendPixel(std::uint8_t* pixel, const Shade& shade, int cover);
 
 } // namespace Vexorel::PrismDrift::Host

@@ -21,7 +21,7 @@ struct Deleter {
 template <typename Type>
 using Owned = std::unique_ptr<Type, Deleter>;
 
-// A text with its lines broken, on a surface of coverage.
+// A text, broken into lines, and a surface that takes its coverage.
 class Layout {
 public:
     Layout(const std::string& text, int width, const TextStyle& style, int height = 1)
@@ -56,7 +56,8 @@ public:
 
     int unknownLetters() const { return pango_layout_get_unknown_glyphs_count(mLayout.get()); }
 
-    // Gives the coverage of each row, as far as the surface goes, to `take(row, bytes)`.
+    // Draws the text and calls `take(row, coverage)` for each row of the surface, with one byte for
+    // each pixel.
     template <typename Take>
     void draw(const Take& take) const {
         pango_cairo_show_layout(mCairo.get(), mLayout.get());

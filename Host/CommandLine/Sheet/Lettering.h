@@ -1,7 +1,7 @@
 #pragma once
 
-/// Text in pictures, in the system's sans-serif font. A build without the library that draws it has
-/// the same operations, which all throw.
+/// Text in pictures, in the system's sans-serif font. In a build without the library that draws
+/// text, every operation throws Error.
 
 #include "Host/CommandLine/Sheet/Compose.h"
 #include "Host/Library/World.h"
@@ -17,18 +17,20 @@ struct TextStyle {
     Shade shade;
 };
 
-/// Throws Error, with what would help, where no text can be drawn: there is no font, or the program
-/// was built without.
+/// Throws Error, which says what to install, where no text can be drawn: there is no font, or the
+/// program was built without the library.
 void checkLettering();
 
-/// Whether the fonts have all letters of the text; others are drawn as a box with their number.
+/// Whether the fonts have all letters of the text. Missing ones are drawn as a box with their
+/// number.
 bool canShow(const std::string& text);
 
-/// The height of the text in lines of at most `width` pixels, broken at blanks, and in a word where
-/// one is too long.
+/// The height of the text in lines of at most `width` pixels. Lines are broken at blanks, and
+/// within words that are too long.
 int textHeight(const std::string& text, int width, const TextStyle& style);
 
-/// Draws it so into an opaque world, from `y` down. What is no UTF-8 shows as such.
+/// Draws the text in such lines into an opaque world, from `x`, `y` right and down. Bytes that are
+/// not UTF-8 show as replacement characters.
 void drawText(World& world, int x, int y, int width, const std::string& text,
               const TextStyle& style);
 

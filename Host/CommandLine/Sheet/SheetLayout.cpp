@@ -132,5 +132,5 @@ Host::World SheetLayout::emptySheet() const {
 void SheetLayout::draw(Host::World& sheet, int cell, const Host::World& image) const {
     const Host::Area area = picture(cell);
     Host::fillCheckerboard(sheet, area, squareSide, lightSquare, darkSquare);
-    Host::drawOver(sheet, Host::reduced(image, area.width, area.height), area.x, area.y);
+    Host::drawOver(sheet, Host::scaledDown(image, area.width, area.height), area.x, area.y);
 }
