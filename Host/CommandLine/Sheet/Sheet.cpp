@@ -205,7 +205,7 @@ void makeSheet(Host::HostedEffect& effect, const std::vector<ParameterOption>& o
     const int count = static_cast<int>(cells.size());
     const int columns = variations.size() > 1
                             ? static_cast<int>(variations[1].values.size())
-                            : std::min(count, arguments.columns.value_or(suitingColumns(count)));
+                            : std::min(count, arguments.columns.value_or(defaultColumns(count)));
     const SheetText text = textOf(common, frame, cells, chosen);
     const SheetLayout layout(text, input.width(), input.height(),
                              arguments.cellWidth.value_or(defaultCellWidth(input.width())),

@@ -24,7 +24,7 @@ constexpr int smallestFont = 11;
 constexpr int largestFont = 40;
 constexpr int cellWidthPerFontSize = 22;
 
-// What FFmpeg's encoders take.
+// The most pixels that FFmpeg's encoders take.
 constexpr std::int64_t mostPixels = 200'000'000;
 
 Host::TextStyle titleStyle(int fontSize) {
@@ -52,7 +52,7 @@ void checkSize(int width, int height) {
 
 } // namespace
 
-int suitingColumns(int cells) {
+int defaultColumns(int cells) {
     const int least = static_cast<int>(std::ceil(std::sqrt(cells)));
     int best = least;
     const auto gaps = [cells](int columns) { return (columns - cells % columns) % columns; };
@@ -67,44 +67,43 @@ int suitingColumns(int cells) {
 
 SheetLayout::SheetLayout(SheetText text, int pictureWidth, int pictureHeight, int cellWidth,
                          int columns)
-    : mText(std::move(text)), mCellWidth(cellWidth), mColumns(columns) {
-    const int cells = static_cast<int>(mText.labels.size());
-    mRows = (cells + columns - 1) / columns;
-    mFontSize = std::clamp(cellWidth / cellWidthPerFontSize, smallestFont, largestFont);
-    mGap = mFontSize * 3 / 2;
-    mMargin = mFontSize * 2;
-
+    : mText(std::move(text)),
+      mCellWidth(cellWidth),
+      mColumns(columns),
+      mRows((static_cast<int>(mText.labels.size()) + columns - 1) / columns),
+      mFontSize(std::clamp(cellWidth / cellWidthPerFontSize, smallestFont, largestFont)) {
     // A picture is at most twice as high as its cell is wide.
     const double scale = std::min(
         {1.0, static_cast<double>(cellWidth) / pictureWidth, 2.0 * cellWidth / pictureHeight});
     mPictureWidth = std::max(1, static_cast<int>(std::lround(pictureWidth * scale)));
     mPictureHeight = std::max(1, static_cast<int>(std::lround(pictureHeight * scale)));
 
-    mWidth = 2 * mMargin + columns * cellWidth + (columns - 1) * mGap;
-    const int room = titleRoom();
-    mTitleHeight = Host::textHeight(mText.title, room, titleStyle(mFontSize));
-    mSubtitleHeight = Host::textHeight(mText.subtitle, room, subtitleStyle(mFontSize));
+    mTitleHeight = Host::textHeight(mText.title, titleWidth(), titleStyle(mFontSize));
+    mSubtitleHeight = Host::textHeight(mText.subtitle, titleWidth(), subtitleStyle(mFontSize));
     mLabelHeight = 0;
     for (const std::string& label : mText.labels) {
         mLabelHeight =
             std::max(mLabelHeight, Host::textHeight(label, cellWidth, labelStyle(mFontSize)));
     }
-    mHeight = top(mRows) - mGap + mMargin;
-    checkSize(mWidth, mHeight);
+    checkSize(width(), height());
 }
 
-int SheetLayout::titleRoom() const {
+int SheetLayout::titleWidth() const {
     constexpr int most = 16384; // well below what a surface for text may have
-    return std::min(mWidth - 2 * mMargin, most);
+    return std::min(width() - 2 * margin(), most);
+}
+
+int SheetLayout::subtitleTop() const {
+    return margin() + mTitleHeight + mFontSize / 4;
 }
 
 int SheetLayout::left(int column) const {
-    return mMargin + column * (mCellWidth + mGap);
+    return margin() + column * (mCellWidth + gap());
 }
 
 int SheetLayout::top(int row) const {
-    const int titles = mMargin + mTitleHeight + mFontSize / 4 + mSubtitleHeight + mGap;
-    return titles + row * (mPictureHeight + mFontSize / 2 + mLabelHeight + mGap);
+    return subtitleTop() + mSubtitleHeight + gap() +
+           row * (mPictureHeight + mFontSize / 2 + mLabelHeight + gap());
 }
 
 Host::Area SheetLayout::picture(int cell) const {
@@ -113,16 +112,15 @@ Host::Area SheetLayout::picture(int cell) const {
 }
 
 Host::World SheetLayout::emptySheet() const {
-    Host::World sheet(mWidth, mHeight);
-    Host::fillArea(sheet, {0, 0, mWidth, mHeight}, background);
-    const int room = titleRoom();
-    Host::drawText(sheet, mMargin, mMargin, room, mText.title, titleStyle(mFontSize));
-    Host::drawText(sheet, mMargin, mMargin + mTitleHeight + mFontSize / 4, room, mText.subtitle,
+    Host::World sheet(width(), height());
+    Host::fillArea(sheet, {0, 0, width(), height()}, background);
+    Host::drawText(sheet, margin(), margin(), titleWidth(), mText.title, titleStyle(mFontSize));
+    Host::drawText(sheet, margin(), subtitleTop(), titleWidth(), mText.subtitle,
                    subtitleStyle(mFontSize));
     int cell = 0;
     for (const std::string& label : mText.labels) {
-        Host::drawText(sheet, left(cell % mColumns),
-                       top(cell / mColumns) + mPictureHeight + mFontSize / 2, mCellWidth, label,
+        const int labelTop = top(cell / mColumns) + mPictureHeight + mFontSize / 2;
+        Host::drawText(sheet, left(cell % mColumns), labelTop, mCellWidth, label,
                        labelStyle(mFontSize));
         ++cell;
     }

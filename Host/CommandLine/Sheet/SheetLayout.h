@@ -1,7 +1,6 @@
 #pragma once
 
-/// Where the cells of a sheet stand, and how they are drawn: pictures of one size in rows, each
-/// with its label beneath, under a title.
+/// The layout of a sheet: pictures of one size in rows, each with a label beneath, under a title.
 
 #include "Host/CommandLine/Sheet/Compose.h"
 #include "Host/Library/World.h"
@@ -11,40 +10,43 @@
 
 struct SheetText {
     std::string title, subtitle;
-    std::vector<std::string> labels; ///< one a cell, row by row; lines end in '\n'
+    std::vector<std::string> labels; ///< one for each cell, row by row; '\n' between lines
 };
 
-/// The number of columns that leaves few gaps in rows of about as many cells as there are rows.
-int suitingColumns(int cells);
+/// How many columns this many cells get: as many as rows, or more, up to twice that and to 6, where
+/// this leaves fewer places of the last row empty.
+int defaultColumns(int cells);
 
 class SheetLayout {
 public:
-    /// For pictures of this size in columns of `cellWidth` pixels; they are never enlarged. Throws
-    /// Error for a sheet that is too large.
+    /// For pictures of this size, made smaller to fit in columns of `cellWidth` pixels and twice as
+    /// much height, never larger. Throws Error for a sheet that is too large.
     SheetLayout(SheetText text, int pictureWidth, int pictureHeight, int cellWidth, int columns);
 
-    int width() const { return mWidth; }
-    int height() const { return mHeight; }
+    int width() const { return left(mColumns) - gap() + margin(); }
+    int height() const { return top(mRows) - gap() + margin(); }
 
-    /// The cell's picture, as it will be scaled down.
+    /// Where the cell's picture stands, scaled down.
     Vexorel::PrismDrift::Host::Area picture(int cell) const;
 
     /// A sheet with its text, without pictures.
     Vexorel::PrismDrift::Host::World emptySheet() const;
 
-    /// Scales the picture down into its cell, over a checkerboard where it is clear.
+    /// Draws the picture, scaled down, into its cell, over a checkerboard where it is transparent.
     void draw(Vexorel::PrismDrift::Host::World& sheet, int cell,
               const Vexorel::PrismDrift::Host::World& picture) const;
 
 private:
-    int titleRoom() const;
+    int margin() const { return mFontSize * 2; }
+    int gap() const { return mFontSize * 3 / 2; } // between cells
+    int titleWidth() const;
+    int subtitleTop() const;
     int left(int column) const;
     int top(int row) const;
 
     SheetText mText;
     int mCellWidth, mColumns, mRows;
-    int mFontSize, mGap, mMargin;
+    int mFontSize;
     int mPictureWidth, mPictureHeight;
-    int mWidth, mHeight;
-    int mTitleHeight, mSubtitleHeight, mLabelHeight;
+    int mTitleHeight, mSubtitleHeight, mLabelHeight; // of the texts; of labels the highest
 };
