@@ -17,20 +17,20 @@ namespace {
 
 namespace Host = Vexorel::PrismDrift::Host;
 
-// One picture of the sheet: with these values, or untouched.
+// One picture of the sheet: drawn with these values, or without values the original.
 struct Cell {
     std::string label;
     std::optional<Host::ParameterValues> values;
 };
 
-// The frame to show, and the time at which it is drawn.
+// The frame to show.
 struct Frame {
     Host::Picture picture;
     Host::FrameTime time;
     std::optional<std::int64_t> number; // nothing for a still
 };
 
-const ParameterOption* find(const std::vector<ParameterOption>& options, const char* name) {
+const ParameterOption* findOption(const std::vector<ParameterOption>& options, const char* name) {
     const auto found = std::find_if(options.begin(), options.end(),
                                     [name](const auto& option) { return option.name == name; });
     return found == options.end() ? nullptr : &*found;
@@ -41,7 +41,7 @@ std::string labelOf(const ParameterOption& option, const std::string& value) {
 }
 
 Variation allChannelOrders(const std::vector<ParameterOption>& options) {
-    const ParameterOption* order = find(options, "--channel-order");
+    const ParameterOption* order = findOption(options, "--channel-order");
     if (order == nullptr) {
         throw UsageError("this effect has no --channel-order to show all values of; name what to "
                          "compare with --vary");
@@ -58,12 +58,13 @@ void applyVaried(const Variation& variation, const std::string& value, Cell& cel
     cell.label += (cell.label.empty() ? "" : "\n") + labelOf(*variation.option, value);
 }
 
-// Where all channels lie upon each other, neither their order nor the angle shows.
+// At the distance 0 all channels lie on top of each other, so that neither their order nor the
+// angle shows. Where a sheet compares one of these and no distance was given, this chooses one.
 class ChosenDistance {
 public:
     ChosenDistance(const std::vector<ParameterOption>& options, const SheetArguments& arguments,
                    const std::vector<Variation>& variations)
-        : mOption(find(options, "--shift-distance")) {
+        : mOption(findOption(options, "--shift-distance")) {
         const auto isVaried = [&](const ParameterOption* option) {
             return std::any_of(variations.begin(), variations.end(),
                                [&](const auto& variation) { return variation.option == option; });
@@ -72,14 +73,14 @@ public:
         mIsNeeded = mOption != nullptr && !isVaried(mOption) &&
                     std::none_of(given.begin(), given.end(),
                                  [&](const auto& value) { return value.first == mOption; }) &&
-                    (isVaried(find(options, "--channel-order")) ||
-                     isVaried(find(options, "--shift-angle")));
+                    (isVaried(findOption(options, "--channel-order")) ||
+                     isVaried(findOption(options, "--shift-angle")));
     }
 
-    // Puts a distance into the cells whose own is 0, and gives it in words.
+    // Sets the distance of the cells where it is 0, and gives the words for it, empty for none.
     std::string apply(const Frame& frame, std::uint32_t downsample, std::vector<Cell>& cells) {
         constexpr double part = 0.04; // of the width
-        std::string said;
+        std::string words;
         for (Cell& cell : cells) {
             if (!mIsNeeded || !cell.values ||
                 cell.values->at(mOption->members.front()->index, frame.time) != 0) {
@@ -91,9 +92,9 @@ public:
                 Host::numberText(std::min(wanted, mOption->members.front()->maximum));
             mOption->apply(value, *cell.values);
             cell.label += "\n" + labelOf(*mOption, value);
-            said = labelOf(*mOption, value) + " (chosen, as none was given)";
+            words = labelOf(*mOption, value) + " (chosen, as none was given)";
         }
-        return said;
+        return words;
     }
 
 private:
@@ -101,11 +102,12 @@ private:
     bool mIsNeeded = false;
 };
 
-std::vector<Cell> cellsOf(const std::vector<Variation>& variations,
-                          const Host::ParameterValues& base) {
-    static const std::vector<std::string> nothing(1);
+// The cells row by row: the first variation from cell to cell, or in a grid from row to row.
+std::vector<Cell> variedCells(const std::vector<Variation>& variations,
+                              const Host::ParameterValues& base) {
+    static const std::vector<std::string> single(1);
     const bool isGrid = variations.size() > 1;
-    const std::vector<std::string>& across = isGrid ? variations[1].values : nothing;
+    const std::vector<std::string>& across = isGrid ? variations[1].values : single;
     const std::size_t count = variations[0].values.size() * across.size();
     if (count > static_cast<std::size_t>(mostCells)) {
         throw UsageError("--vary makes " + std::to_string(count) + " cells; a sheet has at most " +
@@ -125,7 +127,7 @@ std::vector<Cell> cellsOf(const std::vector<Variation>& variations,
     return cells;
 }
 
-// Also resolves the cells' keyframes, whose times are the clip's.
+// Also places the cells' keyframes in the clip.
 Frame readFrame(const Host::ClipInput& input, std::vector<Cell>& cells) {
     const auto reader = Host::openClip(input);
     for (Cell& cell : cells) {
@@ -147,8 +149,8 @@ Frame readFrame(const Host::ClipInput& input, std::vector<Cell>& cells) {
     throw Host::Error("cannot read '" + input.file.string() + "': there is no picture in it");
 }
 
-SheetText textOf(const Arguments& arguments, const Frame& frame, const std::vector<Cell>& cells,
-                 const std::string& chosen) {
+SheetText sheetText(const Arguments& arguments, const Frame& frame, const std::vector<Cell>& cells,
+                    const std::string& chosen) {
     SheetText text;
     text.title =
         arguments.input.file == "-" ? "standard input" : arguments.input.file.filename().string();
@@ -175,10 +177,33 @@ SheetText textOf(const Arguments& arguments, const Frame& frame, const std::vect
     return text;
 }
 
-int defaultCellWidth(int pictureWidth) {
-    constexpr int usual = 320;
+SheetLayout layoutOf(const SheetArguments& arguments, const std::vector<Variation>& variations,
+                     const Host::World& picture, SheetText text) {
+    constexpr int usualWidth = 320;
     constexpr int narrowest = 128; // most labels fit in a line
-    return std::clamp(pictureWidth, narrowest, usual);
+    const int cells = static_cast<int>(text.labels.size());
+    const int columns = variations.size() > 1
+                            ? static_cast<int>(variations[1].values.size())
+                            : std::min(cells, arguments.columns.value_or(defaultColumns(cells)));
+    const int cellWidth =
+        arguments.cellWidth.value_or(std::clamp(picture.width(), narrowest, usualWidth));
+    return {std::move(text), picture.width(), picture.height(), cellWidth, columns};
+}
+
+// Renders the cells one after the other into the sheet.
+void drawCells(Host::HostedEffect& effect, const Frame& frame, std::uint32_t downsample,
+               const std::vector<Cell>& cells, const SheetLayout& layout, Host::World& sheet,
+               Progress& progress) {
+    const Host::World& input = frame.picture.world;
+    Host::World drawn(input.width(), input.height());
+    int index = 0;
+    for (const Cell& cell : cells) {
+        if (cell.values) {
+            effect.render(input, drawn, *cell.values, {frame.time, downsample});
+        }
+        layout.draw(sheet, index++, cell.values ? drawn : input);
+        progress.frameDone(0);
+    }
 }
 
 } // namespace
@@ -191,7 +216,7 @@ void makeSheet(Host::HostedEffect& effect, const std::vector<ParameterOption>& o
     if (showsOriginal) {
         variations.push_back(allChannelOrders(options));
     }
-    std::vector<Cell> cells = cellsOf(variations, chosenValues(effect, common));
+    std::vector<Cell> cells = variedCells(variations, chosenValues(effect, common));
     if (showsOriginal) {
         cells.insert(cells.begin(), {"original", {}});
     }
@@ -201,33 +226,18 @@ void makeSheet(Host::HostedEffect& effect, const std::vector<ParameterOption>& o
     const Frame frame = readFrame(common.input, cells);
     const std::string chosen =
         ChosenDistance(options, arguments, variations).apply(frame, common.downsample, cells);
-    const Host::World& input = frame.picture.world;
-    const int count = static_cast<int>(cells.size());
-    const int columns = variations.size() > 1
-                            ? static_cast<int>(variations[1].values.size())
-                            : std::min(count, arguments.columns.value_or(defaultColumns(count)));
-    const SheetText text = textOf(common, frame, cells, chosen);
-    const SheetLayout layout(text, input.width(), input.height(),
-                             arguments.cellWidth.value_or(defaultCellWidth(input.width())),
-                             columns);
+    const SheetText text = sheetText(common, frame, cells, chosen);
+    const SheetLayout layout = layoutOf(arguments, variations, frame.picture.world, text);
     Host::checkPictureSize(common.output.file, layout.width(), layout.height());
     Progress progress(common.quiet ? ProgressStyle::None
                                    : common.progress.value_or(automaticProgress()),
-                      !common.quiet, count);
+                      !common.quiet, static_cast<std::int64_t>(cells.size()));
     if (!Host::canShow(text.title)) {
         progress.warn("no font that is installed has all letters of the title '" + text.title +
                       "'");
     }
     Host::Picture sheet{layout.emptySheet(), frame.picture.colorProfile};
-    Host::World drawn(input.width(), input.height());
-    for (int i = 0; i < count; ++i) {
-        const auto& values = cells[static_cast<std::size_t>(i)].values;
-        if (values) {
-            effect.render(input, drawn, *values, {frame.time, common.downsample});
-        }
-        layout.draw(sheet.world, i, values ? drawn : input);
-        progress.frameDone(0);
-    }
+    drawCells(effect, frame, common.downsample, cells, layout, sheet.world, progress);
     const std::string warning = Host::writePicture(common.output.file, sheet);
     progress.finish(true);
     if (!warning.empty()) {
