@@ -29,8 +29,8 @@ ContextPtr makeContext() {
     return ContextPtr(NSOpenGLContext::initWithFormat(format.get(), nullptr));
 }
 
-// What the context that is current says; empty where it says nothing.
-std::string text(GLenum name) {
+// What the current context gives for the name; empty for nothing.
+std::string driverText(GLenum name) {
     using GetString = const GLubyte*(GLAPIENTRY*)(GLenum);
     const auto getString = reinterpret_cast<GetString>(eglGetProcAddress("glGetString"));
     const GLubyte* found = getString != nullptr ? getString(name) : nullptr;
@@ -48,12 +48,12 @@ GraphicsDriver graphicsDriver() {
     }
     const CGLContextObj former = CGLGetCurrentContext();
     if (!context->makeCurrentContext()) {
-        driver.failure = "a context was made, but the driver doesn't make it current";
+        driver.failure = "the driver made a context, but can't make it current";
         return driver;
     }
-    driver.vendor = text(GL_VENDOR);
-    driver.renderer = text(GL_RENDERER);
-    driver.version = text(GL_VERSION);
+    driver.vendor = driverText(GL_VENDOR);
+    driver.renderer = driverText(GL_RENDERER);
+    driver.version = driverText(GL_VERSION);
     CGLSetCurrentContext(former);
     return driver;
 }

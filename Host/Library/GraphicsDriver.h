@@ -1,7 +1,7 @@
 #pragma once
 
-/// Which OpenGL an effect would draw with here, for people who have to tell one machine from
-/// another.
+/// The OpenGL driver that an effect draws with on this machine, for version texts and reports of
+/// errors.
 
 #include <string>
 
@@ -13,8 +13,8 @@ struct GraphicsDriver {
     std::string failure; ///< why there is none, in one line; empty if there is one
 };
 
-/// Makes a context for a moment, as an effect would. What was current on this thread is so again
-/// afterwards.
+/// Asks a context that is made for the question, as an effect would make one. The context that was
+/// current on this thread is current again afterwards.
 GraphicsDriver graphicsDriver();
 
 } // namespace Vexorel::PrismDrift::Host

@@ -1,6 +1,6 @@
 #pragma once
 
-/// What an effect publishes about its parameters, as a host shows it.
+/// The parameters that an effect publishes, and their values in its records.
 
 #include "Platform/Effect/Effect.h"
 
@@ -13,14 +13,14 @@ enum class ParameterKind { Popup, Angle, Slider, GroupStart, GroupEnd };
 
 /// One published parameter.
 struct Parameter {
-    int index = 0; ///< the one to check it out by: 1 is the first published
+    int index = 0; ///< that it is checked out by; the first published parameter has 1
     int id = 0;
     ParameterKind kind = ParameterKind::Slider;
     std::string name;
-    std::string group; ///< the name of the group it stands in, empty outside
-    bool varies = false;
-    /// The values it takes, both ends included, but for the angle, which stays below its maximum.
-    /// A popup's value is its choice, counted from 1; an angle's unit is the degree.
+    std::string group;   ///< the name of its group, empty for none
+    bool varies = false; ///< whether it may change over time
+    /// The range of its values, ends included; only an angle stays below its maximum. A popup's
+    /// value is the number of its choice, from 1; an angle's unit is the degree.
     double minimum = 0.0, maximum = 0.0, initial = 0.0;
     int precision = 0;                ///< decimals to show
     std::vector<std::string> choices; ///< of a popup
@@ -33,17 +33,17 @@ struct Parameter {
     bool accepts(double value) const;
     /// "a number from -1000 to 1000" or "RGB, RBG or GRB", for messages.
     std::string takes() const;
-    /// A value as the user would write it: a choice's label or a number.
+    /// A value as a user writes it: the name of a choice, or a number.
     std::string valueText(double value) const;
 };
 
-/// Reads the definition that the effect hands to add_param. Throws Error for an unknown type, with
-/// PF_Err_UNRECOGNIZED_PARAM_TYPE, and for a definition that contradicts itself, with
-/// PF_Err_BAD_CALLBACK_PARAM. `index` and `group` are left to the caller.
+/// Reads the definition that the effect passes to add_param; the caller sets `index` and `group`.
+/// Throws Error, with PF_Err_UNRECOGNIZED_PARAM_TYPE for an unknown type and with
+/// PF_Err_BAD_CALLBACK_PARAM for a definition that contradicts itself.
 Parameter parameterFromDefinition(const PF_ParamDef& definition);
 
-/// The definition that the effect gets when it checks the parameter out at this value. The choices
-/// refer to the text in `parameter`.
+/// The record that the effect gets when it checks the parameter out at this value. Angles are
+/// rounded to the nearest 1/65536 degree. A popup's record points at the text in `parameter`.
 PF_ParamDef definitionAt(const Parameter& parameter, double value);
 
 } // namespace Vexorel::PrismDrift::Host

@@ -24,7 +24,8 @@ namespace fs = std::filesystem;
     refuse(target, std::generic_category().message(error));
 }
 
-// Keeps the signals that end a program away from this thread, so that no temporary file is left.
+// Holds the signals that end a program back from this thread, so that no temporary file is left
+// behind.
 class SignalsHeld {
 public:
     SignalsHeld() {
@@ -48,8 +49,7 @@ fs::path temporaryName(const fs::path& target) {
     return target.parent_path() / (".prismdrift-" + std::to_string(random()));
 }
 
-// Where the bytes go in the end.
-fs::path followed(const fs::path& target) {
+fs::path withLinksFollowed(const fs::path& target) {
     std::error_code ignored;
     fs::path end = fs::is_symlink(target, ignored) ? fs::weakly_canonical(target, ignored)
                                                    : fs::absolute(target, ignored);
@@ -74,7 +74,7 @@ int writeAll(int descriptor, const void* bytes, std::size_t size) {
 }
 
 void checkReplaceable(const fs::path& target) {
-    const fs::path end = followed(target);
+    const fs::path end = withLinksFollowed(target);
     std::error_code failure;
     const fs::file_status status = fs::status(end, failure);
     if (fs::is_directory(status)) {
@@ -97,12 +97,13 @@ void checkReplaceable(const fs::path& target) {
     }
 }
 
-NewFile::NewFile(const fs::path& target) : mTarget(target), mEnd(followed(target)) {
+NewFile::NewFile(const fs::path& target)
+    : mTarget(target), mDestination(withLinksFollowed(target)) {
     checkReplaceable(target);
     constexpr mode_t mode = 0666;
-    mDescriptor = open(mEnd.parent_path().c_str(), O_RDWR | O_TMPFILE | O_CLOEXEC, mode);
+    mDescriptor = open(mDestination.parent_path().c_str(), O_RDWR | O_TMPFILE | O_CLOEXEC, mode);
     while (mDescriptor < 0) { // a file system without nameless files
-        mTemporary = temporaryName(mEnd);
+        mTemporary = temporaryName(mDestination);
         mDescriptor = open(mTemporary.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode);
         if (mDescriptor < 0 && errno != EEXIST) {
             refuse(mTarget, errno);
@@ -120,10 +121,10 @@ NewFile::~NewFile() {
 }
 
 void NewFile::commit() {
-    const SignalsHeld held;
+    const SignalsHeld signals;
     const std::string own = "/proc/self/fd/" + std::to_string(mDescriptor);
     while (mTemporary.empty()) {
-        const fs::path name = temporaryName(mEnd);
+        const fs::path name = temporaryName(mDestination);
         if (linkat(AT_FDCWD, own.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0) {
             mTemporary = name;
         } else if (errno != EEXIST) {
@@ -131,14 +132,14 @@ void NewFile::commit() {
         }
     }
     if (close(std::exchange(mDescriptor, -1)) != 0 ||
-        rename(mTemporary.c_str(), mEnd.c_str()) != 0) {
+        rename(mTemporary.c_str(), mDestination.c_str()) != 0) {
         refuse(mTarget, errno);
     }
     mTemporary.clear();
 }
 
 void replaceFile(const fs::path& target, const void* bytes, std::size_t size) {
-    const SignalsHeld held;
+    const SignalsHeld signals;
     NewFile file(target);
     const int error = writeAll(file.descriptor(), bytes, size);
     if (error != 0) {

@@ -7,40 +7,41 @@
 
 namespace Vexorel::PrismDrift::Host {
 
-/// Puts `size` bytes into `target`, which is made or replaced in one step and left as it was on any
-/// failure, which is thrown as Error. A symbolic link is followed. The file gets the permissions of
-/// a new one. SIGINT, SIGTERM and SIGHUP wait until it is done.
+/// Creates or replaces `target` in one step, with `size` bytes and the permissions of a new file.
+/// A symbolic link is followed. Throws Error on any failure, and the target stays as it was.
+/// SIGINT, SIGTERM and SIGHUP are held back from this thread until it is done.
 void replaceFile(const std::filesystem::path& target, const void* bytes, std::size_t size);
 
-/// Throws Error where `replaceFile` is bound to fail: the folder is missing or may not be written
-/// to, or what stands there is no plain file or is protected against writing.
+/// Throws Error where `replaceFile` can't succeed: the folder is missing or not writable, or the
+/// target exists and is not a plain file or not writable.
 void checkReplaceable(const std::filesystem::path& target);
 
-/// Writes all of it, however often the system takes a part only. 0, or the error's number.
+/// Writes all bytes, in several calls if need be. Gives 0, or the errno of a failure.
 int writeAll(int descriptor, const void* bytes, std::size_t size);
 
-/// A file under way to take its target's place. Until `commit` the target is as it was, and the
-/// file has no name where the file system can do that, so that not even a killed program leaves it
-/// behind.
+/// A file that replaces its target once it is complete. Until `commit` the target stays as it was,
+/// and the new file has no name where the file system supports that, so that not even a killed
+/// program leaves it behind.
 class NewFile {
 public:
-    /// Throws Error as `checkReplaceable` does, and where the file can't be made.
+    /// Throws Error as `checkReplaceable` does, and where the file can't be created.
     explicit NewFile(const std::filesystem::path& target);
     NewFile(const NewFile&) = delete;
     NewFile& operator=(const NewFile&) = delete;
-    /// Without a `commit` nothing is left of it.
+    /// Removes the new file, unless it was committed.
     ~NewFile();
 
-    /// Open for reading and writing, and to be left open.
+    /// Open for reading and writing. `commit` closes it; the caller must not.
     int descriptor() const { return mDescriptor; }
 
-    /// Makes it the target, in one step. Throws Error, and the target is as it was.
+    /// Puts the new file in the target's place, in one step. Throws Error if that fails, and the
+    /// target stays as it was.
     void commit();
 
 private:
-    std::filesystem::path mTarget;    // as it was named
-    std::filesystem::path mEnd;       // where it leads
-    std::filesystem::path mTemporary; // its name for now, empty for none
+    std::filesystem::path mTarget;      // as the caller named it
+    std::filesystem::path mDestination; // the target with symbolic links followed
+    std::filesystem::path mTemporary;   // the new file's name, empty while it has none
     int mDescriptor = -1;
 };
 

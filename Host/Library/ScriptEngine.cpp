@@ -44,14 +44,14 @@ duk_ret_t describe(duk_context* engine, void* /*unused*/) {
         duk_pop(engine);
     }
     const char* text = duk_safe_to_string(engine, -1);
-    if (line > 0 && std::strstr(text, "(line ") == nullptr) { // errors of syntax tell it themselves
+    if (line > 0 && std::strstr(text, "(line ") == nullptr) { // syntax errors name it
         duk_push_sprintf(engine, "%s (line %ld)", text, static_cast<long>(line));
     }
     return 1;
 }
 
-// The engine writes a character beyond the first 65536 as two surrogates of three bytes each; UTF-8
-// has one form of four bytes for it, and none for a surrogate alone.
+// The engine stores a character above U+FFFF as two surrogates of three bytes each. UTF-8 has one
+// form of four bytes for it, and none for a single surrogate, which U+FFFD replaces.
 std::string toUtf8(std::string_view text) {
     const auto isSurrogate = [&](std::size_t at, unsigned first) {
         return at + 2 < text.size() && text[at] == '\xED' &&
@@ -93,7 +93,7 @@ Outcome run(const char* script) {
         throw std::bad_alloc();
     }
     Outcome outcome;
-    // The engine takes the text without const and hands it on to `evaluate`, which only reads it.
+    // The engine's interface takes the text without const; `evaluate` only reads it.
     outcome.failed = duk_safe_call(engine.get(), evaluate, const_cast<char*>(script), 0, 1) != 0;
     if (outcome.failed) {
         duk_safe_call(engine.get(), describe, nullptr, 1, 1);
@@ -105,7 +105,7 @@ Outcome run(const char* script) {
     return outcome;
 }
 
-// The outcome's texts as handles; all or none.
+// Puts the outcome's texts into handles: all of them, or none without memory.
 PF_Err handOver(const Outcome& outcome, AEGP_MemHandle* result, AEGP_MemHandle* error) {
     *result = outcome.failed ? nullptr : newTextHandle(outcome.text);
     *error = newTextHandle(outcome.failed ? outcome.text : std::string());

@@ -12,18 +12,16 @@
 
 namespace Vexorel::PrismDrift::Host {
 
-/// "AEGP Utility Suite", version 11. Scripts are UTF-8, in the platform's encoding too, which is
-/// the same here.
+/// "AEGP Utility Suite", version 11. Scripts are UTF-8; the platform's encoding is the same.
 ///
-/// A script that ends well leaves its value as text, the way the language's String() makes one of
-/// it ("undefined" for no value), and an empty error text. One that fails leaves a null result, its
-/// error as text with the line, and the call gives PF_Err_BAD_CALLBACK_PARAM; so it does, and
-/// leaves two nulls, where an argument is null. Without memory for the texts it gives
-/// PF_Err_OUT_OF_MEMORY and two nulls.
+/// A script that succeeds leaves its value as text, converted as by the language's String()
+/// ("undefined" for no value), and an empty error text. One that fails leaves a null result and an
+/// error text with the line, and the call gives PF_Err_BAD_CALLBACK_PARAM. A null argument gives
+/// that code too, too little memory PF_Err_OUT_OF_MEMORY, both with two null handles.
 const AEGP_UtilitySuite5& utilitySuite();
 
-/// Runs a script as an effect does, through that suite and the handles that it leaves, and gives
-/// the value's text up to its first zero byte. Throws Error with the error's text if it fails.
+/// Runs a script as an effect does, through that suite and its handles, and gives the value's text
+/// up to the first zero byte. Throws Error with the error text if the script fails.
 std::string evaluateScript(const std::string& script);
 
 } // namespace Vexorel::PrismDrift::Host

@@ -8,7 +8,7 @@
 namespace Vexorel::PrismDrift::Host {
 namespace {
 
-// Rows start where wide vector instructions like them, behind at least one pixel of gap.
+// Rows start at multiples of this, for wide vector instructions. All pixel sizes divide it.
 constexpr std::size_t alignment = 64;
 
 std::size_t bytesOf(PF_PixelFormat format) {

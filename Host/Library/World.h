@@ -1,7 +1,7 @@
 #pragma once
 
-/// A picture as an effect gets it: straight A, R, G, B pixels in rows from the top, with a gap
-/// behind each row that belongs to nobody.
+/// A picture as an effect gets it ("world"): pixels of A, R, G, B, not multiplied by alpha, in rows
+/// from the top, with unused bytes behind each row.
 
 #include "Platform/Effect/Effect.h"
 
@@ -17,13 +17,13 @@ constexpr int largestSide = 65535;
 /// Owns its pixels. Moved, not copied.
 class World {
 public:
-    /// Zeroed pixels and gaps. Throws Error for a side below 0 or above `largestSide`, for an
-    /// unknown format, and where there is no memory for it.
+    /// All bytes are zero. Throws Error for a side below 0 or above `largestSide`, for an unknown
+    /// format, and for too little memory.
     World(int width, int height, PF_PixelFormat format = PF_PixelFormat_ARGB32);
 
     int width() const { return mLayer.width; }
     int height() const { return mLayer.height; }
-    /// From one row to the next, in bytes: always more than the row's pixels take.
+    /// From one row to the next, in bytes; at least a pixel more than the row's pixels.
     std::ptrdiff_t rowBytes() const { return mLayer.rowbytes; }
     PF_PixelFormat format() const { return mFormat; }
     /// 4, 8 or 16.
@@ -32,7 +32,8 @@ public:
     std::uint8_t* row(int y) { return data() + y * rowBytes(); }
     const std::uint8_t* row(int y) const { return data() + y * rowBytes(); }
 
-    /// The record for the effect; it refers to the world's pixels and is valid as long as they are.
+    /// The record for the effect. It points at the world's pixels and is valid as long as the
+    /// world.
     const PF_LayerDef& layer() const { return mLayer; }
 
 private:
