@@ -68,7 +68,7 @@ std::string information(const EarlyArguments& early, const SubCommand* subComman
 void checkUsage(const Arguments& arguments) {
     try {
         Host::checkClipOutput(arguments.output);
-        Host::SequencePattern::of(arguments.input.file);
+        Host::SequencePattern::ofInput(arguments.input.file);
     } catch (const Host::Error& error) {
         throw UsageError(textWithOptions(error));
     }

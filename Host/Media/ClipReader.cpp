@@ -207,10 +207,7 @@ Ratio frameRateFrom(const std::string& text) {
 }
 
 std::unique_ptr<ClipReader> openClip(const ClipInput& input) {
-    std::error_code ignored;
-    // A name with '#' in it may well be a file's own.
-    const bool isFile = std::filesystem::is_regular_file(input.file, ignored);
-    if (auto pattern = isFile ? std::nullopt : SequencePattern::of(input.file)) {
+    if (auto pattern = SequencePattern::ofInput(input.file)) {
         refuseRawSettings(input);
         return std::make_unique<SequenceReader>(input, std::move(*pattern));
     }

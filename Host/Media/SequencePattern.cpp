@@ -68,6 +68,11 @@ std::optional<SequencePattern> SequencePattern::of(const fs::path& file) {
     return found ? std::optional(pattern) : std::nullopt;
 }
 
+std::optional<SequencePattern> SequencePattern::ofInput(const fs::path& file) {
+    std::error_code failure;
+    return fs::exists(file, failure) ? std::nullopt : of(file);
+}
+
 fs::path SequencePattern::file(std::int64_t number) const {
     std::string digits = std::to_string(number);
     digits.insert(0, mDigits - std::min(mDigits, digits.size()), '0');

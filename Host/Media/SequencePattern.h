@@ -17,6 +17,10 @@ public:
     /// more than one in a name and for a '%' that is no number's place.
     static std::optional<SequencePattern> of(const std::filesystem::path& file);
 
+    /// The same for a clip that is to be read: nothing for the name of a file that exists, whatever
+    /// characters are in it.
+    static std::optional<SequencePattern> ofInput(const std::filesystem::path& file);
+
     /// The file that holds the picture of this number.
     std::filesystem::path file(std::int64_t number) const;
 

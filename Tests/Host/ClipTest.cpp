@@ -1,6 +1,6 @@
 #include "Host/Media/Clip.h"
-#include "Host/Library/Error.h"
 #include "Host/CommandLine/BoundedQueue.h"
+#include "Host/Library/Error.h"
 #include "Host/Library/ReplaceFile.h"
 #include "Host/Media/SequencePattern.h"
 #include "Tests/Host/ScratchFolder.h"
@@ -147,6 +147,10 @@ TEST_F(ClipTest, PatternsNameFilesAndFindThem) {
     }
     EXPECT_EQ(SequencePattern::of(path("s.##.png"))->numbersThere(),
               (std::vector<std::int64_t>{7, 11, 100}));
+    // A file's own name is no pattern, but where it is to be written.
+    fs::copy_file(path("s.9.png"), path("s.%d.png"));
+    EXPECT_FALSE(SequencePattern::ofInput(path("s.%d.png")));
+    EXPECT_TRUE(SequencePattern::of(path("s.%d.png")));
 }
 
 TEST_F(ClipTest, WhatIsWrittenComesBackWithItsTimes) {
