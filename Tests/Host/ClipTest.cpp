@@ -1,5 +1,4 @@
 #include "Host/Media/Clip.h"
-#include "Host/CommandLine/BoundedQueue.h"
 #include "Host/Library/Error.h"
 #include "Host/Library/ReplaceFile.h"
 #include "Host/Media/SequencePattern.h"
@@ -7,13 +6,10 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
-#include <chrono>
 #include <cmath>
 #include <cstdlib>
 #include <fstream>
 #include <gmock/gmock.h>
-#include <thread>
 
 // The H.265 encoder's library keeps a kilobyte of its own.
 extern "C" __attribute__((visibility("default"))) const char*
@@ -309,37 +305,6 @@ TEST_F(ClipTest, AFileUnderWayHasNoNameAndGoesWithoutACommit) {
     copy("clip.mov", output);
     EXPECT_TRUE(fs::is_symlink(path("link.mkv")));
     EXPECT_GT(fs::file_size(path("old")), 100);
-}
-
-TEST(BoundedQueueTest, KeepsOrderAndBoundAndLetsBothSidesGo) {
-    BoundedQueue<int> queue(3);
-    std::atomic<int> pushed = 0;
-    std::thread producer([&] {
-        for (int i = 0; i < 100; ++i) {
-            queue.push(i);
-            ++pushed;
-        }
-        queue.end(std::make_exception_ptr(Error("over")));
-    });
-    for (int i = 0; i < 100; ++i) {
-        EXPECT_EQ(queue.pop(), i);
-        EXPECT_LE(pushed, i + 1 + 3 + 1);
-    }
-    EXPECT_THROW(queue.pop(), Error);
-    producer.join();
-
-    BoundedQueue<int> full(1);
-    full.push(1);
-    std::thread waiting([&] { EXPECT_FALSE(full.push(2)); });
-    full.close();
-    waiting.join();
-    EXPECT_EQ(full.pop(), std::nullopt);
-
-    BoundedQueue<int> weights(4);
-    weights.push(1, 9); // alone, it passes
-    weights.end();
-    EXPECT_EQ(weights.pop(), 1);
-    EXPECT_EQ(weights.pop(), std::nullopt);
 }
 
 } // namespace
