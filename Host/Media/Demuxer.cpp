@@ -115,6 +115,7 @@ bool isStillPicture(const fs::path& file) {
 
 Demuxer::Demuxer(const ClipInput& input)
     : mUrl(input.file == "-" ? "pipe:0" : "file:" + fs::absolute(input.file).string()) {
+    keepFirstLoggedError();
     if (input.file != "-") {
         checkReadable(input.file);
     }
@@ -145,7 +146,7 @@ Demuxer::Demuxer(const ClipInput& input)
                         ? "it is no picture or video of a known format"
                         : "it is damaged or not of the format '" + input.format + "'");
     }
-    check(result);
+    checkResult(result);
     mFormat.reset(context);
     if (isForeign(*context->iformat)) {
         throw Error("it is no picture but a text or a list of other files");
@@ -160,11 +161,5 @@ Demuxer::Demuxer(const ClipInput& input)
 }
 
 Demuxer::Demuxer(const fs::path& file) : Demuxer(inputOf(file)) {}
-
-void Demuxer::check(int result) const {
-    if (result < 0) {
-        throw Error(mMessages.reason(result));
-    }
-}
 
 } // namespace Vexorel::PrismDrift::Host

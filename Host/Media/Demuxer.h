@@ -25,8 +25,8 @@ bool isStillPicture(const std::filesystem::path& file);
 
 class Demuxer {
 public:
-    /// Opens the input's file with its format, size, pixel format and frame rate. All errors, those
-    /// of `check` too, are thrown as Error, with the reason alone.
+    /// Opens the input's file with its format, size, pixel format and frame rate. Throws Error,
+    /// with the reason alone.
     explicit Demuxer(const ClipInput& input);
     explicit Demuxer(const std::filesystem::path& file);
     Demuxer(const Demuxer&) = delete;
@@ -39,11 +39,7 @@ public:
     /// Ends a wait for a pipe at the next signal, with an error. From any thread.
     void stop() { mIsStopped = true; }
 
-    /// Throws the reason for a negative result.
-    void check(int result) const;
-
 private:
-    FFmpegMessages mMessages;
     std::string mUrl;
     std::atomic<bool> mIsStopped = false;
     FFmpegPtr<AVFormatContext> mFormat;

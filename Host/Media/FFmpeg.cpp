@@ -1,5 +1,7 @@
 #include "Host/Media/FFmpeg.h"
 
+#include "Host/Library/Error.h"
+
 #include <algorithm>
 #include <array>
 #include <cstdarg>
@@ -11,14 +13,14 @@ namespace {
 
 thread_local std::string firstError;
 
-void keepMessage(void* /*sender*/, int level, const char* format, va_list arguments) {
+void keepError(void* /*sender*/, int level, const char* format, va_list arguments) {
     if (level > AV_LOG_ERROR || !firstError.empty()) {
         return;
     }
     std::array<char, 512> line{};
     std::vsnprintf(line.data(), line.size(), format, arguments);
     firstError = line.data();
-    // Advice for users of another program, and what ends a line.
+    // Advice for users of another program, and the end of the line.
     firstError.erase(std::min(firstError.find(", see the documentation"), firstError.size()));
     while (!firstError.empty() && (firstError.back() == '\n' || firstError.back() == '.')) {
         firstError.pop_back();
@@ -27,23 +29,29 @@ void keepMessage(void* /*sender*/, int level, const char* format, va_list argume
 
 } // namespace
 
-FFmpegMessages::FFmpegMessages() {
+void keepFirstLoggedError() {
     static std::once_flag once;
-    std::call_once(once, [] { av_log_set_callback(&keepMessage); });
+    std::call_once(once, [] { av_log_set_callback(&keepError); });
     firstError.clear();
 }
 
-std::string FFmpegMessages::reason(int code) {
+const std::string& firstLoggedError() {
+    return firstError;
+}
+
+std::string reasonFor(int result) {
     if (!firstError.empty()) {
         return firstError;
     }
     std::array<char, AV_ERROR_MAX_STRING_SIZE> text{};
-    av_strerror(code, text.data(), text.size());
+    av_strerror(result, text.data(), text.size());
     return text.data();
 }
 
-const std::string& FFmpegMessages::firstMessage() {
-    return firstError;
+void checkResult(int result) {
+    if (result < 0) {
+        throw Error(reasonFor(result));
+    }
 }
 
 } // namespace Vexorel::PrismDrift::Host

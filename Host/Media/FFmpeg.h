@@ -37,20 +37,17 @@ FFmpegPtr<Type> owned(Type* object) {
     return FFmpegPtr<Type>(object);
 }
 
-/// While one lives, what the libraries have to say on this thread is kept instead of printed. The
-/// first one in the process takes the libraries' log over for good.
-class FFmpegMessages {
-public:
-    FFmpegMessages();
-    FFmpegMessages(const FFmpegMessages&) = delete;
-    FFmpegMessages& operator=(const FFmpegMessages&) = delete;
-    ~FFmpegMessages() = default;
+/// Keeps the first error that the libraries log on this thread after the call. They log in words
+/// what their results only number. From the first call in the process on they print nothing.
+void keepFirstLoggedError();
 
-    /// Why a call gave `code`: the first error that was logged, else the code's own meaning.
-    static std::string reason(int code);
+/// That error, empty for none.
+const std::string& firstLoggedError();
 
-    /// The first error that was logged on this thread since the newest object was made.
-    static const std::string& firstMessage();
-};
+/// Why a call on this thread gave `result`: the error that was logged, else the number's meaning.
+std::string reasonFor(int result);
+
+/// Throws Error with the reason for a negative result.
+void checkResult(int result);
 
 } // namespace Vexorel::PrismDrift::Host

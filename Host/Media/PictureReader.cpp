@@ -48,12 +48,9 @@ public:
 private:
     void check(int result) const {
         if (result == AVERROR_INVALIDDATA) {
-            throw Error("it is damaged, cut off or no picture at all (" + mMessages.reason(result) +
-                        ")");
+            throw Error("it is damaged, cut off or no picture at all (" + reasonFor(result) + ")");
         }
-        if (result < 0) {
-            throw Error(mMessages.reason(result));
-        }
+        checkResult(result);
     }
 
     void openCodec() {
@@ -86,7 +83,6 @@ private:
         return *mDemuxer.context().streams[mStream]->codecpar;
     }
 
-    FFmpegMessages mMessages;
     Demuxer mDemuxer;
     FFmpegPtr<AVCodecContext> mCodec;
     int mStream = -1;

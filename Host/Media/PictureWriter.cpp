@@ -104,14 +104,8 @@ AVPixelFormat pixelFormatFor(const AVCodec& codec, bool alpha) {
     return best;
 }
 
-void check(int result, const FFmpegMessages& messages) {
-    if (result < 0) {
-        throw Error(messages.reason(result));
-    }
-}
-
 FFmpegPtr<AVCodecContext> openEncoder(const Format& format, const AVCodec& codec,
-                                      const AVFrame& frame, const FFmpegMessages& messages) {
+                                      const AVFrame& frame) {
     auto context = owned(avcodec_alloc_context3(&codec));
     context->width = frame.width;
     context->height = frame.height;
@@ -124,12 +118,12 @@ FFmpegPtr<AVCodecContext> openEncoder(const Format& format, const AVCodec& codec
     av_dict_parse_string(&options, format.options, "=", ":", 0);
     const int result = avcodec_open2(context.get(), &codec, &options);
     av_dict_free(&options);
-    check(result, messages);
+    checkResult(result);
     return context;
 }
 
 FFmpegPtr<AVPacket> encode(const Format& format, const Picture& picture, bool alpha) {
-    const FFmpegMessages messages;
+    keepFirstLoggedError();
     const AVCodec& codec = *avcodec_find_encoder_by_name(format.encoder);
     auto frame = frameFromWorld(picture.world, pixelFormatFor(codec, alpha));
     frame->pts = 0;
@@ -141,12 +135,12 @@ FFmpegPtr<AVPacket> encode(const Format& format, const Picture& picture, bool al
         }
         std::memcpy(profile->data, picture.colorProfile.data(), picture.colorProfile.size());
     }
-    const auto context = openEncoder(format, codec, *frame, messages);
+    const auto context = openEncoder(format, codec, *frame);
     frame->quality = context->global_quality;
     auto packet = owned(av_packet_alloc());
-    check(avcodec_send_frame(context.get(), frame.get()), messages);
-    check(avcodec_send_frame(context.get(), nullptr), messages);
-    check(avcodec_receive_packet(context.get(), packet.get()), messages);
+    checkResult(avcodec_send_frame(context.get(), frame.get()));
+    checkResult(avcodec_send_frame(context.get(), nullptr));
+    checkResult(avcodec_receive_packet(context.get(), packet.get()));
     return packet;
 }
 

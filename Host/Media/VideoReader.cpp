@@ -75,11 +75,11 @@ VideoReader::VideoReader(const ClipInput& input) : mInput(input) {
 
 void VideoReader::openStream() {
     AVFormatContext& context = mDemuxer->context();
-    const FFmpegMessages fresh;
-    mDemuxer->check(avformat_find_stream_info(&context, nullptr));
+    keepFirstLoggedError();
+    checkResult(avformat_find_stream_info(&context, nullptr));
     // It may have read as far as where a short file is damaged.
     if (!mayBeginAnywhere(*context.iformat)) {
-        mEarlyMessage = FFmpegMessages::firstMessage();
+        mEarlyMessage = firstLoggedError();
     }
     mProperties.videoStream = av_find_best_stream(&context, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
     if (mProperties.videoStream < 0) {
@@ -100,7 +100,7 @@ void VideoReader::openDecoder() {
                     avcodec_get_name(parameters.codec_id));
     }
     mDecoder = owned(avcodec_alloc_context3(decoder));
-    mDemuxer->check(avcodec_parameters_to_context(mDecoder.get(), &parameters));
+    checkResult(avcodec_parameters_to_context(mDecoder.get(), &parameters));
     mDecoder->pkt_timebase = stream().time_base;
     mDecoder->max_pixels = largestPixelCount();
     mDecoder->thread_count = 0; // as many as there are processors
@@ -113,7 +113,7 @@ void VideoReader::openDecoder() {
     if (decoder->id == AV_CODEC_ID_FFV1) {
         mDecoder->thread_type = FF_THREAD_SLICE; // what it says of a checksum comes on this thread
     }
-    mDemuxer->check(avcodec_open2(mDecoder.get(), decoder, nullptr));
+    checkResult(avcodec_open2(mDecoder.get(), decoder, nullptr));
 }
 
 void VideoReader::describe() {
@@ -139,7 +139,7 @@ void VideoReader::describe() {
 
 std::optional<ClipItem> VideoReader::next() {
     try {
-        const FFmpegMessages fresh;
+        keepFirstLoggedError();
         return readItem();
     } catch (const std::exception&) {
         rethrowWithPrefix(errorPrefix() + place());
@@ -166,7 +166,7 @@ std::optional<ClipItem> VideoReader::readItem() {
             }
             return std::nullopt;
         }
-        const FFmpegMessages fresh;
+        keepFirstLoggedError();
         const int read = av_read_frame(&mDemuxer->context(), mPacket.get());
         if (read == AVERROR_EOF) {
             mEndError = endError(); // told once what was read before is decoded
@@ -174,7 +174,7 @@ std::optional<ClipItem> VideoReader::readItem() {
             sendToDecoder(nullptr);
             continue;
         }
-        mDemuxer->check(read);
+        checkResult(read);
         mPlace = avio_tell(mDemuxer->context().pb);
         if (mPacket->stream_index == mProperties.videoStream) {
             sendToDecoder(mPacket.get());
@@ -190,13 +190,13 @@ std::optional<ClipItem> VideoReader::readItem() {
 // Some formats take a file that was cut off or is damaged for one that has ended.
 std::string VideoReader::endError() const {
     const AVFormatContext& context = mDemuxer->context();
-    const std::string& own = FFmpegMessages::firstMessage();
+    const std::string& own = firstLoggedError();
     const std::string& reason = own.empty() ? mEarlyMessage : own;
     if (!reason.empty()) {
         return "the file is cut off or damaged (" + reason + ")";
     }
     if (context.pb != nullptr && context.pb->error < 0) {
-        return FFmpegMessages::reason(context.pb->error);
+        return reasonFor(context.pb->error);
     }
     if (std::string_view(context.iformat->name) == "yuv4mpegpipe" &&
         avio_tell(context.pb) > mPlace) {
@@ -214,7 +214,7 @@ void VideoReader::sendToDecoder(const AVPacket* packet) {
     if (sent == AVERROR_INVALIDDATA && isBeginning() && packet != nullptr) {
         return;
     }
-    mDemuxer->check(sent);
+    checkResult(sent);
 }
 
 // A frame that the decoder has ready, if it is one of those that are wanted.
@@ -230,10 +230,10 @@ std::optional<ClipItem> VideoReader::takeDecoded() {
         if (received == AVERROR_INVALIDDATA && isBeginning()) {
             continue;
         }
-        mDemuxer->check(received);
+        checkResult(received);
         // A damaged slice of FFV1 is patched up, with nothing but a message.
         const bool patched = mDecoder->codec_id == AV_CODEC_ID_FFV1 &&
-                             FFmpegMessages::firstMessage().find("CRC") != std::string::npos;
+                             firstLoggedError().find("CRC") != std::string::npos;
         if ((mFrame->flags & AV_FRAME_FLAG_CORRUPT) != 0 || mFrame->decode_error_flags != 0 ||
             patched) {
             throw Error("it is damaged");
@@ -325,7 +325,7 @@ void VideoReader::scan() {
     try {
         Demuxer demuxer(mInput);
         AVFormatContext& context = demuxer.context();
-        demuxer.check(avformat_find_stream_info(&context, nullptr));
+        checkResult(avformat_find_stream_info(&context, nullptr));
         for (unsigned i = 0; i < context.nb_streams; ++i) {
             const bool video = static_cast<int>(i) == mProperties.videoStream;
             context.streams[i]->discard = video ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
@@ -342,7 +342,7 @@ void VideoReader::scan() {
             av_packet_unref(packet.get());
         }
         if (read != AVERROR_EOF) {
-            demuxer.check(read);
+            checkResult(read);
         }
     } catch (const std::exception&) {
         rethrowWithPrefix(errorPrefix());

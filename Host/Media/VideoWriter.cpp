@@ -121,7 +121,7 @@ void VideoWriter::openMuxer() {
 }
 
 void VideoWriter::write(ClipItem&& item) {
-    const FFmpegMessages fresh;
+    keepFirstLoggedError();
     if (const auto* packet = std::get_if<ClipPacket>(&item)) {
         if (mEncoder == nullptr) {
             mWaiting.push_back(*packet);
@@ -357,7 +357,7 @@ void VideoWriter::finish() {
     if (mEncoder == nullptr) {
         return; // not one frame
     }
-    const FFmpegMessages fresh;
+    keepFirstLoggedError();
     check(avcodec_send_frame(mEncoder.get(), nullptr));
     drainEncoder();
     check(av_write_trailer(mMuxer.get()));
@@ -375,7 +375,7 @@ void VideoWriter::check(int result) const {
     if (mDescriptor->error != 0) {
         refuse(std::generic_category().message(mDescriptor->error));
     }
-    refuse(FFmpegMessages::reason(result));
+    refuse(reasonFor(result));
 }
 
 void VideoWriter::refuse(const std::string& reason) const {
