@@ -49,17 +49,12 @@ const AVInputFormat* formatNamed(const std::string& name) {
     return format;
 }
 
-struct DictionaryEnd {
-    AVDictionary* options = nullptr;
-    ~DictionaryEnd() { av_dict_free(&options); }
-};
-
 // A setting that FFmpeg's format takes as an option.
 struct FormatOption {
-    const char* key;
+    const char* name;
     const std::string& value; // empty where it isn't set
     ClipSetting setting;
-    const char* name; // in messages
+    const char* words; // for messages
 };
 
 ClipInput inputOf(const fs::path& file) {
@@ -133,14 +128,15 @@ Demuxer::Demuxer(const ClipInput& input)
     context->interrupt_callback = {
         [](void* stopped) { return static_cast<std::atomic<bool>*>(stopped)->load() ? 1 : 0; },
         &mIsStopped};
-    DictionaryEnd rest;
-    av_dict_set(&rest.options, "protocol_whitelist", "file,pipe", 0);
-    av_dict_set(&rest.options, "pattern_type", "none", 0); // '%' and '*' are plain characters
+    Dictionary options;
+    options.set("protocol_whitelist", "file,pipe");
+    options.set("pattern_type", "none"); // '%' and '*' are plain characters
     for (const FormatOption& option : formatOptions(input)) {
-        av_dict_set(&rest.options, option.key,
-                    option.value.empty() ? nullptr : option.value.c_str(), 0);
+        if (!option.value.empty()) {
+            options.set(option.name, option.value);
+        }
     }
-    const int result = avformat_open_input(&context, mUrl.c_str(), wanted, &rest.options);
+    const int result = avformat_open_input(&context, mUrl.c_str(), wanted, options.pointer());
     if (result == AVERROR_INVALIDDATA) {
         throw Error(input.format.empty()
                         ? "it is no picture or video of a known format"
@@ -152,10 +148,10 @@ Demuxer::Demuxer(const ClipInput& input)
         throw Error("it is no picture but a text or a list of other files");
     }
     for (const FormatOption& option : formatOptions(input)) {
-        if (av_dict_get(rest.options, option.key, nullptr, 0) != nullptr) {
+        if (options.has(option.name)) {
             throw ClipError(ClipReason::SettingNotTaken, {option.setting},
                             "its format, " + std::string(context->iformat->name) + ", takes no " +
-                                option.name);
+                                option.words);
         }
     }
 }

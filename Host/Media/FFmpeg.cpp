@@ -7,6 +7,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <mutex>
+#include <new>
 
 namespace Vexorel::PrismDrift::Host {
 namespace {
@@ -28,6 +29,20 @@ void keepError(void* /*sender*/, int level, const char* format, va_list argument
 }
 
 } // namespace
+
+Dictionary::Dictionary(const std::string& text) {
+    av_dict_parse_string(&mEntries, text.c_str(), "=", ":", 0);
+}
+
+void Dictionary::set(const char* name, const std::string& value) {
+    if (av_dict_set(&mEntries, name, value.c_str(), 0) < 0) {
+        throw std::bad_alloc();
+    }
+}
+
+bool Dictionary::has(const char* name) const {
+    return av_dict_get(mEntries, name, nullptr, 0) != nullptr;
+}
 
 void keepFirstLoggedError() {
     static std::once_flag once;

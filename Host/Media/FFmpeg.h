@@ -37,6 +37,26 @@ FFmpegPtr<Type> owned(Type* object) {
     return FFmpegPtr<Type>(object);
 }
 
+/// Owns names and their values, such as options for one of the libraries.
+class Dictionary {
+public:
+    Dictionary() = default;
+    /// From "name=value:name=value".
+    explicit Dictionary(const std::string& text);
+    Dictionary(const Dictionary&) = delete;
+    Dictionary& operator=(const Dictionary&) = delete;
+    ~Dictionary() { av_dict_free(&mEntries); }
+
+    void set(const char* name, const std::string& value);
+    bool has(const char* name) const;
+
+    /// For a call that takes what it knows out of the dictionary.
+    AVDictionary** pointer() { return &mEntries; }
+
+private:
+    AVDictionary* mEntries = nullptr;
+};
+
 /// Keeps the first error that the libraries log on this thread after the call. They log in words
 /// what their results only number. From the first call in the process on they print nothing.
 void keepFirstLoggedError();

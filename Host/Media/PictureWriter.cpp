@@ -114,11 +114,8 @@ FFmpegPtr<AVCodecContext> openEncoder(const Format& format, const AVCodec& codec
     context->colorspace = frame.colorspace;
     context->time_base = {1, 1};
     context->thread_count = 1;
-    AVDictionary* options = nullptr;
-    av_dict_parse_string(&options, format.options, "=", ":", 0);
-    const int result = avcodec_open2(context.get(), &codec, &options);
-    av_dict_free(&options);
-    checkResult(result);
+    Dictionary options(format.options);
+    checkResult(avcodec_open2(context.get(), &codec, options.pointer()));
     return context;
 }
 
