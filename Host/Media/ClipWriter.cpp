@@ -217,8 +217,12 @@ void checkClipOutput(const ClipOutput& output) {
     }
 }
 
-std::unique_ptr<ClipWriter> openClipWriter(const ClipOutput& output, const ClipInput& input,
+std::unique_ptr<ClipWriter> openClipWriter(const ClipOutput& wanted, const ClipInput& input,
                                            const ClipReader& reader) {
+    ClipOutput output = wanted;
+    if (!output.warn) {
+        output.warn = [](const std::string&) {};
+    }
     checkClipOutput(output);
     const Target target = targetOf(output);
     if (target.container != nullptr) {

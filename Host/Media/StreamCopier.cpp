@@ -1,0 +1,198 @@
+#include "Host/Media/StreamCopier.h"
+
+#include <array>
+#include <cstring>
+#include <new>
+#include <string_view>
+#include <utility>
+
+extern "C" {
+#include <libavutil/timecode.h>
+}
+
+namespace Vexorel::PrismDrift::Host {
+namespace {
+
+// Whether an entry is about the file that it stands in, its container, encoder or statistics; the
+// new file has its own.
+bool describesFile(std::string_view key) {
+    for (const char* own : {"major_brand", "minor_version", "compatible_brands", "encoder",
+                            "ENCODER", "DURATION", "alpha_mode", "vendor_id"}) {
+        if (key == own) {
+            return true;
+        }
+    }
+    for (const std::string_view statistic : {"BPS", "NUMBER_OF_", "_STATISTICS_"}) {
+        if (key.substr(0, statistic.size()) == statistic) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void copyMetadata(AVDictionary** to, const AVDictionary* from) {
+    const AVDictionaryEntry* entry = nullptr;
+    while ((entry = av_dict_get(from, "", entry, AV_DICT_IGNORE_SUFFIX)) != nullptr) {
+        if (!describesFile(entry->key)) {
+            av_dict_set(to, entry->key, entry->value, AV_DICT_DONT_OVERWRITE);
+        }
+    }
+}
+
+const char* kindOf(const AVStream& stream) {
+    switch (stream.codecpar->codec_type) {
+    case AVMEDIA_TYPE_AUDIO:
+        return "sound";
+    case AVMEDIA_TYPE_SUBTITLE:
+        return "subtitles";
+    case AVMEDIA_TYPE_VIDEO:
+        return "video";
+    case AVMEDIA_TYPE_ATTACHMENT:
+        return "attachment";
+    default:
+        return "data";
+    }
+}
+
+} // namespace
+
+StreamCopier::StreamCopier(const ClipProperties& clip, bool isPartial, Muxer& muxer,
+                           const ClipOutput& output)
+    : mMuxer(muxer), mOutput(output), mFrameRate(rational(clip.frameRate)), mIsPartial(isPartial) {
+    const AVFormatContext& source = *clip.container;
+    if (source.start_time != AV_NOPTS_VALUE) {
+        mStart = source.start_time;
+    }
+    for (unsigned i = 0; i < source.nb_streams; ++i) {
+        mStreams.push_back({source.streams[i]->time_base});
+    }
+    const AVStream& picture = *source.streams[clip.videoStream];
+    copyMetadata(&mMuxer.context().metadata, source.metadata);
+    copyMetadata(&mMuxer.picture().metadata, picture.metadata);
+    mMuxer.picture().disposition = picture.disposition;
+    addStreams(source, clip.videoStream);
+    if (!mIsPartial) {
+        copyChapters(source);
+    }
+}
+
+void StreamCopier::addStreams(const AVFormatContext& source, int videoStream) {
+    std::string leftOut;
+    for (unsigned i = 0; i < source.nb_streams; ++i) {
+        const AVStream& from = *source.streams[i];
+        // A data stream is a time code, which the muxer makes from the metadata, or means nothing
+        // here.
+        if (from.index == videoStream || from.codecpar->codec_type == AVMEDIA_TYPE_DATA) {
+            continue;
+        }
+        if (!mIsPartial) {
+            addStream(from);
+        } else if (leftOut.find(kindOf(from)) == std::string::npos) {
+            leftOut += (leftOut.empty() ? "" : ", ") + std::string(kindOf(from));
+        }
+    }
+    if (!leftOut.empty()) {
+        mOutput.warn("of chosen frames only the picture is written, without " + leftOut);
+    }
+}
+
+void StreamCopier::addStream(const AVStream& from) {
+    const AVCodecID codec = from.codecpar->codec_id;
+    const AVMediaType type = from.codecpar->codec_type;
+    const bool isSecondVideo =
+        type == AVMEDIA_TYPE_VIDEO && (from.disposition & AV_DISPOSITION_ATTACHED_PIC) == 0;
+    const bool isMatroska = std::string_view(mMuxer.container().name) == "matroska";
+    const bool hasPlace =
+        type == AVMEDIA_TYPE_ATTACHMENT
+            ? isMatroska
+            : avformat_query_codec(mMuxer.context().oformat, codec, FF_COMPLIANCE_NORMAL) == 1 &&
+                  !(type == AVMEDIA_TYPE_VIDEO && isMatroska); // where it would be a second video
+    const bool isDescribed = type != AVMEDIA_TYPE_AUDIO || from.codecpar->sample_rate > 0;
+    if (isSecondVideo || !hasPlace || !isDescribed) {
+        const std::string ending = mMuxer.container().ending;
+        const std::string reason = isSecondVideo  ? "one video is written"
+                                   : !isDescribed ? "the input says too little of it"
+                                                  : "." + ending + " has no place for it";
+        mOutput.warn("stream " + std::to_string(from.index) + ", " + kindOf(from) + " (" +
+                     avcodec_get_name(codec) + "), is left out: " + reason);
+        return;
+    }
+    AVStream& to = mMuxer.addStream();
+    checkResult(avcodec_parameters_copy(to.codecpar, from.codecpar));
+    to.codecpar->codec_tag = 0;
+    to.time_base = from.time_base;
+    to.disposition = from.disposition;
+    to.duration = from.duration;
+    copyMetadata(&to.metadata, from.metadata);
+    for (int i = 0; i < from.nb_side_data; ++i) {
+        const AVPacketSideData& data = from.side_data[i];
+        std::uint8_t* copy = av_stream_new_side_data(&to, data.type, data.size);
+        if (copy != nullptr) {
+            std::memcpy(copy, data.data, data.size);
+        }
+    }
+    mStreams[static_cast<std::size_t>(from.index)].to = &to;
+}
+
+void StreamCopier::copyChapters(const AVFormatContext& source) {
+    if (source.nb_chapters == 0) {
+        return;
+    }
+    AVFormatContext& to = mMuxer.context();
+    to.chapters = static_cast<AVChapter**>(av_calloc(source.nb_chapters, sizeof(void*)));
+    for (unsigned i = 0; to.chapters != nullptr && i < source.nb_chapters; ++i) {
+        auto* chapter = static_cast<AVChapter*>(av_mallocz(sizeof(AVChapter)));
+        if (chapter == nullptr) {
+            throw std::bad_alloc();
+        }
+        *chapter = *source.chapters[i];
+        const std::int64_t start = av_rescale_q(mStart, microseconds, chapter->time_base);
+        chapter->start -= start;
+        chapter->end -= start;
+        chapter->metadata = nullptr;
+        copyMetadata(&chapter->metadata, source.chapters[i]->metadata);
+        to.chapters[to.nb_chapters++] = chapter;
+    }
+}
+
+void StreamCopier::advanceTimecodes(std::int64_t frame) {
+    AVFormatContext& context = mMuxer.context();
+    advanceTimecode(context.metadata, frame);
+    for (unsigned i = 0; i < context.nb_streams; ++i) {
+        advanceTimecode(context.streams[i]->metadata, frame);
+    }
+}
+
+void StreamCopier::advanceTimecode(AVDictionary*& metadata, std::int64_t frame) const {
+    const AVDictionaryEntry* entry = av_dict_get(metadata, "timecode", nullptr, 0);
+    AVTimecode code;
+    if (entry == nullptr ||
+        av_timecode_init_from_string(&code, mFrameRate, entry->value, nullptr) < 0) {
+        return;
+    }
+    std::array<char, AV_TIMECODE_STR_SIZE> text{};
+    av_timecode_make_string(&code, text.data(), static_cast<int>(frame));
+    av_dict_set(&metadata, "timecode", text.data(), 0);
+}
+
+void StreamCopier::write(const ClipPacket& item) {
+    const auto index = static_cast<std::size_t>(item.packet->stream_index);
+    if (index >= mStreams.size()) {
+        if (!mIsPartial && !std::exchange(mHasWarnedOfLateStream, true)) {
+            mOutput.warn("stream " + std::to_string(index) +
+                         ", which begins in the middle of the input, is left out");
+        }
+        return;
+    }
+    const Stream& stream = mStreams[index];
+    if (stream.to == nullptr) {
+        return;
+    }
+    auto packet = owned(av_packet_clone(item.packet.get()));
+    const std::int64_t start = av_rescale_q(mStart, microseconds, stream.unit);
+    packet->pts -= packet->pts == AV_NOPTS_VALUE ? 0 : start;
+    packet->dts -= packet->dts == AV_NOPTS_VALUE ? 0 : start;
+    mMuxer.write(*packet, *stream.to, stream.unit);
+}
+
+} // namespace Vexorel::PrismDrift::Host
