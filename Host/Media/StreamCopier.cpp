@@ -54,11 +54,16 @@ const char* kindOf(const AVStream& stream) {
     }
 }
 
+// A data stream is left to the muxer, which makes a time code's from the metadata.
+bool isHandedOn(const AVStream& stream, int videoStream) {
+    return stream.index != videoStream && stream.codecpar->codec_type != AVMEDIA_TYPE_DATA;
+}
+
 } // namespace
 
 StreamCopier::StreamCopier(const ClipProperties& clip, bool isPartial, Muxer& muxer,
                            const ClipOutput& output)
-    : mMuxer(muxer), mOutput(output), mFrameRate(rational(clip.frameRate)), mIsPartial(isPartial) {
+    : mMuxer(muxer), mOutput(output), mFrameRate(rational(clip.frameRate)) {
     const AVFormatContext& source = *clip.container;
     if (source.start_time != AV_NOPTS_VALUE) {
         mStart = source.start_time;
@@ -70,29 +75,32 @@ StreamCopier::StreamCopier(const ClipProperties& clip, bool isPartial, Muxer& mu
     copyMetadata(&mMuxer.context().metadata, source.metadata);
     copyMetadata(&mMuxer.picture().metadata, picture.metadata);
     mMuxer.picture().disposition = picture.disposition;
-    addStreams(source, clip.videoStream);
-    if (!mIsPartial) {
+    if (isPartial) {
+        warnOfLostStreams(source, clip.videoStream);
+    } else {
+        addStreams(source, clip.videoStream);
         copyChapters(source);
     }
 }
 
 void StreamCopier::addStreams(const AVFormatContext& source, int videoStream) {
-    std::string leftOut;
     for (unsigned i = 0; i < source.nb_streams; ++i) {
-        const AVStream& from = *source.streams[i];
-        // A data stream is a time code, which the muxer makes from the metadata, or means nothing
-        // here.
-        if (from.index == videoStream || from.codecpar->codec_type == AVMEDIA_TYPE_DATA) {
-            continue;
-        }
-        if (!mIsPartial) {
-            addStream(from);
-        } else if (leftOut.find(kindOf(from)) == std::string::npos) {
-            leftOut += (leftOut.empty() ? "" : ", ") + std::string(kindOf(from));
+        if (isHandedOn(*source.streams[i], videoStream)) {
+            addStream(*source.streams[i]);
         }
     }
-    if (!leftOut.empty()) {
-        mOutput.warn("of chosen frames only the picture is written, without " + leftOut);
+}
+
+void StreamCopier::warnOfLostStreams(const AVFormatContext& source, int videoStream) const {
+    std::string lost;
+    for (unsigned i = 0; i < source.nb_streams; ++i) {
+        const std::string kind = kindOf(*source.streams[i]);
+        if (isHandedOn(*source.streams[i], videoStream) && lost.find(kind) == std::string::npos) {
+            lost += (lost.empty() ? "" : ", ") + kind;
+        }
+    }
+    if (!lost.empty()) {
+        mOutput.warn("of chosen frames only the picture is written, without " + lost);
     }
 }
 
@@ -178,7 +186,7 @@ void StreamCopier::advanceTimecode(AVDictionary*& metadata, std::int64_t frame) 
 void StreamCopier::write(const ClipPacket& item) {
     const auto index = static_cast<std::size_t>(item.packet->stream_index);
     if (index >= mStreams.size()) {
-        if (!mIsPartial && !std::exchange(mHasWarnedOfLateStream, true)) {
+        if (!std::exchange(mHasWarnedOfLateStream, true)) {
             mOutput.warn("stream " + std::to_string(index) +
                          ", which begins in the middle of the input, is left out");
         }

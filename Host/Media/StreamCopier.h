@@ -22,7 +22,8 @@ public:
     /// Before the header: the new file begins with this frame of the clip, so its time code does.
     void advanceTimecodes(std::int64_t frame);
 
-    /// Writes a packet of the clip's file if its stream is one of those that are handed on.
+    /// Where the whole clip is written: writes a packet of the clip's file if its stream is one of
+    /// those that are handed on.
     void write(const ClipPacket& packet);
 
 private:
@@ -32,6 +33,7 @@ private:
     };
 
     void addStreams(const AVFormatContext& source, int videoStream);
+    void warnOfLostStreams(const AVFormatContext& source, int videoStream) const;
     void addStream(const AVStream& from);
     void copyChapters(const AVFormatContext& source);
     void advanceTimecode(AVDictionary*& metadata, std::int64_t frame) const;
@@ -39,7 +41,6 @@ private:
     Muxer& mMuxer;
     const ClipOutput& mOutput;
     AVRational mFrameRate;
-    bool mIsPartial;
     std::int64_t mStart = 0;      // of the times in the clip's file, in microseconds
     std::vector<Stream> mStreams; // of the clip's file
     bool mHasWarnedOfLateStream = false;

@@ -71,8 +71,8 @@ const std::vector<Container>& containers() {
         {"mov", "mov", {"h264", "hevc", "prores", "qtrle", "png"}, "prores"},
         {"matroska", "mkv", {"h264", "hevc", "vp9", "ffv1", "png", "prores"}, "ffv1"},
         {"webm", "webm", {"vp9"}, "vp9"},
-        {"yuv4mpegpipe", "y4m", {"y4m"}, "y4m", false},
-        {"rawvideo", "raw", {"rawvideo"}, "rawvideo", false, false},
+        {"yuv4mpegpipe", "y4m", {"y4m"}, "y4m", false, true, true},
+        {"rawvideo", "raw", {"rawvideo"}, "rawvideo", false, false, true},
         {"nut", "nut", {"rawvideo", "ffv1"}, "rawvideo", false, false},
     };
     return all;

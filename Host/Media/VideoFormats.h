@@ -34,6 +34,7 @@ struct Container {
     const char* alphaCodec;          ///< for a clip with alpha
     bool saysColours = true;         ///< has a place for the matrix of YUV
     bool saysRange = true;           ///< and for its range
+    bool countsFrames = false;       ///< has a frame rate, and no time for each frame
 };
 
 /// The container for an ending or a format's name, null for none.

@@ -5,11 +5,11 @@
 
 #include "Host/Library/ReplaceFile.h"
 #include "Host/Media/Clip.h"
-#include "Host/Media/PixelConversion.h"
+#include "Host/Media/Muxer.h"
+#include "Host/Media/OutputTimes.h"
 #include "Host/Media/StreamCopier.h"
-#include "Host/Media/VideoFormats.h"
+#include "Host/Media/VideoEncoder.h"
 
-#include <map>
 #include <vector>
 
 namespace Vexorel::PrismDrift::Host {
@@ -24,34 +24,22 @@ public:
     void finish() override;
 
 private:
-    void open(const ClipFrame& first);
-    void openEncoder(const ClipFrame& first);
     void writeFrame(const ClipFrame& frame);
-    void noticeLostTimes(const ClipFrame& frame);
     void writePacket(const ClipPacket& packet);
-    void drainEncoder();
+    void open(const ClipFrame& first);
+    void writeEncoded();
     std::string errorPrefix() const;
 
-    ClipOutput mOutput;
-    const Container& mContainer;
-    ClipProperties mClip; // its container in the constructor only
-    bool mIsPartial;
-    AVCodecID mOwnCodec = AV_CODEC_ID_NONE;
-
-    std::optional<NewFile> mFile; // none on a pipe
+    const ClipOutput mOutput;
+    const bool mIsPartial;
+    const AVRational mFrameRate;
+    AVCodecID mClipCodec = AV_CODEC_ID_NONE;
+    OutputTimes mTimes;
+    std::optional<NewFile> mFile; // none for a pipe
     std::optional<Muxer> mMuxer;
-    std::optional<StreamCopier> mCopier; // none for pictures
-    FFmpegPtr<AVCodecContext> mEncoder;  // null until the first frame
-    std::vector<ClipPacket> mWaiting;    // packets before the first frame
-
-    PixelConverter mConverter;
-    AVRational mTimeBase{1, 1}; // of the frames' times
-    std::int64_t mOffset = 0;   // of the first frame
-    std::int64_t mLastTime = 0;
-    std::map<std::int64_t, std::int64_t> mDurations; // by time, of the frames in the encoder
-    std::string mPictureSize;
-    std::int64_t mTimeBefore = 0; // of the frame before, as the input has it
-    bool mAlphaIsLost = false, mIsWritten = false, mHasLostTimes = false;
+    std::optional<StreamCopier> mCopier;  // none for a clip of pictures
+    std::optional<VideoEncoder> mEncoder; // none until the first frame
+    std::vector<ClipPacket> mWaiting;     // until the first frame
 };
 
 } // namespace Vexorel::PrismDrift::Host

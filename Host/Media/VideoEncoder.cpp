@@ -1,0 +1,182 @@
+#include "Host/Media/VideoEncoder.h"
+
+#include "Host/Media/ClipError.h"
+
+#include <algorithm>
+#include <string_view>
+#include <utility>
+
+extern "C" {
+#include <libavutil/pixdesc.h>
+}
+
+namespace Vexorel::PrismDrift::Host {
+namespace {
+
+std::string sizeText(int width, int height) {
+    return std::to_string(width) + "x" + std::to_string(height);
+}
+
+// What a frame's file says of it; of a frame without a file, that it is RGBA.
+std::shared_ptr<const AVFrame> sourceOf(const ClipFrame& frame) {
+    if (frame.picture.source != nullptr) {
+        return frame.picture.source;
+    }
+    auto none = owned(av_frame_alloc());
+    none->format = AV_PIX_FMT_RGBA;
+    return {none.release(), FFmpegDeleter()};
+}
+
+struct Encoding {
+    const VideoCodec& codec;
+    AVPixelFormat format;
+};
+
+Encoding chooseEncoding(const EncoderSettings& settings, const AVFrame& source, int width,
+                        int height) {
+    const ClipOutput& output = settings.output;
+    const std::string size = sizeText(width, height);
+    const VideoCodec& codec = chooseCodec(settings.container, output.codec, settings.clipCodec,
+                                          carriesAlpha(static_cast<AVPixelFormat>(source.format)));
+    if (output.quality && codec.qualityOption == nullptr) {
+        output.warn(std::string(codec.name) + " has no quality to choose");
+    }
+    // x265 writes beyond its own memory where a side is shorter than one of its blocks.
+    constexpr int block = 64;
+    if (std::string_view(codec.name) == "hevc" && std::min(width, height) < block) {
+        throw ClipError(ClipReason::ValueNotTaken, {ClipSetting::Codec},
+                        "hevc takes 64 pixels a side and more, not " + size);
+    }
+    const AVPixelFormat format = choosePixelFormat(codec, output.pixelFormat, source);
+    if (!needsEvenSides(codec, format, width, height)) {
+        return {codec, format};
+    }
+    if (!output.pixelFormat.empty()) {
+        throw ClipError(ClipReason::ValueNotTaken, {ClipSetting::OutputPixelFormat},
+                        output.pixelFormat + " takes even sides only in " + codec.name + ", not " +
+                            size);
+    }
+    output.warn("a size of " + size + " goes into " + codec.name +
+                " as yuv444p only, which some players don't show");
+    return {codec, AV_PIX_FMT_YUV444P};
+}
+
+// The colours of the source. Where RGB becomes YUV they are BT.709's if the container has a field
+// for that, else BT.601's, which readers assume.
+void setColours(AVCodecContext& encoder, const AVFrame& source, bool saysColours) {
+    const AVPixFmtDescriptor* to = av_pix_fmt_desc_get(encoder.pix_fmt);
+    const AVPixFmtDescriptor* from = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(source.format));
+    const bool toYuv = (to->flags & AV_PIX_FMT_FLAG_RGB) == 0 && to->nb_components >= 3;
+    const bool fromYuv =
+        from != nullptr && (from->flags & AV_PIX_FMT_FLAG_RGB) == 0 && from->nb_components >= 3;
+    encoder.color_primaries = source.color_primaries;
+    encoder.color_trc = source.color_trc;
+    if (!toYuv) {
+        return;
+    }
+    if (fromYuv) {
+        const bool full = source.color_range == AVCOL_RANGE_JPEG ||
+                          std::string_view(from->name).substr(0, 4) == "yuvj";
+        encoder.color_range = full ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG;
+        encoder.colorspace = source.colorspace;
+        encoder.chroma_sample_location = source.chroma_location;
+        return;
+    }
+    encoder.color_range = AVCOL_RANGE_MPEG;
+    if (!saysColours) {
+        return;
+    }
+    encoder.colorspace = AVCOL_SPC_BT709;
+    if (source.color_primaries == AVCOL_PRI_UNSPECIFIED) {
+        encoder.color_primaries = AVCOL_PRI_BT709;
+    }
+    if (source.color_trc == AVCOL_TRC_UNSPECIFIED) {
+        encoder.color_trc = AVCOL_TRC_BT709;
+    }
+}
+
+} // namespace
+
+VideoEncoder::VideoEncoder(const EncoderSettings& settings, const ClipFrame& first)
+    : mOutput(settings.output) {
+    const auto source = sourceOf(first);
+    const World& world = first.picture.world;
+    const auto [codec, format] = chooseEncoding(settings, *source, world.width(), world.height());
+    mMayLoseAlpha = !carriesAlpha(format);
+    const AVCodec* encoder = avcodec_find_encoder_by_name(codec.encoder);
+    mContext = owned(avcodec_alloc_context3(encoder));
+    mContext->width = world.width();
+    mContext->height = world.height();
+    mContext->pix_fmt = format;
+    mContext->sample_aspect_ratio = source->sample_aspect_ratio;
+    mContext->framerate = settings.frameRate;
+    mContext->time_base = settings.timeUnit;
+    mContext->thread_count = 0; // as many as there are processors
+    if (settings.hasGlobalHeader) {
+        mContext->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+    }
+    setColours(*mContext, *source, settings.container.saysColours);
+    if (!codec.saysRange || !settings.container.saysRange) {
+        mContext->color_range = AVCOL_RANGE_MPEG;
+    }
+    Dictionary options(encoderOptions(codec, mOutput.quality.value_or(defaultQuality)));
+    checkResult(avcodec_open2(mContext.get(), encoder, options.pointer()));
+}
+
+void VideoEncoder::send(const ClipFrame& frame, std::int64_t time) {
+    checkSize(frame);
+    warnOfLostAlpha(frame);
+    const AVCodecContext& context = *mContext;
+    auto picture = newFrame(context.width, context.height, context.pix_fmt);
+    picture->color_range = context.color_range;
+    picture->colorspace = context.colorspace;
+    picture->color_primaries = context.color_primaries;
+    picture->color_trc = context.color_trc;
+    picture->chroma_location = context.chroma_sample_location;
+    picture->sample_aspect_ratio = context.sample_aspect_ratio;
+    picture->pts = time;
+    picture->pkt_duration = frame.duration;
+    mConverter.fromWorld(frame.picture.world, *picture);
+    mDurations[time] = frame.duration;
+    checkResult(avcodec_send_frame(mContext.get(), picture.get()));
+}
+
+void VideoEncoder::end() {
+    checkResult(avcodec_send_frame(mContext.get(), nullptr));
+}
+
+bool VideoEncoder::receive(AVPacket& packet) {
+    const int received = avcodec_receive_packet(mContext.get(), &packet);
+    if (received == AVERROR(EAGAIN) || received == AVERROR_EOF) {
+        return false;
+    }
+    checkResult(received);
+    if (const auto found = mDurations.find(packet.pts); found != mDurations.end()) {
+        packet.duration = found->second;
+        mDurations.erase(found);
+    }
+    return true;
+}
+
+void VideoEncoder::checkSize(const ClipFrame& frame) const {
+    const World& world = frame.picture.world;
+    if (world.width() != mContext->width || world.height() != mContext->height) {
+        throw Error("frame " + std::to_string(frame.number) + " has " +
+                    sizeText(world.width(), world.height()) + " pixels, the frames before it " +
+                    sizeText(mContext->width, mContext->height));
+    }
+}
+
+void VideoEncoder::warnOfLostAlpha(const ClipFrame& frame) {
+    const AVFrame* source = frame.picture.source.get();
+    const bool mayHaveAlpha =
+        source == nullptr || carriesAlpha(static_cast<AVPixelFormat>(source->format));
+    if (mMayLoseAlpha && mayHaveAlpha && hasAlpha(frame.picture.world)) {
+        mMayLoseAlpha = false;
+        mOutput.warn("the alpha of '" + mOutput.file.string() +
+                     "' is lost: " + mContext->codec->name + " in " +
+                     av_get_pix_fmt_name(mContext->pix_fmt) + " has none");
+    }
+}
+
+} // namespace Vexorel::PrismDrift::Host
