@@ -4,7 +4,6 @@
 
 #include <array>
 #include <cerrno>
-#include <limits>
 #include <string_view>
 #include <sys/stat.h>
 #include <system_error>
@@ -85,17 +84,14 @@ void checkReadable(const fs::path& file) {
     }
 }
 
-std::int64_t largestPixelCount() {
-    constexpr std::int64_t bytesPerPixel = 16;
-    const std::int64_t bytes =
-        std::int64_t{sysconf(_SC_PHYS_PAGES)} * std::int64_t{sysconf(_SC_PAGESIZE)};
-    return bytes > 0 ? bytes / bytesPerPixel : std::numeric_limits<std::int32_t>::max();
+bool isPlainFile(const fs::path& file) {
+    std::error_code failure;
+    return file != "-" && fs::is_regular_file(file, failure);
 }
 
 bool isStillPicture(const fs::path& file) {
-    struct stat status = {};
-    if (stat(file.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
-        return false; // a pipe's bytes come but once
+    if (!isPlainFile(file)) {
+        return false;
     }
     try {
         const Demuxer demuxer(file);
@@ -157,5 +153,63 @@ Demuxer::Demuxer(const ClipInput& input)
 }
 
 Demuxer::Demuxer(const fs::path& file) : Demuxer(inputOf(file)) {}
+
+void Demuxer::findStreams() {
+    keepFirstLoggedError();
+    checkResult(avformat_find_stream_info(mFormat.get(), nullptr));
+    // It may have read as far as where a short file is damaged.
+    if (!mayStartBroken()) {
+        mEarlyMessage = firstLoggedError();
+    }
+}
+
+AVStream& Demuxer::pictureStream() {
+    const auto best = [this]() -> AVStream* {
+        const int index =
+            av_find_best_stream(mFormat.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+        return index < 0 ? nullptr : mFormat->streams[index];
+    };
+    AVStream* stream = best();
+    if (stream == nullptr || stream->codecpar->codec_id == AV_CODEC_ID_NONE) {
+        findStreams();
+        stream = best();
+    }
+    if (stream == nullptr) {
+        throw Error("there is no picture in it");
+    }
+    return *stream;
+}
+
+bool Demuxer::mayStartBroken() const {
+    for (const char* name : {"mpegts", "mpeg", "h264", "hevc", "mpegvideo", "m4v"}) {
+        if (std::string_view(mFormat->iformat->name) == name) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool Demuxer::read(AVPacket& packet) {
+    const int result = av_read_frame(mFormat.get(), &packet);
+    if (result == AVERROR_EOF) {
+        mEndError = reasonOfEnd();
+        return false;
+    }
+    checkResult(result);
+    mPlace = avio_tell(mFormat->pb);
+    return true;
+}
+
+std::string Demuxer::reasonOfEnd() const {
+    const std::string& reason = firstLoggedError().empty() ? mEarlyMessage : firstLoggedError();
+    if (!reason.empty()) {
+        return "the file is cut off or damaged (" + reason + ")";
+    }
+    if (mFormat->pb != nullptr && mFormat->pb->error < 0) {
+        return reasonFor(mFormat->pb->error);
+    }
+    const bool isFrames = std::string_view(mFormat->iformat->name) == "yuv4mpegpipe";
+    return isFrames && avio_tell(mFormat->pb) > mPlace ? "it is cut off" : "";
+}
 
 } // namespace Vexorel::PrismDrift::Host

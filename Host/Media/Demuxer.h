@@ -16,17 +16,16 @@ namespace Vexorel::PrismDrift::Host {
 /// Throws Error, with the reason alone, where a file can't be opened, is a directory or is empty.
 void checkReadable(const std::filesystem::path& file);
 
-/// The pixels of a picture that is still taken for one: more would not fit into the machine's
-/// memory several times over.
-std::int64_t largestPixelCount();
+/// Whether it is a file whose bytes can be read more than once. Standard input, "-", is not.
+bool isPlainFile(const std::filesystem::path& file);
 
 /// Whether FFmpeg takes the file for a single picture. False where it can't tell.
 bool isStillPicture(const std::filesystem::path& file);
 
+/// Its functions throw Error with the reason alone.
 class Demuxer {
 public:
-    /// Opens the input's file with its format, size, pixel format and frame rate. Throws Error,
-    /// with the reason alone.
+    /// Opens the input's file with its format, size, pixel format and frame rate.
     explicit Demuxer(const ClipInput& input);
     explicit Demuxer(const std::filesystem::path& file);
     Demuxer(const Demuxer&) = delete;
@@ -36,13 +35,34 @@ public:
     AVFormatContext& context() { return *mFormat; }
     const AVFormatContext& context() const { return *mFormat; }
 
+    /// Reads as far into the file as it takes to describe its streams.
+    void findStreams();
+
+    /// The stream of the picture, of several the best. Describes the streams if it has to.
+    AVStream& pictureStream();
+
+    /// Whether the format may begin in the middle of a stream, with packets that can't be decoded.
+    bool mayStartBroken() const;
+
+    /// Gives the next packet. False at the end.
+    bool read(AVPacket& packet);
+
+    /// At the end, why it is not the real one, by the errors that were logged: some formats take a
+    /// file that is cut off or damaged for one that has ended. Empty for the real one.
+    const std::string& endError() const { return mEndError; }
+
     /// Ends a wait for a pipe at the next signal, with an error. From any thread.
     void stop() { mIsStopped = true; }
 
 private:
+    std::string reasonOfEnd() const;
+
     std::string mUrl;
     std::atomic<bool> mIsStopped = false;
     FFmpegPtr<AVFormatContext> mFormat;
+    std::int64_t mPlace = 0;   // in the file, after the last packet
+    std::string mEarlyMessage; // the first error that was logged by findStreams
+    std::string mEndError;
 };
 
 } // namespace Vexorel::PrismDrift::Host

@@ -3,6 +3,8 @@
 /// FFmpeg's libraries as the media library uses them: owners for their objects, and their messages
 /// kept for ours. Internal to the media library.
 
+#include "Host/Media/Clip.h"
+
 #include <memory>
 #include <string>
 
@@ -13,6 +15,10 @@ extern "C" {
 }
 
 namespace Vexorel::PrismDrift::Host {
+
+inline AVRational rational(const Ratio& ratio) {
+    return {ratio.numerator, ratio.denominator};
+}
 
 /// The unit that the libraries state a file's own times in.
 constexpr AVRational microseconds = {1, AV_TIME_BASE};

@@ -11,10 +11,6 @@
 
 namespace Vexorel::PrismDrift::Host {
 
-inline AVRational rational(const Ratio& ratio) {
-    return {ratio.numerator, ratio.denominator};
-}
-
 struct VideoCodec {
     const char* name; ///< as the user writes it
     const char* encoder;

@@ -7,8 +7,8 @@
 #include "Host/Media/Demuxer.h"
 #include "Host/Media/Orientation.h"
 #include "Host/Media/PixelConversion.h"
-
-#include <vector>
+#include "Host/Media/TimeIndex.h"
+#include "Host/Media/VideoDecoder.h"
 
 namespace Vexorel::PrismDrift::Host {
 
@@ -25,17 +25,11 @@ public:
 
 private:
     void openStream();
-    void openDecoder();
     void describe();
     std::optional<ClipItem> readItem();
-    std::optional<ClipItem> takeDecoded();
-    std::string endError() const;
-    bool isBeginning() const;
-    void sendToDecoder(const AVPacket* packet);
-    std::optional<ClipItem> frameItem();
-    void stamp(ClipFrame& frame);
-    Picture picture();
-    void scan();
+    std::optional<ClipItem> frameItem(AVFrame& frame);
+    Picture pictureOf(AVFrame& frame);
+    const TimeIndex& timeIndex();
     std::string place() const;
     std::string errorPrefix() const;
 
@@ -43,23 +37,14 @@ private:
 
     ClipInput mInput;
     ClipProperties mProperties;
-    std::unique_ptr<Demuxer> mDemuxer;
-    FFmpegPtr<AVCodecContext> mDecoder;
-    FFmpegPtr<AVFrame> mFrame = owned(av_frame_alloc());
-    FFmpegPtr<AVPacket> mPacket = owned(av_packet_alloc());
+    std::optional<Demuxer> mDemuxer;
+    std::optional<VideoDecoder> mDecoder;
     PixelConverter mConverter;
-    Orientation mOrientation;
-    std::int64_t mStart = 0; // of the file's times, in the stream's unit
-    std::int64_t mIndex = 0; // of the next frame
-    std::int64_t mEndOfLast = 0;
-    std::int64_t mPlace = 0;   // in the file, behind the last packet
-    std::string mEarlyMessage; // what FFmpeg complained of when it looked into the file
-    std::string mEndError;     // why its end isn't one, empty for none
-    bool mAtEnd = false;       // of the packets
-    bool mIsRefusedHere = false;
-
-    bool mIsScanned = false;
-    std::vector<std::int64_t> mTimes; // of all frames, in the stream's unit, once scanned
+    Orientation mOrientation;            // by the stream; frames may have one of their own
+    std::int64_t mStart = 0;             // of the file's times, in the stream's unit
+    std::int64_t mIndex = 0;             // of the next frame
+    std::int64_t mEndOfLast = 0;         // the time at which the frame before ends
+    std::optional<TimeIndex> mTimeIndex; // once it was asked for
 };
 
 } // namespace Vexorel::PrismDrift::Host

@@ -1,0 +1,119 @@
+#include "Host/Media/VideoDecoder.h"
+
+#include "Host/Library/Error.h"
+
+#include <limits>
+#include <string_view>
+#include <unistd.h>
+
+namespace Vexorel::PrismDrift::Host {
+namespace {
+
+// A picture of more pixels would not fit into the machine's memory.
+std::int64_t largestPixelCount() {
+    constexpr std::int64_t bytesPerPixel = 16; // of all copies that are made of it
+    const std::int64_t bytes =
+        std::int64_t{sysconf(_SC_PHYS_PAGES)} * std::int64_t{sysconf(_SC_PAGESIZE)};
+    return bytes > 0 ? bytes / bytesPerPixel : std::numeric_limits<std::int32_t>::max();
+}
+
+// VP8 and VP9 keep alpha beside the picture, which only libvpx decodes.
+const AVCodec* findDecoder(const AVStream& stream) {
+    const AVCodecID codec = stream.codecpar->codec_id;
+    const AVDictionaryEntry* alpha = av_dict_get(stream.metadata, "alpha_mode", nullptr, 0);
+    const AVCodec* decoder = nullptr;
+    if (alpha != nullptr && std::string_view(alpha->value) == "1") {
+        if (codec == AV_CODEC_ID_VP9) {
+            decoder = avcodec_find_decoder_by_name("libvpx-vp9");
+        } else if (codec == AV_CODEC_ID_VP8) {
+            decoder = avcodec_find_decoder_by_name("libvpx");
+        }
+    }
+    decoder = decoder != nullptr ? decoder : avcodec_find_decoder(codec);
+    if (decoder == nullptr) {
+        throw Error(std::string("there is no decoder for ") + avcodec_get_name(codec));
+    }
+    return decoder;
+}
+
+// Whether the decoder may report every irregularity as an error. Those for stills may, but TIFF's
+// takes a tag that it doesn't know for one; in video, those of pictures that stand alone.
+bool isStrict(AVCodecID codec, ClipKind kind) {
+    if (kind == ClipKind::Still) {
+        return codec != AV_CODEC_ID_TIFF;
+    }
+    for (const AVCodecID picture : {AV_CODEC_ID_PNG, AV_CODEC_ID_APNG, AV_CODEC_ID_MJPEG,
+                                    AV_CODEC_ID_GIF, AV_CODEC_ID_WEBP, AV_CODEC_ID_BMP}) {
+        if (codec == picture) {
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace
+
+VideoDecoder::VideoDecoder(const AVStream& stream, ClipKind kind, bool mayStartBroken)
+    : mMayStartBroken(mayStartBroken) {
+    const AVCodec* decoder = findDecoder(stream);
+    mContext = owned(avcodec_alloc_context3(decoder));
+    checkResult(avcodec_parameters_to_context(mContext.get(), stream.codecpar));
+    mContext->pkt_timebase = stream.time_base;
+    mContext->max_pixels = largestPixelCount();
+    if (isStrict(decoder->id, kind)) {
+        mContext->err_recognition = AV_EF_EXPLODE | AV_EF_CRCCHECK;
+    }
+    // A message that is needed must be logged on this thread.
+    mContext->thread_count = kind == ClipKind::Still ? 1 : 0; // 0: as many as processors
+    if (decoder->id == AV_CODEC_ID_FFV1) {
+        mContext->thread_type = FF_THREAD_SLICE;
+    }
+    checkResult(avcodec_open2(mContext.get(), decoder, nullptr));
+}
+
+void VideoDecoder::send(const AVPacket* packet) {
+    const int sent = avcodec_send_packet(mContext.get(), packet);
+    if (packet == nullptr || !isSkipped(sent)) {
+        check(sent);
+    }
+}
+
+AVFrame* VideoDecoder::receive() {
+    int received = 0;
+    do {
+        received = avcodec_receive_frame(mContext.get(), mFrame.get());
+    } while (isSkipped(received));
+    mHasEnded = received == AVERROR_EOF;
+    if (received == AVERROR(EAGAIN) || (mHasEnded && mHasGivenFrame)) {
+        return nullptr;
+    }
+    check(mHasEnded ? AVERROR_INVALIDDATA : received);
+    if (isDamaged()) {
+        throw Error("it is damaged");
+    }
+    mHasGivenFrame = true;
+    return mFrame.get();
+}
+
+void VideoDecoder::check(int result) const {
+    if (result == AVERROR_INVALIDDATA) {
+        throw Error((mHasGivenFrame ? "it is damaged or cut off ("
+                                    : "it is damaged, cut off or no picture at all (") +
+                    reasonFor(result) + ")");
+    }
+    checkResult(result);
+}
+
+// The decoder of FFV1 repairs a damaged slice, and does no more than log it.
+bool VideoDecoder::isDamaged() const {
+    const bool isRepaired = mContext->codec_id == AV_CODEC_ID_FFV1 &&
+                            firstLoggedError().find("CRC") != std::string::npos;
+    return (mFrame->flags & AV_FRAME_FLAG_CORRUPT) != 0 || mFrame->decode_error_flags != 0 ||
+           isRepaired;
+}
+
+bool VideoDecoder::isSkipped(int result) const {
+    return result == AVERROR_INVALIDDATA && mMayStartBroken && !mHasGivenFrame;
+}
+
+} // namespace Vexorel::PrismDrift::Host

@@ -1,0 +1,39 @@
+#pragma once
+
+/// Decodes a picture or the frames of a video. Internal to the media library.
+
+#include "Host/Media/Clip.h"
+#include "Host/Media/FFmpeg.h"
+
+namespace Vexorel::PrismDrift::Host {
+
+/// Its functions throw Error with the reason alone, for damaged data too.
+class VideoDecoder {
+public:
+    /// Decodes the packets of `stream`: a still picture's, which must be whole to the last bit, or
+    /// a video's. With `mayStartBroken`, packets that can't be decoded are skipped until the first
+    /// frame.
+    VideoDecoder(const AVStream& stream, ClipKind kind, bool mayStartBroken = false);
+
+    /// Takes a packet; null says that no more come.
+    void send(const AVPacket* packet);
+
+    /// The next frame, valid until the next call. Null if there is none until more packets come, or
+    /// none at all; that there was not even one is an error.
+    AVFrame* receive();
+
+    /// Whether the last frame after the last packet has been given.
+    bool hasEnded() const { return mHasEnded; }
+
+private:
+    void check(int result) const;
+    bool isDamaged() const;
+    bool isSkipped(int result) const;
+
+    bool mMayStartBroken;
+    bool mHasGivenFrame = false, mHasEnded = false;
+    FFmpegPtr<AVCodecContext> mContext;
+    FFmpegPtr<AVFrame> mFrame = owned(av_frame_alloc());
+};
+
+} // namespace Vexorel::PrismDrift::Host
