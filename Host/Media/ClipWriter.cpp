@@ -2,6 +2,7 @@
 #include "Host/Library/ReplaceFile.h"
 #include "Host/Media/Clip.h"
 #include "Host/Media/ClipError.h"
+#include "Host/Media/PixelConversion.h"
 #include "Host/Media/SequencePattern.h"
 #include "Host/Media/VideoWriter.h"
 

@@ -4,6 +4,7 @@
 #include "Host/Media/Demuxer.h"
 #include "Host/Media/FrameProperties.h"
 #include "Host/Media/PixelConversion.h"
+#include "Host/Media/PixelFormats.h"
 #include "Host/Media/VideoDecoder.h"
 
 namespace Vexorel::PrismDrift::Host {

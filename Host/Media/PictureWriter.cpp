@@ -3,6 +3,7 @@
 #include "Host/Library/Error.h"
 #include "Host/Library/ReplaceFile.h"
 #include "Host/Media/PixelConversion.h"
+#include "Host/Media/PixelFormats.h"
 #include "Host/Media/VideoFormats.h"
 
 #include <algorithm>

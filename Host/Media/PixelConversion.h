@@ -9,32 +9,67 @@
 #include "Host/Library/World.h"
 #include "Host/Media/FFmpeg.h"
 
+#include <array>
+#include <cstdint>
+#include <vector>
+
+struct AVPixFmtDescriptor;
+
 namespace Vexorel::PrismDrift::Host {
 
-/// Converts frame after frame and keeps what a format needs between two of them.
-class PixelConverter {
-public:
-    /// Fills the world, which has the frame's size, whole. Throws Error for a format that can't be
-    /// converted.
-    void toWorld(const AVFrame& frame, World& world);
+/// What a converter is made for; the same for all frames of most clips.
+struct PixelLayout {
+    int width = 0, height = 0;
+    AVPixelFormat format = AV_PIX_FMT_NONE;
+    AVColorSpace matrix = AVCOL_SPC_UNSPECIFIED; ///< of YUV
+    AVColorRange range = AVCOL_RANGE_UNSPECIFIED;
 
-    /// Fills the frame, which has its buffers, the world's size, and a format that is packed RGB of
-    /// 8 bits or planar YUV; YUV gets the frame's own matrix and range.
-    void fromWorld(const World& world, AVFrame& frame);
+    bool operator==(const PixelLayout&) const = default;
+};
+
+PixelLayout layoutOf(const AVFrame& frame);
+
+/// Converts frames of one layout into worlds.
+class FrameToWorld {
+public:
+    /// Throws Error for a format that can't be converted.
+    explicit FrameToWorld(const PixelLayout& layout);
+
+    const PixelLayout& layout() const { return mLayout; }
+
+    /// Fills the world, which has the layout's size, whole.
+    void convert(const AVFrame& frame, World& world) const;
 
 private:
-    struct Scaling {
-        int width = 0, height = 0;
-        AVPixelFormat from = AV_PIX_FMT_NONE, to = AV_PIX_FMT_NONE;
-        AVColorSpace matrix = AVCOL_SPC_UNSPECIFIED; // of what isn't the world
-        bool full = false;                           // the range of the same
-
-        bool operator==(const Scaling&) const = default;
+    // Where one channel of the world comes from.
+    struct Channel {
+        int component = -1;               // -1: there is none, the channel is opaque
+        std::vector<std::uint8_t> values; // of 8 bits, by the component's; empty where it is a byte
     };
-    SwsContext* scalerFor(const Scaling& scaling);
 
-    Scaling mScaling; // what mScaler does
-    FFmpegPtr<SwsContext> mScaler;
+    void convertRow(const AVFrame& frame, int y, std::size_t channel, std::uint8_t* to) const;
+    void convertPalette(const AVFrame& frame, World& world) const;
+
+    PixelLayout mLayout;
+    const AVPixFmtDescriptor* mDescriptor; // of the layout's format
+    std::array<Channel, 4> mChannels;      // alpha, red, green, blue
+    FFmpegPtr<SwsContext> mScaler;         // null for a format that is converted exactly
+};
+
+/// Converts worlds into frames of one layout.
+class WorldToFrame {
+public:
+    /// The format is packed RGB of 8 bits, BGR0 or planar YUV.
+    explicit WorldToFrame(const PixelLayout& layout);
+
+    /// Fills the frame, which has its buffers and the layout. The world has its size.
+    void convert(const World& world, AVFrame& frame) const;
+
+private:
+    PixelLayout mLayout;
+    FFmpegPtr<SwsContext> mScaler; // null for packed RGB
+    int mPixelBytes = 0;
+    std::vector<int> mOffsets; // in a packed pixel, of red, green, blue and, if it has one, alpha
 };
 
 /// A new world with the frame's picture. Throws Error as the converter does, and for a size that no
@@ -50,14 +85,5 @@ FFmpegPtr<AVFrame> newFrame(int width, int height, AVPixelFormat format);
 
 /// Whether any pixel is not opaque.
 bool hasAlpha(const World& world);
-
-/// Whether `format` is packed RGB of 8 bits a channel, with nothing beside its channels.
-bool isPackedRgb(AVPixelFormat format);
-
-/// Whether pixels of `format` have an alpha of their own, a palette's colours among them.
-bool carriesAlpha(AVPixelFormat format);
-
-/// The bits of the deepest channel, 0 for an unknown format.
-int depthOf(AVPixelFormat format);
 
 } // namespace Vexorel::PrismDrift::Host

@@ -1,6 +1,7 @@
 #include "Host/Media/VideoEncoder.h"
 
 #include "Host/Media/ClipError.h"
+#include "Host/Media/PixelFormats.h"
 
 #include <algorithm>
 #include <string_view>
@@ -95,33 +96,39 @@ void setColours(AVCodecContext& encoder, const AVFrame& source, bool saysColours
     }
 }
 
-} // namespace
-
-VideoEncoder::VideoEncoder(const EncoderSettings& settings, const ClipFrame& first)
-    : mOutput(settings.output) {
+FFmpegPtr<AVCodecContext> openContext(const EncoderSettings& settings, const ClipFrame& first) {
     const auto source = sourceOf(first);
     const World& world = first.picture.world;
     const auto [codec, format] = chooseEncoding(settings, *source, world.width(), world.height());
-    mMayLoseAlpha = !carriesAlpha(format);
     const AVCodec* encoder = avcodec_find_encoder_by_name(codec.encoder);
-    mContext = owned(avcodec_alloc_context3(encoder));
-    mContext->width = world.width();
-    mContext->height = world.height();
-    mContext->pix_fmt = format;
-    mContext->sample_aspect_ratio = source->sample_aspect_ratio;
-    mContext->framerate = settings.frameRate;
-    mContext->time_base = settings.timeUnit;
-    mContext->thread_count = 0; // as many as there are processors
+    auto context = owned(avcodec_alloc_context3(encoder));
+    context->width = world.width();
+    context->height = world.height();
+    context->pix_fmt = format;
+    context->sample_aspect_ratio = source->sample_aspect_ratio;
+    context->framerate = settings.frameRate;
+    context->time_base = settings.timeUnit;
+    context->thread_count = 0; // as many as there are processors
     if (settings.hasGlobalHeader) {
-        mContext->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+        context->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
     }
-    setColours(*mContext, *source, settings.container.saysColours);
+    setColours(*context, *source, settings.container.saysColours);
     if (!codec.saysRange || !settings.container.saysRange) {
-        mContext->color_range = AVCOL_RANGE_MPEG;
+        context->color_range = AVCOL_RANGE_MPEG;
     }
-    Dictionary options(encoderOptions(codec, mOutput.quality.value_or(defaultQuality)));
-    checkResult(avcodec_open2(mContext.get(), encoder, options.pointer()));
+    Dictionary options(encoderOptions(codec, settings.output.quality.value_or(defaultQuality)));
+    checkResult(avcodec_open2(context.get(), encoder, options.pointer()));
+    return context;
 }
+
+} // namespace
+
+VideoEncoder::VideoEncoder(const EncoderSettings& settings, const ClipFrame& first)
+    : mOutput(settings.output),
+      mContext(openContext(settings, first)),
+      mConverter({mContext->width, mContext->height, mContext->pix_fmt, mContext->colorspace,
+                  mContext->color_range}),
+      mMayLoseAlpha(!carriesAlpha(mContext->pix_fmt)) {}
 
 void VideoEncoder::send(const ClipFrame& frame, std::int64_t time) {
     checkSize(frame);
@@ -136,7 +143,7 @@ void VideoEncoder::send(const ClipFrame& frame, std::int64_t time) {
     picture->sample_aspect_ratio = context.sample_aspect_ratio;
     picture->pts = time;
     picture->pkt_duration = frame.duration;
-    mConverter.fromWorld(frame.picture.world, *picture);
+    mConverter.convert(frame.picture.world, *picture);
     mDurations[time] = frame.duration;
     checkResult(avcodec_send_frame(mContext.get(), picture.get()));
 }

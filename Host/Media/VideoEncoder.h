@@ -42,7 +42,7 @@ private:
 
     const ClipOutput& mOutput;
     FFmpegPtr<AVCodecContext> mContext;
-    PixelConverter mConverter;
+    WorldToFrame mConverter;
     std::map<std::int64_t, std::int64_t> mDurations; // by time, of the frames in the encoder
     bool mMayLoseAlpha;                              // and has not warned of it yet
 };

@@ -2,7 +2,7 @@
 
 #include "Host/Library/Number.h"
 #include "Host/Media/ClipError.h"
-#include "Host/Media/PixelConversion.h"
+#include "Host/Media/PixelFormats.h"
 
 #include <algorithm>
 #include <array>

@@ -135,7 +135,10 @@ Picture VideoReader::pictureOf(AVFrame& frame) {
     frame.sample_aspect_ratio =
         av_guess_sample_aspect_ratio(&mDemuxer->context(), &stream(), &frame);
     World world(frame.width, frame.height);
-    mConverter.toWorld(frame, world);
+    if (!mConverter || mConverter->layout() != layoutOf(frame)) {
+        mConverter.emplace(layoutOf(frame));
+    }
+    mConverter->convert(frame, world);
     const Orientation own = mOrientation.upright() ? orientationOf(frame) : mOrientation;
     if (!own.upright()) {
         world = turned(world, own);

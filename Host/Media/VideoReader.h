@@ -39,12 +39,12 @@ private:
     ClipProperties mProperties;
     std::optional<Demuxer> mDemuxer;
     std::optional<VideoDecoder> mDecoder;
-    PixelConverter mConverter;
-    Orientation mOrientation;            // by the stream; frames may have one of their own
-    std::int64_t mStart = 0;             // of the file's times, in the stream's unit
-    std::int64_t mIndex = 0;             // of the next frame
-    std::int64_t mEndOfLast = 0;         // the time at which the frame before ends
-    std::optional<TimeIndex> mTimeIndex; // once it was asked for
+    std::optional<FrameToWorld> mConverter; // for the layout of the frame before
+    Orientation mOrientation;               // by the stream; frames may have one of their own
+    std::int64_t mStart = 0;                // of the file's times, in the stream's unit
+    std::int64_t mIndex = 0;                // of the next frame
+    std::int64_t mEndOfLast = 0;            // the time at which the frame before ends
+    std::optional<TimeIndex> mTimeIndex;    // once it was asked for
 };
 
 } // namespace Vexorel::PrismDrift::Host

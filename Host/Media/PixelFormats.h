@@ -1,0 +1,18 @@
+#pragma once
+
+/// What FFmpeg's pixel formats hold. Internal to the media library.
+
+#include "Host/Media/FFmpeg.h"
+
+namespace Vexorel::PrismDrift::Host {
+
+/// Whether `format` is packed RGB of 8 bits a channel, with nothing beside its channels.
+bool isPackedRgb(AVPixelFormat format);
+
+/// Whether pixels of `format` have an alpha of their own, or a palette whose colours may.
+bool carriesAlpha(AVPixelFormat format);
+
+/// The bits of the deepest channel, 0 for an unknown format.
+int depthOf(AVPixelFormat format);
+
+} // namespace Vexorel::PrismDrift::Host
