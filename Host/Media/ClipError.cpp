@@ -4,6 +4,15 @@
 
 namespace Vexorel::PrismDrift::Host {
 
+std::string cannotRead(const std::filesystem::path& file) {
+    return "cannot read " + (file == "-" ? "standard input" : "'" + file.string() + "'") + ": ";
+}
+
+std::string cannotWrite(const std::filesystem::path& file) {
+    return "cannot write " + (file == "-" ? "to standard output" : "'" + file.string() + "'") +
+           ": ";
+}
+
 void rethrowWithPrefix(const std::string& prefix) {
     try {
         throw;

@@ -5,6 +5,7 @@
 
 #include "Host/Library/Error.h"
 
+#include <filesystem>
 #include <string>
 #include <utility>
 #include <vector>
@@ -47,6 +48,10 @@ private:
     ClipReason mReason;
     std::vector<ClipSetting> mSettings;
 };
+
+/// How errors of a file begin, "-" being standard input or output: "cannot read 'name': ".
+std::string cannotRead(const std::filesystem::path& file);
+std::string cannotWrite(const std::filesystem::path& file);
 
 /// Throws the error that is being handled again, with `prefix` before its text: a ClipError as a
 /// ClipError, an Error as an Error, and a lack of memory as an Error that says so.

@@ -36,8 +36,7 @@ void refuseRawSettings(const ClipInput& input) {
     for (const RawSetting& raw : all) {
         if (!raw.value.empty()) {
             throw ClipError(ClipReason::SettingNotTaken, {raw.setting},
-                            "cannot read '" + input.file.string() +
-                                "': a picture in a file takes no " + raw.name);
+                            cannotRead(input.file) + "a picture in a file takes no " + raw.name);
         }
     }
 }
@@ -89,9 +88,8 @@ public:
     SequenceReader(const ClipInput& input, SequencePattern pattern)
         : mInput(input), mPattern(std::move(pattern)), mThere(mPattern.numbersThere()) {
         if (mThere.empty()) {
-            throw Error("cannot read '" + input.file.string() +
-                        "': there is no file of such a name, '" + mPattern.file(1).string() +
-                        "' for one");
+            throw Error(cannotRead(input.file) + "there is no file of such a name, '" +
+                        mPattern.file(1).string() + "' for one");
         }
         setFrameRate(mProperties, input);
         mProperties.kind = ClipKind::Sequence;
@@ -213,8 +211,8 @@ std::unique_ptr<ClipReader> openClip(const ClipInput& input) {
     }
     if (input.missing != Missing::Refuse) {
         throw ClipError(ClipReason::SettingNotTaken, {ClipSetting::Missing},
-                        "cannot read '" + input.file.string() +
-                            "': only a sequence, whose name holds a number's place such as %04d, "
+                        cannotRead(input.file) +
+                            "only a sequence, whose name holds a number's place such as %04d, "
                             "can skip or hold missing frames");
     }
     if (input.file != "-" && input.format.empty() && isStillPicture(input.file)) {

@@ -1,13 +1,11 @@
-#include "Host/Library/Number.h"
 #include "Host/Library/ReplaceFile.h"
+#include "Host/Library/Text.h"
 #include "Host/Media/Clip.h"
 #include "Host/Media/ClipError.h"
 #include "Host/Media/PixelConversion.h"
 #include "Host/Media/SequencePattern.h"
 #include "Host/Media/VideoWriter.h"
 
-#include <algorithm>
-#include <cctype>
 #include <system_error>
 #include <utility>
 
@@ -21,29 +19,12 @@ struct Target {
     std::string ending;                   // of pictures
 };
 
-std::string lowerCase(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(), [](char character) {
-        return static_cast<char>(std::tolower(static_cast<unsigned char>(character)));
-    });
-    return text;
-}
-
-std::string endingOf(const std::filesystem::path& file) {
-    const std::string ending = file.extension().string();
-    return lowerCase(ending.empty() ? ending : ending.substr(1));
-}
-
-std::string errorPrefix(const ClipOutput& output) {
-    return "cannot write " +
-           (output.file == "-" ? "to standard output" : "'" + output.file.string() + "'") + ": ";
-}
-
 [[noreturn]] void refuse(const ClipOutput& output, ClipReason reason, ClipSetting setting,
                          const std::string& text) {
-    throw ClipError(reason, {setting}, errorPrefix(output) + text);
+    throw ClipError(reason, {setting}, cannotWrite(output.file) + text);
 }
 
-Target targetOf(const ClipOutput& output) {
+Target findTarget(const ClipOutput& output) {
     Target target;
     const bool isPipe = output.file == "-";
     if (isPipe && output.format.empty()) {
@@ -104,8 +85,19 @@ void checkVideoSettings(const ClipOutput& output, const Target& target) {
             throw Error("a video is one file, without a number's place in its name");
         }
     } catch (const Error&) {
-        rethrowWithPrefix(errorPrefix(output));
+        rethrowWithPrefix(cannotWrite(output.file));
     }
+}
+
+// Throws where the output makes no sense.
+Target checkedTarget(const ClipOutput& output) {
+    Target target = findTarget(output);
+    if (target.container != nullptr) {
+        checkVideoSettings(output, target);
+    } else {
+        refuseVideoSettings(output);
+    }
+    return target;
 }
 
 // One picture in a file. It waits until it is known that there is but one.
@@ -188,7 +180,7 @@ public:
         try {
             send(encodedPicture(mEnding, frame->picture));
         } catch (const Error&) {
-            rethrowWithPrefix(errorPrefix(mOutput));
+            rethrowWithPrefix(cannotWrite(mOutput.file));
         }
     }
 
@@ -210,12 +202,7 @@ private:
 } // namespace
 
 void checkClipOutput(const ClipOutput& output) {
-    const Target target = targetOf(output);
-    if (target.container != nullptr) {
-        checkVideoSettings(output, target);
-    } else {
-        refuseVideoSettings(output);
-    }
+    checkedTarget(output);
 }
 
 std::unique_ptr<ClipWriter> openClipWriter(const ClipOutput& wanted, const ClipInput& input,
@@ -224,11 +211,10 @@ std::unique_ptr<ClipWriter> openClipWriter(const ClipOutput& wanted, const ClipI
     if (!output.warn) {
         output.warn = [](const std::string&) {};
     }
-    checkClipOutput(output);
-    const Target target = targetOf(output);
+    const Target target = checkedTarget(output);
     if (target.container != nullptr) {
-        const bool partial = !input.frames.all();
-        return std::make_unique<VideoWriter>(output, *target.container, reader, partial);
+        const bool isPartial = !input.frames.all();
+        return std::make_unique<VideoWriter>(output, *target.container, reader, isPartial);
     }
     if (output.file == "-") {
         return std::make_unique<PicturePipe>(output, target.ending);

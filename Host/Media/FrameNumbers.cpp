@@ -1,25 +1,18 @@
 #include "Host/Media/FrameNumbers.h"
 
+#include "Host/Library/Number.h"
+
 #include <algorithm>
-#include <charconv>
 #include <limits>
 
 namespace Vexorel::PrismDrift::Host {
 namespace {
 
-// Takes a number off the front of the text.
+// Takes the digits of a number off the front of the text. Nothing for a number that is too large.
 std::optional<std::int64_t> takeNumber(std::string_view& text) {
-    if (text.empty() || text.front() < '0' || text.front() > '9') {
-        return std::nullopt;
-    }
-    std::int64_t number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     constexpr std::int64_t largest = std::numeric_limits<std::int32_t>::max();
-    if (error != std::errc() || number > largest) {
-        return std::nullopt;
-    }
-    text.remove_prefix(static_cast<std::size_t>(end - text.data()));
-    return number;
+    const auto number = takeDigits(text);
+    return number && *number <= largest ? number : std::nullopt;
 }
 
 bool take(std::string_view& text, char character) {

@@ -16,16 +16,17 @@ namespace Vexorel::PrismDrift::Host {
 
 struct Picture {
     World world;
-    /// The ICC profile of its colours, empty for none; only profiles of RGB colours are kept.
+    /// The ICC profile of its colours, empty for none. Profiles of other colours than RGB are not
+    /// kept.
     std::vector<std::uint8_t> colorProfile;
-    /// What its file says of it beside the pixels, as FFmpeg keeps it; null for none.
+    /// What its file says of it beside the pixels, in FFmpeg's form; null for a picture that is not
+    /// from a file.
     std::shared_ptr<const AVFrame> source = nullptr;
 };
 
-/// Reads the first picture of a local file, whole; it may be written to afterwards. Alpha is kept,
-/// and opaque where the file has none; a picture that is to be turned to stand upright is turned.
-/// Throws Error, which names the file and the reason; a picture
-/// that breaks off is an error.
+/// Reads the first picture of a local file, whole: the file may be written to afterwards. A picture
+/// without alpha is opaque. One that is stored lying is turned upright. Throws Error, which names
+/// the file and the reason; a picture that breaks off is an error.
 Picture readPicture(const std::filesystem::path& file);
 
 /// The bits of the deepest channel of the picture's file, 8 where that isn't known.
@@ -37,18 +38,24 @@ void checkPictureName(const std::filesystem::path& file);
 /// Throws Error where the format of the name's ending has no room for so large a picture.
 void checkPictureSize(const std::filesystem::path& file, int width, int height);
 
-/// Writes the picture in the format of the name's ending, JPEG at high quality and the others
-/// without loss; the file appears whole or not at all. Gives a warning, in one line, where
-/// something of the picture got lost, else an empty text. Throws Error.
-/// `ending` says the format in its stead, without the point.
+/// Writes the picture in the format of the name's ending, or of `ending` where one is given: JPEG
+/// at high quality, the others without loss. The file appears whole or not at all. Returns a
+/// warning, in one line, where something of the picture got lost, else an empty text. Throws Error.
 std::string writePicture(const std::filesystem::path& file, const Picture& picture,
                          const std::string& ending = "");
 
-/// The same by the ending alone, "png" for one. `encodedPicture` gives the bytes of a file and
-/// throws Error.
+/// The ending of the file's name in lower case, without the point: "png".
+std::string endingOf(const std::filesystem::path& file);
+
+/// Whether pictures with such an ending, of either case, can be written.
 bool isPictureEnding(const std::string& ending);
-std::string pictureEndings(); ///< all, for messages: ".png, .jpg"
+
+/// All such endings, for messages: ".png, .jpg".
+std::string pictureEndings();
+
 bool pictureKeepsAlpha(const std::string& ending);
+
+/// The bytes of a file with such an ending. Throws Error.
 std::vector<std::uint8_t> encodedPicture(const std::string& ending, const Picture& picture);
 
 } // namespace Vexorel::PrismDrift::Host

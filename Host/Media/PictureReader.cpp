@@ -46,7 +46,7 @@ Picture readPicture(const fs::path& file) {
         }
         return {std::move(world), profileOf(frame), propertiesOf(frame)};
     } catch (const std::exception&) {
-        rethrowWithPrefix("cannot read '" + file.string() + "': ");
+        rethrowWithPrefix(cannotRead(file));
     }
 }
 

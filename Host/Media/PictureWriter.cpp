@@ -1,16 +1,17 @@
 #include "Host/Media/Picture.h"
 
-#include "Host/Library/Error.h"
 #include "Host/Library/ReplaceFile.h"
+#include "Host/Library/Text.h"
+#include "Host/Media/ClipError.h"
 #include "Host/Media/PixelConversion.h"
 #include "Host/Media/PixelFormats.h"
 #include "Host/Media/VideoFormats.h"
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <cstring>
 #include <new>
+#include <string_view>
 
 extern "C" {
 #include <libavutil/pixdesc.h>
@@ -54,31 +55,26 @@ constexpr std::array formats = {
     Format{"qoi", "QOI", "qoi", ""},
 };
 
-// The format with this ending, in either case, null for none. Adds the endings that are there to
-// `known`.
-const Format* formatFor(std::string ending, std::string& known) {
-    std::transform(ending.begin(), ending.end(), ending.begin(), [](char character) {
-        return static_cast<char>(std::tolower(static_cast<unsigned char>(character)));
-    });
+bool isAvailable(const Format& format) {
+    return avcodec_find_encoder_by_name(format.encoder) != nullptr;
+}
+
+// The format with this ending, null for none.
+const Format* formatFor(std::string_view ending) {
     for (const Format& format : formats) {
-        if (avcodec_find_encoder_by_name(format.encoder) == nullptr) {
-            continue;
-        }
-        if (ending == std::string(".") + format.ending) {
+        if (equalIgnoringCase(ending, format.ending) && isAvailable(format)) {
             return &format;
         }
-        known += (known.empty() ? "." : ", .") + std::string(format.ending);
     }
     return nullptr;
 }
 
-const Format& formatOf(const fs::path& file) {
-    std::string known;
-    const Format* format = formatFor(file.extension().string(), known);
+// By the ending, or the name's where it is empty.
+const Format& formatOf(const fs::path& file, const std::string& ending = "") {
+    const Format* format = formatFor(ending.empty() ? endingOf(file) : ending);
     if (format == nullptr) {
-        throw Error("cannot write '" + file.string() +
-                    "': the name must end in the format to write, one of " + known + ", " +
-                    containerEndings());
+        throw Error(cannotWrite(file) + "the name must end in the format to write, one of " +
+                    pictureEndings() + ", " + containerEndings());
     }
     return *format;
 }
@@ -151,8 +147,7 @@ bool keepsAlpha(const Format& format) {
 } // namespace
 
 std::vector<std::uint8_t> encodedPicture(const std::string& ending, const Picture& picture) {
-    std::string known;
-    const Format* format = formatFor("." + ending, known);
+    const Format* format = formatFor(ending);
     if (format == nullptr) {
         throw Error("'" + ending + "' is no format of pictures");
     }
@@ -160,20 +155,27 @@ std::vector<std::uint8_t> encodedPicture(const std::string& ending, const Pictur
     return {packet->data, packet->data + packet->size};
 }
 
+std::string endingOf(const fs::path& file) {
+    const std::string extension = file.extension().string();
+    return lowerCase(extension.empty() ? extension : extension.substr(1));
+}
+
 bool isPictureEnding(const std::string& ending) {
-    std::string known;
-    return formatFor("." + ending, known) != nullptr;
+    return formatFor(ending) != nullptr;
 }
 
 std::string pictureEndings() {
-    std::string known;
-    formatFor("", known);
-    return known;
+    std::string endings;
+    for (const Format& format : formats) {
+        if (isAvailable(format)) {
+            endings += (endings.empty() ? "." : ", .") + std::string(format.ending);
+        }
+    }
+    return endings;
 }
 
 bool pictureKeepsAlpha(const std::string& ending) {
-    std::string known;
-    const Format* format = formatFor("." + ending, known);
+    const Format* format = formatFor(ending);
     return format != nullptr && keepsAlpha(*format);
 }
 
@@ -184,22 +186,20 @@ void checkPictureName(const fs::path& file) {
 void checkPictureSize(const fs::path& file, int width, int height) {
     const Format& format = formatOf(file);
     if (std::max(width, height) > format.longestSide) {
-        throw Error("cannot write '" + file.string() + "': " + format.name + " takes at most " +
+        throw Error(cannotWrite(file) + format.name + " takes at most " +
                     std::to_string(format.longestSide) + " pixels a side, not " +
                     std::to_string(width) + "x" + std::to_string(height));
     }
 }
 
 std::string writePicture(const fs::path& file, const Picture& picture, const std::string& ending) {
-    const Format& format = formatOf(ending.empty() ? file : fs::path("." + ending + "." + ending));
+    const Format& format = formatOf(file, ending);
     const bool alpha = hasAlpha(picture.world);
     FFmpegPtr<AVPacket> packet;
     try {
         packet = encode(format, picture, alpha);
-    } catch (const Error& error) {
-        throw Error("cannot write '" + file.string() + "': " + error.what());
-    } catch (const std::bad_alloc&) {
-        throw Error("cannot write '" + file.string() + "': there is not enough memory");
+    } catch (const std::exception&) {
+        rethrowWithPrefix(cannotWrite(file));
     }
     replaceFile(file, packet->data, static_cast<std::size_t>(packet->size));
     if (alpha && !keepsAlpha(format)) {

@@ -31,7 +31,7 @@ VideoReader::VideoReader(const ClipInput& input) : mInput(input) {
         openStream();
         describe();
     } catch (const std::exception&) {
-        rethrowWithPrefix(errorPrefix());
+        rethrowWithPrefix(cannotRead(mInput.file));
     }
 }
 
@@ -73,11 +73,11 @@ std::optional<ClipItem> VideoReader::next() {
         keepFirstLoggedError();
         item = readItem();
     } catch (const std::exception&) {
-        rethrowWithPrefix(errorPrefix() + place());
+        rethrowWithPrefix(cannotRead(mInput.file) + place());
     }
     const auto last = mInput.frames.last();
     if (!item && last && mIndex <= *last) {
-        throw Error(errorPrefix() + "there is no frame " + std::to_string(*last) +
+        throw Error(cannotRead(mInput.file) + "there is no frame " + std::to_string(*last) +
                     ", it has the frames 0 to " + std::to_string(mIndex - 1));
     }
     return item;
@@ -161,7 +161,7 @@ const TimeIndex& VideoReader::timeIndex() {
     try {
         return mTimeIndex ? *mTimeIndex : mTimeIndex.emplace(mInput, mProperties, mStart);
     } catch (const std::exception&) {
-        rethrowWithPrefix(errorPrefix());
+        rethrowWithPrefix(cannotRead(mInput.file));
     }
 }
 
@@ -174,11 +174,6 @@ std::string VideoReader::place() const {
     return isStreamedMov
                ? "an MP4 or MOV file whose index is at its end can't come from a pipe; " + frame
                : frame;
-}
-
-std::string VideoReader::errorPrefix() const {
-    return "cannot read " +
-           (mInput.file == "-" ? "standard input" : "'" + mInput.file.string() + "'") + ": ";
 }
 
 } // namespace Vexorel::PrismDrift::Host

@@ -31,7 +31,6 @@ private:
     Picture pictureOf(AVFrame& frame);
     const TimeIndex& timeIndex();
     std::string place() const;
-    std::string errorPrefix() const;
 
     AVStream& stream() { return *mDemuxer->context().streams[mProperties.videoStream]; }
 

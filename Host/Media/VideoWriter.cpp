@@ -22,7 +22,7 @@ VideoWriter::VideoWriter(const ClipOutput& output, const Container& container,
             mCopier.emplace(clip, isPartial, *mMuxer, mOutput);
         }
     } catch (const std::exception&) {
-        rethrowWithPrefix(errorPrefix());
+        rethrowWithPrefix(cannotWrite(mOutput.file));
     }
 }
 
@@ -35,7 +35,7 @@ void VideoWriter::write(ClipItem&& item) {
             writeFrame(std::get<ClipFrame>(item));
         }
     } catch (const std::exception&) {
-        rethrowWithPrefix(errorPrefix());
+        rethrowWithPrefix(cannotWrite(mOutput.file));
     }
 }
 
@@ -93,16 +93,11 @@ void VideoWriter::finish() {
         writeEncoded();
         mMuxer->finish();
     } catch (const std::exception&) {
-        rethrowWithPrefix(errorPrefix());
+        rethrowWithPrefix(cannotWrite(mOutput.file));
     }
     if (mFile) {
         mFile->commit();
     }
-}
-
-std::string VideoWriter::errorPrefix() const {
-    return "cannot write " + (mFile ? "'" + mOutput.file.string() + "'" : "to standard output") +
-           ": ";
 }
 
 } // namespace Vexorel::PrismDrift::Host

@@ -28,7 +28,6 @@ private:
     void writePacket(const ClipPacket& packet);
     void open(const ClipFrame& first);
     void writeEncoded();
-    std::string errorPrefix() const;
 
     const ClipOutput mOutput;
     const bool mIsPartial;
