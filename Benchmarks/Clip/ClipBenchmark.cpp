@@ -4,9 +4,9 @@
 //
 //   prismdrift_clip_benchmark [frames [rounds]]    100 frames and 3 rounds unless given
 
+#include "Host/CommandLine/BoundedQueue.h"
 #include "Host/Library/Error.h"
 #include "Host/Library/HostedEffect.h"
-#include "Host/CommandLine/BoundedQueue.h"
 #include "Host/Media/Clip.h"
 
 #include <algorithm>
