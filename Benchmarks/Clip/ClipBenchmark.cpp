@@ -27,6 +27,7 @@
 
 namespace {
 
+using namespace Vexorel::PrismDrift::CommandLine;
 using namespace Vexorel::PrismDrift::Host;
 namespace fs = std::filesystem;
 

@@ -9,9 +9,8 @@
 #include <algorithm>
 #include <cmath>
 
+namespace Vexorel::PrismDrift::CommandLine {
 namespace {
-
-namespace Host = Vexorel::PrismDrift::Host;
 
 using Host::parseNumber;
 
@@ -420,3 +419,5 @@ Arguments readArguments(int count, const char* const* arguments,
 std::string helpText(const std::vector<ParameterOption>& options, const SubCommand* subCommand) {
     return Parser(options, subCommand).help();
 }
+
+} // namespace Vexorel::PrismDrift::CommandLine

@@ -14,6 +14,8 @@
 #include <utility>
 #include <vector>
 
+namespace Vexorel::PrismDrift::CommandLine {
+
 /// The part of the command line that must be known before the effect is there.
 struct EarlyArguments {
     std::optional<std::filesystem::path> plugin, script;
@@ -44,8 +46,8 @@ struct Arguments {
     bool quiet = false;
     std::optional<ProgressStyle> progress; ///< nothing: the one that suits
     std::uint32_t downsample = 1;
-    Vexorel::PrismDrift::Host::ClipInput input;
-    Vexorel::PrismDrift::Host::ClipOutput output;     ///< without its descriptor and its warnings
+    Host::ClipInput input;
+    Host::ClipOutput output;                          ///< without its descriptor and its warnings
     std::filesystem::path script, preset, savePreset; ///< empty where not given
     /// The options for parameters that were given, each with its text; a later one stands.
     std::vector<std::pair<const ParameterOption*, std::string>> values;
@@ -62,3 +64,5 @@ Arguments readArguments(int count, const char* const* arguments,
 /// The help; without the effect's options where there are none.
 std::string helpText(const std::vector<ParameterOption>& options,
                      const SubCommand* subCommand = nullptr);
+
+} // namespace Vexorel::PrismDrift::CommandLine

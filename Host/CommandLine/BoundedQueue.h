@@ -10,7 +10,7 @@
 #include <optional>
 #include <utility>
 
-namespace Vexorel::PrismDrift::Host {
+namespace Vexorel::PrismDrift::CommandLine {
 
 template <typename Item>
 class BoundedQueue {
@@ -82,4 +82,4 @@ private:
     bool mIsEnded = false, mIsClosed = false;
 };
 
-} // namespace Vexorel::PrismDrift::Host
+} // namespace Vexorel::PrismDrift::CommandLine

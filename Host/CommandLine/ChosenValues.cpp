@@ -2,8 +2,7 @@
 
 #include "Host/CommandLine/Preset.h"
 
-namespace Host = Vexorel::PrismDrift::Host;
-
+namespace Vexorel::PrismDrift::CommandLine {
 Host::ParameterValues chosenValues(const Host::HostedEffect& effect, const Arguments& arguments) {
     const auto apply = [&](Host::ParameterValues values) {
         for (const auto& [option, text] : arguments.values) {
@@ -19,3 +18,5 @@ Host::ParameterValues chosenValues(const Host::HostedEffect& effect, const Argum
     }
     return values;
 }
+
+} // namespace Vexorel::PrismDrift::CommandLine

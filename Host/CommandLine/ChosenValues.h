@@ -5,7 +5,10 @@
 #include "Host/CommandLine/Arguments.h"
 #include "Host/Library/HostedEffect.h"
 
+namespace Vexorel::PrismDrift::CommandLine {
+
 /// The preset's values, and over them those on the line. Wrong usage is told before the preset is
 /// opened. Throws UsageError and Error. Keyframes are left to be resolved.
-Vexorel::PrismDrift::Host::ParameterValues
-chosenValues(const Vexorel::PrismDrift::Host::HostedEffect& effect, const Arguments& arguments);
+Host::ParameterValues chosenValues(const Host::HostedEffect& effect, const Arguments& arguments);
+
+} // namespace Vexorel::PrismDrift::CommandLine

@@ -2,9 +2,8 @@
 
 #include "Host/Media/ClipError.h"
 
+namespace Vexorel::PrismDrift::CommandLine {
 namespace {
-
-namespace Host = Vexorel::PrismDrift::Host;
 
 std::string optionFor(Host::ClipSetting setting) {
     switch (setting) {
@@ -59,3 +58,5 @@ std::string textWithOptions(const std::exception& error) {
     const auto* clipError = dynamic_cast<const Host::ClipError*>(&error);
     return error.what() + (clipError != nullptr ? adviceFor(*clipError) : "");
 }
+
+} // namespace Vexorel::PrismDrift::CommandLine

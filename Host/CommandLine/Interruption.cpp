@@ -7,6 +7,7 @@
 #include <unistd.h>
 #include <utility>
 
+namespace Vexorel::PrismDrift::CommandLine {
 namespace {
 
 constexpr std::array signals = {SIGINT, SIGTERM, SIGHUP};
@@ -73,3 +74,5 @@ Interruption::~Interruption() {
 int Interruption::signal() {
     return received;
 }
+
+} // namespace Vexorel::PrismDrift::CommandLine

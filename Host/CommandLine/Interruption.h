@@ -5,6 +5,8 @@
 #include <functional>
 #include <thread>
 
+namespace Vexorel::PrismDrift::CommandLine {
+
 /// While one lives, the first SIGINT, SIGTERM or SIGHUP doesn't end the program but has `told`
 /// called, once, on a thread of its own; the second ends it. Threads that are started before it
 /// would be interrupted in its stead: it should come first.
@@ -22,3 +24,5 @@ private:
     std::function<void()> mTold;
     std::thread mWatch;
 };
+
+} // namespace Vexorel::PrismDrift::CommandLine

@@ -24,9 +24,8 @@
 #include <malloc.h>
 #include <memory>
 
+namespace Vexorel::PrismDrift::CommandLine {
 namespace {
-
-namespace Host = Vexorel::PrismDrift::Host;
 
 enum ExitStatus { Done = 0, CouldNot = 1, WrongUsage = 2 };
 
@@ -170,9 +169,7 @@ int complain(const std::string& text, ExitStatus status) {
     return status;
 }
 
-} // namespace
-
-int main(int count, char** words) {
+int runOrComplain(int count, const char* const* words) {
     keepMemory();
     std::signal(SIGPIPE, SIG_IGN); // a closed pipe is an error to tell
     try {
@@ -184,4 +181,11 @@ int main(int count, char** words) {
     } catch (const std::exception& error) {
         return complain(textWithOptions(error), CouldNot);
     }
+}
+
+} // namespace
+} // namespace Vexorel::PrismDrift::CommandLine
+
+int main(int count, char** words) {
+    return Vexorel::PrismDrift::CommandLine::runOrComplain(count, words);
 }

@@ -7,15 +7,16 @@
 #include <array>
 #include <cctype>
 
+namespace Vexorel::PrismDrift::CommandLine {
 namespace {
 
-using Vexorel::PrismDrift::Host::Keyframes;
-using Vexorel::PrismDrift::Host::KeyframesError;
-using Vexorel::PrismDrift::Host::looksLikeKeyframes;
-using Vexorel::PrismDrift::Host::Parameter;
-using Vexorel::PrismDrift::Host::ParameterKind;
-using Vexorel::PrismDrift::Host::ParameterValues;
-using Vexorel::PrismDrift::Host::parseNumber;
+using Host::Keyframes;
+using Host::KeyframesError;
+using Host::looksLikeKeyframes;
+using Host::Parameter;
+using Host::ParameterKind;
+using Host::ParameterValues;
+using Host::parseNumber;
 
 char lower(char character) {
     return static_cast<char>(std::tolower(static_cast<unsigned char>(character)));
@@ -212,3 +213,5 @@ std::string parameterTable(const std::vector<Parameter>& parameters) {
     }
     return table;
 }
+
+} // namespace Vexorel::PrismDrift::CommandLine

@@ -1,5 +1,7 @@
 #include "Host/CommandLine/PluginSearch.h"
 
+namespace Vexorel::PrismDrift::CommandLine {
+
 PluginSearch findPlugin() {
     namespace fs = std::filesystem;
     std::error_code ignored;
@@ -14,3 +16,5 @@ PluginSearch findPlugin() {
     }
     return search;
 }
+
+} // namespace Vexorel::PrismDrift::CommandLine

@@ -6,6 +6,8 @@
 #include <optional>
 #include <vector>
 
+namespace Vexorel::PrismDrift::CommandLine {
+
 struct PluginSearch {
     std::optional<std::filesystem::path> found;
     std::vector<std::filesystem::path> looked; ///< all places, in the order they were tried
@@ -14,3 +16,5 @@ struct PluginSearch {
 /// Beside the program, in ../lib/prismdrift seen from there (an installed tree), and in the build
 /// tree that the program was made in.
 PluginSearch findPlugin();
+
+} // namespace Vexorel::PrismDrift::CommandLine

@@ -15,9 +15,9 @@
 #include <utility>
 #include <vector>
 
+namespace Vexorel::PrismDrift::CommandLine {
 namespace {
 
-namespace Host = Vexorel::PrismDrift::Host;
 using Host::Error;
 using Host::Parameter;
 using Host::ParameterValues;
@@ -268,3 +268,5 @@ void savePreset(const std::filesystem::path& file, const ParameterValues& values
     const std::string text = preset.dump(2, ' ', false) + "\n";
     Host::replaceFile(file, text.data(), text.size());
 }
+
+} // namespace Vexorel::PrismDrift::CommandLine

@@ -7,13 +7,15 @@
 
 #include <filesystem>
 
+namespace Vexorel::PrismDrift::CommandLine {
+
 /// Puts the file's values over those in `values`; what the file leaves out stays. Throws
 /// Host::Error in one line that names the file, the key and what it takes, and changes nothing
 /// then.
-void loadPreset(const std::filesystem::path& file,
-                Vexorel::PrismDrift::Host::ParameterValues& values);
+void loadPreset(const std::filesystem::path& file, Host::ParameterValues& values);
 
 /// Writes the values of all parameters, in the published order; the file appears whole or not at
 /// all. Throws Host::Error.
-void savePreset(const std::filesystem::path& file,
-                const Vexorel::PrismDrift::Host::ParameterValues& values);
+void savePreset(const std::filesystem::path& file, const Host::ParameterValues& values);
+
+} // namespace Vexorel::PrismDrift::CommandLine

@@ -9,6 +9,7 @@
 #include <unistd.h>
 #include <utility>
 
+namespace Vexorel::PrismDrift::CommandLine {
 namespace {
 
 using std::chrono::milliseconds;
@@ -149,3 +150,5 @@ std::string Progress::block(bool last) const {
            "dup_frames=0\ndrop_frames=0\n" + formatted("speed=%.3gx\n", mClipTime / seconds()) +
            (last ? "progress=end\n" : "progress=continue\n");
 }
+
+} // namespace Vexorel::PrismDrift::CommandLine

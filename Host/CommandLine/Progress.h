@@ -8,6 +8,8 @@
 #include <optional>
 #include <string>
 
+namespace Vexorel::PrismDrift::CommandLine {
+
 /// Bar for a terminal, lines otherwise, key=value blocks for other programs.
 enum class ProgressStyle { None, Bar, Lines, KeyValue };
 
@@ -55,3 +57,5 @@ private:
     std::mutex mMutex; // guards what is on the screen
     bool mHasBar = false, mIsFinished = false;
 };
+
+} // namespace Vexorel::PrismDrift::CommandLine

@@ -8,6 +8,7 @@
 #include <memory>
 #include <system_error>
 
+namespace Vexorel::PrismDrift::CommandLine {
 namespace {
 
 struct Close {
@@ -27,8 +28,10 @@ std::string readText(const std::filesystem::path& path, const std::string& what,
         text.append(part.data(), count);
     }
     if (!file || std::ferror(file.get()) != 0) {
-        throw Vexorel::PrismDrift::Host::Error("cannot read " + what + " '" + path.string() +
-                                               "': " + std::generic_category().message(errno));
+        throw Host::Error("cannot read " + what + " '" + path.string() +
+                          "': " + std::generic_category().message(errno));
     }
     return text;
 }
+
+} // namespace Vexorel::PrismDrift::CommandLine

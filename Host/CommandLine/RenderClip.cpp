@@ -14,11 +14,10 @@
 #include <pthread.h>
 #include <thread>
 
+namespace Vexorel::PrismDrift::CommandLine {
 namespace {
 
-namespace Host = Vexorel::PrismDrift::Host;
-
-using Queue = Host::BoundedQueue<Host::ClipItem>;
+using Queue = BoundedQueue<Host::ClipItem>;
 
 // Four frames wait on either side of the effect. Packets are small, but not nothing.
 constexpr std::size_t frameWeight = 256;
@@ -205,3 +204,5 @@ int renderClip(const ClipRendering& rendering) {
     writing.join();
     return Interruption::signal();
 }
+
+} // namespace Vexorel::PrismDrift::CommandLine

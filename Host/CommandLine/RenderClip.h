@@ -6,12 +6,14 @@
 #include "Host/Library/HostedEffect.h"
 #include "Host/Media/Clip.h"
 
+namespace Vexorel::PrismDrift::CommandLine {
+
 struct ClipRendering {
-    Vexorel::PrismDrift::Host::HostedEffect& effect;
-    const Vexorel::PrismDrift::Host::ParameterValues& values;
+    Host::HostedEffect& effect;
+    const Host::ParameterValues& values;
     std::uint32_t downsample = 1;
-    Vexorel::PrismDrift::Host::ClipReader& reader;
-    Vexorel::PrismDrift::Host::ClipWriter& writer;
+    Host::ClipReader& reader;
+    Host::ClipWriter& writer;
     Progress& progress;
 };
 
@@ -22,5 +24,6 @@ struct ClipRendering {
 int renderClip(const ClipRendering& rendering);
 
 /// The time of the clip's frame as the effect counts it. Throws Error for a clip that is longer.
-Vexorel::PrismDrift::Host::FrameTime frameTime(std::int64_t index,
-                                               const Vexorel::PrismDrift::Host::Ratio& rate);
+Host::FrameTime frameTime(std::int64_t index, const Host::Ratio& rate);
+
+} // namespace Vexorel::PrismDrift::CommandLine

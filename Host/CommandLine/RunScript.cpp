@@ -6,7 +6,8 @@
 
 #include <string>
 
-namespace Host = Vexorel::PrismDrift::Host;
+namespace Vexorel::PrismDrift::CommandLine {
+
 using Host::Error;
 
 std::string runScript(const std::filesystem::path& file) {
@@ -25,3 +26,5 @@ std::string runScript(const std::filesystem::path& file) {
     result.erase(0, result.find_first_not_of(whiteSpace));
     return result;
 }
+
+} // namespace Vexorel::PrismDrift::CommandLine

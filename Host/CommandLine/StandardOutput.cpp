@@ -8,7 +8,9 @@
 #include <system_error>
 #include <unistd.h>
 
-using Vexorel::PrismDrift::Host::Error;
+namespace Vexorel::PrismDrift::CommandLine {
+
+using Host::Error;
 
 namespace {
 
@@ -40,8 +42,10 @@ void StandardOutput::write(std::string_view text) const {
     if (mOpenError != 0) {
         fail(mOpenError);
     }
-    const int error = Vexorel::PrismDrift::Host::writeAll(mDescriptor, text.data(), text.size());
+    const int error = Host::writeAll(mDescriptor, text.data(), text.size());
     if (error != 0) {
         fail(error);
     }
 }
+
+} // namespace Vexorel::PrismDrift::CommandLine

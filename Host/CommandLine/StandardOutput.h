@@ -4,6 +4,8 @@
 
 #include <string_view>
 
+namespace Vexorel::PrismDrift::CommandLine {
+
 /// Moves descriptor 1 aside, so that what a plug-in prints goes to standard error or nowhere, and
 /// writes the program's own text to where it led. One for the life of the program.
 class StandardOutput {
@@ -24,3 +26,5 @@ private:
     int mDescriptor;
     int mOpenError = 0;
 };
+
+} // namespace Vexorel::PrismDrift::CommandLine

@@ -4,6 +4,7 @@
 #include <cctype>
 #include <numeric>
 
+namespace Vexorel::PrismDrift::CommandLine {
 namespace {
 
 bool same(char left, char right) {
@@ -49,3 +50,5 @@ std::string nearestHint(std::string_view written, const std::vector<std::string>
     }
     return hint;
 }
+
+} // namespace Vexorel::PrismDrift::CommandLine

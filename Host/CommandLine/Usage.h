@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+namespace Vexorel::PrismDrift::CommandLine {
+
 /// The command line makes no sense; the text says which part and what would.
 class UsageError : public std::runtime_error {
 public:
@@ -16,3 +18,5 @@ public:
 /// "; did you mean 'NAME'?" for the known name that is written most alike, an empty text if none is
 /// near enough.
 std::string nearestHint(std::string_view written, const std::vector<std::string>& known);
+
+} // namespace Vexorel::PrismDrift::CommandLine

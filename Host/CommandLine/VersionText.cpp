@@ -3,8 +3,7 @@
 #include "Host/Library/GraphicsDriver.h"
 #include "Host/Media/Versions.h"
 
-namespace Host = Vexorel::PrismDrift::Host;
-
+namespace Vexorel::PrismDrift::CommandLine {
 namespace {
 
 std::string effectLine(const Host::HostedEffect* effect, const std::string& whyNot) {
@@ -29,3 +28,5 @@ std::string versionText(const Host::HostedEffect* effect, const std::string& why
     return "prismdrift " PRISMDRIFT_VERSION "\n" + effectLine(effect, whyNot) +
            "\nFFmpeg libraries: " + Host::mediaVersions() + "\n" + driverLine() + "\n";
 }
+
+} // namespace Vexorel::PrismDrift::CommandLine

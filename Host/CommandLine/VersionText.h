@@ -6,7 +6,10 @@
 
 #include <string>
 
+namespace Vexorel::PrismDrift::CommandLine {
+
 /// The versions of the program, the effect, FFmpeg's libraries and the OpenGL driver, a line each.
 /// For a null effect its line says why it is missing.
-std::string versionText(const Vexorel::PrismDrift::Host::HostedEffect* effect,
-                        const std::string& whyNot);
+std::string versionText(const Host::HostedEffect* effect, const std::string& whyNot);
+
+} // namespace Vexorel::PrismDrift::CommandLine

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <thread>
 
+using namespace Vexorel::PrismDrift::CommandLine;
 using namespace Vexorel::PrismDrift::Host;
 
 namespace {

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 
+using namespace Vexorel::PrismDrift::CommandLine;
 using namespace Vexorel::PrismDrift::Host;
 using testing::AllOf;
 using testing::ElementsAre;

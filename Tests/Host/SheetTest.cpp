@@ -9,6 +9,7 @@
 
 #include <set>
 
+using namespace Vexorel::PrismDrift::CommandLine;
 using namespace Vexorel::PrismDrift::Host;
 using testing::HasSubstr;
 

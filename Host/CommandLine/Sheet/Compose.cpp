@@ -6,14 +6,14 @@
 #include <cstddef>
 #include <vector>
 
-namespace Vexorel::PrismDrift::Host {
+namespace Vexorel::PrismDrift::CommandLine {
 namespace {
 
 constexpr int opaque = 255;
 constexpr std::size_t pixelSize = 4; // A, R, G, B
 
 // The part of the area that lies in the world.
-Area clipped(const World& world, const Area& area) {
+Area clipped(const Host::World& world, const Area& area) {
     const int left = std::max(0, area.x);
     const int top = std::max(0, area.y);
     const int right = std::min(world.width(), area.x + area.width);
@@ -21,7 +21,7 @@ Area clipped(const World& world, const Area& area) {
     return {left, top, std::max(0, right - left), std::max(0, bottom - top)};
 }
 
-std::uint8_t* pixelAt(World& world, int x, int y) {
+std::uint8_t* pixelAt(Host::World& world, int x, int y) {
     return world.row(y) + static_cast<std::size_t>(x) * pixelSize;
 }
 
@@ -91,11 +91,11 @@ void storeRow(std::vector<Sum>& sums, double area, std::uint8_t* row) {
 
 } // namespace
 
-void fillArea(World& world, const Area& area, const Shade& shade) {
+void fillArea(Host::World& world, const Area& area, const Shade& shade) {
     fillCheckerboard(world, area, std::max({1, area.width, area.height}), shade, shade);
 }
 
-void fillCheckerboard(World& world, const Area& area, int side, const Shade& even,
+void fillCheckerboard(Host::World& world, const Area& area, int side, const Shade& even,
                       const Shade& odd) {
     const Area inside = clipped(world, area);
     for (int y = inside.y; y < inside.y + inside.height; ++y) {
@@ -106,8 +106,8 @@ void fillCheckerboard(World& world, const Area& area, int side, const Shade& eve
     }
 }
 
-World scaledDown(const World& picture, int width, int height) {
-    World result(width, height);
+Host::World scaledDown(const Host::World& picture, int width, int height) {
+    Host::World result(width, height);
     const std::vector<Span> columns = spans(picture.width(), width);
     const std::vector<Span> rows = spans(picture.height(), height);
     const double area = static_cast<double>(picture.width()) / width *
@@ -123,7 +123,7 @@ World scaledDown(const World& picture, int width, int height) {
     return result;
 }
 
-void drawOver(World& world, const World& picture, int x, int y) {
+void drawOver(Host::World& world, const Host::World& picture, int x, int y) {
     const Area inside = clipped(world, {x, y, picture.width(), picture.height()});
     for (int row = inside.y; row < inside.y + inside.height; ++row) {
         const std::uint8_t* source =
@@ -145,4 +145,4 @@ void blendPixel(std::uint8_t* pixel, const Shade& shade, int cover) {
     pixel[3] = mix(pixel[3], shade.blue);
 }
 
-} // namespace Vexorel::PrismDrift::Host
+} // namespace Vexorel::PrismDrift::CommandLine

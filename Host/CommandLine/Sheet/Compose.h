@@ -5,7 +5,7 @@
 
 #include "Host/Library/World.h"
 
-namespace Vexorel::PrismDrift::Host {
+namespace Vexorel::PrismDrift::CommandLine {
 
 /// An area of a picture, in pixels from its top left corner.
 struct Area {
@@ -18,21 +18,21 @@ struct Shade {
 };
 
 /// Fills the part of the area that lies in the world with an opaque colour.
-void fillArea(World& world, const Area& area, const Shade& shade);
+void fillArea(Host::World& world, const Area& area, const Shade& shade);
 
 /// Fills it with squares of `side` pixels in two colours, an even one in the top left corner.
-void fillCheckerboard(World& world, const Area& area, int side, const Shade& even,
+void fillCheckerboard(Host::World& world, const Area& area, int side, const Shade& even,
                       const Shade& odd);
 
 /// The picture at a size of at least 1x1 that is larger on neither axis. Each pixel is the average
 /// of the area that it covers, its colour weighted by alpha, so that invisible colours don't show.
-World scaledDown(const World& picture, int width, int height);
+Host::World scaledDown(const Host::World& picture, int width, int height);
 
 /// Lays the picture over an opaque world, its top left corner at `x`, `y`; cuts off what lies
 /// outside.
-void drawOver(World& world, const World& picture, int x, int y);
+void drawOver(Host::World& world, const Host::World& picture, int x, int y);
 
 /// Mixes the colour into a pixel of an opaque world: none of it at a `cover` of 0, only it at 255.
 void blendPixel(std::uint8_t* pixel, const Shade& shade, int cover);
 
-} // namespace Vexorel::PrismDrift::Host
+} // namespace Vexorel::PrismDrift::CommandLine

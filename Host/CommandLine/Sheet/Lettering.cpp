@@ -7,7 +7,7 @@
 #include <new>
 #include <pango/pangocairo.h>
 
-namespace Vexorel::PrismDrift::Host {
+namespace Vexorel::PrismDrift::CommandLine {
 namespace {
 
 struct Deleter {
@@ -79,8 +79,8 @@ private:
 
 void checkLettering() {
     if (!canShow("Aa0")) {
-        throw Error("there is no font to label pictures with; install one, Debian's "
-                    "fonts-dejavu-core for example");
+        throw Host::Error("there is no font to label pictures with; install one, Debian's "
+                          "fonts-dejavu-core for example");
     }
 }
 
@@ -92,7 +92,7 @@ int textHeight(const std::string& text, int width, const TextStyle& style) {
     return Layout(text, width, style).height();
 }
 
-void drawText(World& world, int x, int y, int width, const std::string& text,
+void drawText(Host::World& world, int x, int y, int width, const std::string& text,
               const TextStyle& style) {
     const Layout layout(text, width, style, std::max(1, textHeight(text, width, style)));
     const int left = std::max(0, -x);
@@ -108,4 +108,4 @@ void drawText(World& world, int x, int y, int width, const std::string& text,
     });
 }
 
-} // namespace Vexorel::PrismDrift::Host
+} // namespace Vexorel::PrismDrift::CommandLine

@@ -8,7 +8,7 @@
 
 #include <string>
 
-namespace Vexorel::PrismDrift::Host {
+namespace Vexorel::PrismDrift::CommandLine {
 
 struct TextStyle {
     int size = 14; ///< the font's, in pixels
@@ -31,7 +31,7 @@ int textHeight(const std::string& text, int width, const TextStyle& style);
 
 /// Draws the text in such lines into an opaque world, from `x`, `y` right and down. Bytes that are
 /// not UTF-8 show as replacement characters.
-void drawText(World& world, int x, int y, int width, const std::string& text,
+void drawText(Host::World& world, int x, int y, int width, const std::string& text,
               const TextStyle& style);
 
-} // namespace Vexorel::PrismDrift::Host
+} // namespace Vexorel::PrismDrift::CommandLine

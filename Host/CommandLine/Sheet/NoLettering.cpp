@@ -3,12 +3,13 @@
 #include "Host/CommandLine/Sheet/Lettering.h"
 #include "Host/Library/Error.h"
 
-namespace Vexorel::PrismDrift::Host {
+namespace Vexorel::PrismDrift::CommandLine {
 namespace {
 
 [[noreturn]] void refuse() {
-    throw Error("this build of the program draws no text, and so no sheets: it was made without "
-                "pangocairo (Debian's libpango1.0-dev)");
+    throw Host::Error(
+        "this build of the program draws no text, and so no sheets: it was made without "
+        "pangocairo (Debian's libpango1.0-dev)");
 }
 
 } // namespace
@@ -25,9 +26,9 @@ int textHeight(const std::string& /*text*/, int /*width*/, const TextStyle& /*st
     refuse();
 }
 
-void drawText(World& /*world*/, int /*x*/, int /*y*/, int /*width*/, const std::string& /*text*/,
-              const TextStyle& /*style*/) {
+void drawText(Host::World& /*world*/, int /*x*/, int /*y*/, int /*width*/,
+              const std::string& /*text*/, const TextStyle& /*style*/) {
     refuse();
 }
 
-} // namespace Vexorel::PrismDrift::Host
+} // namespace Vexorel::PrismDrift::CommandLine

@@ -13,9 +13,8 @@
 #include <algorithm>
 #include <cmath>
 
+namespace Vexorel::PrismDrift::CommandLine {
 namespace {
-
-namespace Host = Vexorel::PrismDrift::Host;
 
 // One picture of the sheet: drawn with these values, or without values the original.
 struct Cell {
@@ -220,7 +219,7 @@ void makeSheet(Host::HostedEffect& effect, const std::vector<ParameterOption>& o
     if (showsOriginal) {
         cells.insert(cells.begin(), {"original", {}});
     }
-    Host::checkLettering();
+    checkLettering();
     Host::checkReplaceable(common.output.file);
 
     const Frame frame = readFrame(common.input, cells);
@@ -232,7 +231,7 @@ void makeSheet(Host::HostedEffect& effect, const std::vector<ParameterOption>& o
     Progress progress(common.quiet ? ProgressStyle::None
                                    : common.progress.value_or(automaticProgress()),
                       !common.quiet, static_cast<std::int64_t>(cells.size()));
-    if (!Host::canShow(text.title)) {
+    if (!canShow(text.title)) {
         progress.warn("no font that is installed has all letters of the title '" + text.title +
                       "'");
     }
@@ -244,3 +243,5 @@ void makeSheet(Host::HostedEffect& effect, const std::vector<ParameterOption>& o
         progress.warn(warning);
     }
 }
+
+} // namespace Vexorel::PrismDrift::CommandLine

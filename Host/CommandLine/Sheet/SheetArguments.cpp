@@ -7,9 +7,8 @@
 #include <algorithm>
 #include <cmath>
 
+namespace Vexorel::PrismDrift::CommandLine {
 namespace {
-
-namespace Host = Vexorel::PrismDrift::Host;
 
 constexpr const char* vary = "--vary";
 constexpr const char* columns = "--columns";
@@ -165,3 +164,5 @@ SheetArguments readSheetArguments(int count, const char* const* arguments,
     checkFiles(sheet.common);
     return sheet;
 }
+
+} // namespace Vexorel::PrismDrift::CommandLine

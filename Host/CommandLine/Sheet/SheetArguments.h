@@ -4,6 +4,8 @@
 
 #include "Host/CommandLine/Arguments.h"
 
+namespace Vexorel::PrismDrift::CommandLine {
+
 /// The most cells that a sheet has.
 constexpr int mostCells = 500;
 
@@ -27,3 +29,5 @@ const SubCommand& sheetCommand();
 /// when they are applied.
 SheetArguments readSheetArguments(int count, const char* const* arguments,
                                   const std::vector<ParameterOption>& options);
+
+} // namespace Vexorel::PrismDrift::CommandLine

@@ -7,17 +7,16 @@
 #include <cmath>
 #include <cstdint>
 
+namespace Vexorel::PrismDrift::CommandLine {
 namespace {
 
-namespace Host = Vexorel::PrismDrift::Host;
-
 // Grays, so that nothing beside the pictures has a colour.
-constexpr Host::Shade background{0x24, 0x24, 0x24};
-constexpr Host::Shade titleShade{0xF4, 0xF4, 0xF4};
-constexpr Host::Shade labelShade{0xDC, 0xDC, 0xDC};
-constexpr Host::Shade subtitleShade{0xA8, 0xA8, 0xA8};
-constexpr Host::Shade lightSquare{0x99, 0x99, 0x99};
-constexpr Host::Shade darkSquare{0x66, 0x66, 0x66};
+constexpr Shade background{0x24, 0x24, 0x24};
+constexpr Shade titleShade{0xF4, 0xF4, 0xF4};
+constexpr Shade labelShade{0xDC, 0xDC, 0xDC};
+constexpr Shade subtitleShade{0xA8, 0xA8, 0xA8};
+constexpr Shade lightSquare{0x99, 0x99, 0x99};
+constexpr Shade darkSquare{0x66, 0x66, 0x66};
 constexpr int squareSide = 8;
 
 constexpr int smallestFont = 11;
@@ -27,15 +26,15 @@ constexpr int cellWidthPerFontSize = 22;
 // The most pixels that FFmpeg's encoders take.
 constexpr std::int64_t mostPixels = 200'000'000;
 
-Host::TextStyle titleStyle(int fontSize) {
+TextStyle titleStyle(int fontSize) {
     return {fontSize * 5 / 4, true, false, titleShade};
 }
 
-Host::TextStyle subtitleStyle(int fontSize) {
+TextStyle subtitleStyle(int fontSize) {
     return {fontSize, false, false, subtitleShade};
 }
 
-Host::TextStyle labelStyle(int fontSize) {
+TextStyle labelStyle(int fontSize) {
     return {fontSize, false, true, labelShade};
 }
 
@@ -78,12 +77,11 @@ SheetLayout::SheetLayout(SheetText text, int pictureWidth, int pictureHeight, in
     mPictureWidth = std::max(1, static_cast<int>(std::lround(pictureWidth * scale)));
     mPictureHeight = std::max(1, static_cast<int>(std::lround(pictureHeight * scale)));
 
-    mTitleHeight = Host::textHeight(mText.title, titleWidth(), titleStyle(mFontSize));
-    mSubtitleHeight = Host::textHeight(mText.subtitle, titleWidth(), subtitleStyle(mFontSize));
+    mTitleHeight = textHeight(mText.title, titleWidth(), titleStyle(mFontSize));
+    mSubtitleHeight = textHeight(mText.subtitle, titleWidth(), subtitleStyle(mFontSize));
     mLabelHeight = 0;
     for (const std::string& label : mText.labels) {
-        mLabelHeight =
-            std::max(mLabelHeight, Host::textHeight(label, cellWidth, labelStyle(mFontSize)));
+        mLabelHeight = std::max(mLabelHeight, textHeight(label, cellWidth, labelStyle(mFontSize)));
     }
     checkSize(width(), height());
 }
@@ -106,29 +104,30 @@ int SheetLayout::top(int row) const {
            row * (mPictureHeight + mFontSize / 2 + mLabelHeight + gap());
 }
 
-Host::Area SheetLayout::picture(int cell) const {
+Area SheetLayout::picture(int cell) const {
     return {left(cell % mColumns) + (mCellWidth - mPictureWidth) / 2, top(cell / mColumns),
             mPictureWidth, mPictureHeight};
 }
 
 Host::World SheetLayout::emptySheet() const {
     Host::World sheet(width(), height());
-    Host::fillArea(sheet, {0, 0, width(), height()}, background);
-    Host::drawText(sheet, margin(), margin(), titleWidth(), mText.title, titleStyle(mFontSize));
-    Host::drawText(sheet, margin(), subtitleTop(), titleWidth(), mText.subtitle,
-                   subtitleStyle(mFontSize));
+    fillArea(sheet, {0, 0, width(), height()}, background);
+    drawText(sheet, margin(), margin(), titleWidth(), mText.title, titleStyle(mFontSize));
+    drawText(sheet, margin(), subtitleTop(), titleWidth(), mText.subtitle,
+             subtitleStyle(mFontSize));
     int cell = 0;
     for (const std::string& label : mText.labels) {
         const int labelTop = top(cell / mColumns) + mPictureHeight + mFontSize / 2;
-        Host::drawText(sheet, left(cell % mColumns), labelTop, mCellWidth, label,
-                       labelStyle(mFontSize));
+        drawText(sheet, left(cell % mColumns), labelTop, mCellWidth, label, labelStyle(mFontSize));
         ++cell;
     }
     return sheet;
 }
 
 void SheetLayout::draw(Host::World& sheet, int cell, const Host::World& image) const {
-    const Host::Area area = picture(cell);
-    Host::fillCheckerboard(sheet, area, squareSide, lightSquare, darkSquare);
-    Host::drawOver(sheet, Host::scaledDown(image, area.width, area.height), area.x, area.y);
+    const Area area = picture(cell);
+    fillCheckerboard(sheet, area, squareSide, lightSquare, darkSquare);
+    drawOver(sheet, scaledDown(image, area.width, area.height), area.x, area.y);
 }
+
+} // namespace Vexorel::PrismDrift::CommandLine

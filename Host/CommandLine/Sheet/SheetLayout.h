@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+namespace Vexorel::PrismDrift::CommandLine {
+
 struct SheetText {
     std::string title, subtitle;
     std::vector<std::string> labels; ///< one for each cell, row by row; '\n' between lines
@@ -27,14 +29,13 @@ public:
     int height() const { return top(mRows) - gap() + margin(); }
 
     /// Where the cell's picture stands, scaled down.
-    Vexorel::PrismDrift::Host::Area picture(int cell) const;
+    Area picture(int cell) const;
 
     /// A sheet with its text, without pictures.
-    Vexorel::PrismDrift::Host::World emptySheet() const;
+    Host::World emptySheet() const;
 
     /// Draws the picture, scaled down, into its cell, over a checkerboard where it is transparent.
-    void draw(Vexorel::PrismDrift::Host::World& sheet, int cell,
-              const Vexorel::PrismDrift::Host::World& picture) const;
+    void draw(Host::World& sheet, int cell, const Host::World& picture) const;
 
 private:
     int margin() const { return mFontSize * 2; }
@@ -50,3 +51,5 @@ private:
     int mPictureWidth, mPictureHeight;
     int mTitleHeight, mSubtitleHeight, mLabelHeight; // of the texts; of labels the highest
 };
+
+} // namespace Vexorel::PrismDrift::CommandLine
