@@ -12,10 +12,10 @@
 #include <string>
 #include <utility>
 
-/// Ends the program after half a minute, so that a lost wake-up fails.
+/// Ends the program after a quarter of a minute, so that a lost wake-up fails.
 class BlockingTest : public testing::Test {
 protected:
-    BlockingTest() { alarm(30); }
+    BlockingTest() { alarm(15); }
 
     /// Makes a call on a thread of its own, and returns when that thread sleeps.
     template <typename Call>
@@ -28,10 +28,12 @@ protected:
         };
         auto result = std::async(std::launch::async, run, std::move(started));
         const std::string file = "/proc/self/task/" + std::to_string(thread.get()) + "/stat";
-        for (std::string text, state; state != "S";) {
-            EXPECT_EQ(result.wait_for(std::chrono::milliseconds(1)), std::future_status::timeout);
+        std::string text, state;
+        while (state != "S" &&
+               result.wait_for(std::chrono::milliseconds(1)) == std::future_status::timeout) {
             std::ifstream(file) >> text >> text >> state;
         }
+        EXPECT_EQ(state, "S") << "the call came back";
         return result;
     }
 };
