@@ -2,13 +2,6 @@
 
 #include "MathTesting.h"
 
-#include "Shared/Math/Barycentric.h"
-#include "Shared/Math/Box3.h"
-#include "Shared/Math/Euler.h"
-#include "Shared/Math/Mat4.h"
-#include "Shared/Math/Quaternion.h"
-#include "Shared/Math/Rect.h"
-
 #undef assert
 #define assert(condition) EXPECT_TRUE(condition)
 

@@ -1,16 +1,26 @@
 #pragma once
 
-/// What the math tests share: values as rows of doubles, compared to the bit or within a tolerance,
-/// and seeded random input.
+/// What the math tests share: the library, values as rows of doubles, compared to the bit or within
+/// a tolerance, and seeded random input.
+
+#include "Shared/Math/Barycentric.h"
+#include "Shared/Math/Box3.h"
+#include "Shared/Math/Euler.h"
+#include "Shared/Math/Mat4.h"
+#include "Shared/Math/Quaternion.h"
+#include "Shared/Math/Range.h"
+#include "Shared/Math/Rect.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstring>
+#include <functional>
+#include <initializer_list>
 #include <random>
+#include <utility>
 
 namespace Vexorel::PrismDrift::Testing {
 
@@ -35,6 +45,21 @@ testing::AssertionResult isNear(const Value& actual, const Value& expected, doub
 template <class Value>
 testing::AssertionResult isSame(const Value& actual, const Value& expected) {
     return isNear(actual, expected, 0.0);
+}
+
+/// Each first value must be the second, to the last bit.
+template <class Value>
+void expectSame(std::initializer_list<std::pair<Value, Value>> rows) {
+    for (auto row = rows.begin(); row != rows.end(); ++row) {
+        EXPECT_TRUE(isSame(row->first, row->second)) << "row " << row - rows.begin() + 1;
+    }
+}
+
+/// A value after a change by a member function or another, with these arguments.
+template <class Value, class Change, class... Arguments>
+Value changed(Value value, Change change, Arguments... arguments) {
+    std::invoke(change, value, arguments...);
+    return value;
 }
 
 /// Uniform values from -range to range, the same ones in every run.

@@ -1,18 +1,20 @@
-// Vec2, Affine and Rect.
+// Vec2, Affine, Rect and Range.
 
 #include "MathTesting.h"
 
-#include "Shared/Math/Affine.h"
-#include "Shared/Math/Rect.h"
-#include "Shared/Math/Vec3.h"
-
 namespace Vexorel::PrismDrift::Testing {
 
-TEST(Float, WrapsOnce) {
-    const double rows[][3] = {{350, 10, -20}, {10, 350, 20}, {10, 190, -180}, {800, 0, 440}};
+static_assert(std::is_same_v<decltype(&Vec2::getMin), void (Vec2::*)(const Vec2&)>);
+static_assert(std::is_same_v<decltype(&Affine::operator==), bool (Affine::*)(const Affine&)>);
+
+TEST(Float, ClampsAndWrapsOnce) {
+    const double rows[][3] = {
+        {350, 10, -20}, {10, 350, 20}, {190, 10, 180}, {10, 190, -180}, {800, 0, 440}};
     for (const auto& [a, b, expected] : rows) {
         EXPECT_EQ(cyclicDifference(a, b, 360.0), expected) << a << " - " << b;
     }
+    EXPECT_TRUE(clampScalar(0, 3, 1) == 3 && clampScalar(4, 3, 1) == 1) << "the low end first";
+    EXPECT_TRUE(std::isnan(clampScalar(NAN, 0, 1)));
 }
 
 TEST(Vec2, JudgesNearnessByManyRules) {
@@ -50,18 +52,34 @@ TEST(Vec2, TurnsInDegrees) {
     EXPECT_TRUE(Vec2(-1, -1).getQuadrant() == 3 && Vec2(0, -1).getQuadrant() == 4);
 }
 
-TEST(Vec2, ChangesInPlaceWhereNamesDoNotSay) {
-    Vec2 v(1, -5);
-    v.getMin({2, -6});
-    v.getMax({0, -4});
-    v.followSigns({-1, 0});
-    EXPECT_TRUE(isSame(v, Vec2(-1, -4)));
+TEST(Vec2, ComputesByItsDefinitions) {
+    const Vec2 v(2, 3);
+    double array[] = {7, 8, 9};
     double pair[] = {3e-13, 4e-13};
     Vec2::normalize(&pair[0], &pair[1]);
-    EXPECT_EQ(pair[0], 3e-13) << "too short";
-    EXPECT_TRUE(isSame(Vec2(2, 3).project({0, 5}), Vec2(0, 3)) && Vec2(2, 3).project({}).isZero());
-    EXPECT_TRUE(!Vec2::anchorOutward(v, {-2, 0}, {-1, 0}, false) && v.x == -1.0);
-    EXPECT_TRUE(Vec2::anchorInward(v, {-2, 0}, {-1, 0}) && v.x == 1.0);
+    expectSame<Vec2>({{v.normal(), {-3, 2}},
+                      {v.perpindicularLeft(), {-3, 2}},
+                      {v.perpindicularRight(), {3, -2}},
+                      {changed(v, &Vec2::prepen), {-3, 2}},
+                      {changed(v, &Vec2::getMin, Vec2(1, 4)), {1, 3}},
+                      {changed(v, &Vec2::getMax, Vec2(1, 4)), {2, 4}},
+                      {changed(v, &Vec2::clamp, Vec2(3, 0), Vec2(1, 1)), {3, 1}},
+                      {changed(v, &Vec2::followSigns, Vec2(-1, 0)), {-2, -3}},
+                      {changed(v, &Vec2::fromArray, nullptr, 9), v},
+                      {changed(v, &Vec2::fromArray, array, 1), {8, 9}},
+                      {{pair[0], pair[1]}, {3e-13, 4e-13}}, // too short
+                      {v.dotProduction({4, 5}), {8, 15}},
+                      {Vec2(-7, 7) % Vec2(4, -4), {-3, 3}},
+                      {v.project({0, 5}), {0, 3}},
+                      {v.project({}), {}},
+                      {Vec2::lerp({1, 0}, {3, 1}, 2.0), {5, 2}},
+                      {{v.cross({4, 5}), v.slope()}, {-2, 1.5}},
+                      {{v.lengthSquare(), Vec2::signedArea({}, {2, 0}, {0, 3})}, {13, 6}},
+                      {Vec2::centerToTopLefetPoint({1, 2}, {10, 20}), {6, 8}},
+                      {Vec2::topLeftToCenterPoint({6, 8}, {10, 20}), {1, 2}}});
+    Vec2 w(-1, -4);
+    EXPECT_TRUE(!Vec2::anchorOutward(w, {-2, 0}, {-1, 0}, false) && w.x == -1.0);
+    EXPECT_TRUE(Vec2::anchorInward(w, {-2, 0}, {-1, 0}) && w.x == 1.0);
 }
 
 TEST(Vec2, RelatesPointsAndLines) {
@@ -87,8 +105,6 @@ TEST(Vec2, RelatesPointsAndLines) {
     EXPECT_EQ(p.distanceToLine({1, 0}, {2, 0}), 4.0) << "the line has no ends";
     EXPECT_EQ(p.lineProjectionLength({5, 0}, {6, 0}), 2.0) << "never negative";
     EXPECT_TRUE(Vec2::intersecting({0, 0}, {1, 0}, {9, 1}, {9, 0})) << "on the line: right of it";
-    EXPECT_TRUE(isSame(Vec2::centerToTopLefetPoint({1, 2}, {10, 20}), Vec2(6, 8)));
-    EXPECT_TRUE(isSame(Vec2::topLeftToCenterPoint({6, 8}, {10, 20}), Vec2(1, 2)));
     EXPECT_TRUE(Vec2::oppositeQuadrant({1, 0}, {-1, 0}) && Vec2::oppositeQuadrant({0, 1}, {0, -1}));
     EXPECT_FALSE(Vec2::oppositeQuadrant({1, 1}, {-1, 1}) || Vec2::oppositeQuadrant({1, 1}, {1, 0}));
 }
@@ -144,20 +160,23 @@ TEST(Affine, RefusesToInvertBelowItsLimitAndRoundsItsScale) {
 }
 
 TEST(Rect, KeepsItsRules) {
-    Rect r(3, 4, 10, 20);
-    r.setRight(1);
-    r.setBottom(0.1F);
-    EXPECT_TRUE(isSame(r, Rect(3, 4, -2, double{0.1F} - 4.0)));
-    r.setSize({6, 8});
-    r.setCenter({0, 1});
-    EXPECT_TRUE(isSame(r.expand({1, 2}), Rect(-4, -5, 8, 12)) && isSame(r, Rect(-3, -3, 6, 8)));
-    EXPECT_TRUE(isSame(r.scale(2, 0.5F), Rect(-9, 1, 18, 0))) << "twice the growth of the factor";
-    r.setPoint({0, 0});
-    Rect beside(6, 0, 1, 8);
+    Rect r(-3, -3, 6, 8);
+    expectSame<Rect>({{changed(r, &Rect::setRight, 1), {-3, -3, 4, 8}},
+                      {changed(r, &Rect::setBottom, 0.1F), {-3, -3, 6, double{0.1F} + 3.0}},
+                      {changed(r, &Rect::setLeft, 1), {1, -3, 6, 8}},
+                      {changed(r, &Rect::setTop, 2), {-3, 2, 6, 8}},
+                      {changed(r, &Rect::setCenter, Vec2(1, 2)), {-2, -2, 6, 8}},
+                      {changed(r, &Rect::include, Vec2(7, -9)), {-3, -9, 10, 14}},
+                      {r.expand({1, 2}), {-4, -5, 8, 12}},
+                      {r.scale(2, 0.5F), {-9, 1, 18, 0}}, // twice the growth of the factor
+                      {r.intersect({5, -1, 1, 9}), {5, -1, -2, 6}}, // apart: negative
+                      {r.unite({3, -3, 1, 8}), {-3, -3, 7, 8}},
+                      {Rect(r.getTopRight(), r.getBottomRight()), {3, -3, 3, 5}},
+                      {Rect(r.getCenter(), {r.getArea(), 0}), {0, 1, 48, 0}}});
+    const Rect beside(3, -3, 1, 8);
     EXPECT_TRUE(r.touches(beside) && !r.intersects(beside) && !r.containsRect(beside));
-    EXPECT_TRUE(r.containsRect(r) && r.containsPoint({6, 0}) && !r.isEmpty());
-    EXPECT_TRUE(isSame(r.intersect({9, 2, 1, 9}), Rect(9, 2, -3, 6))) << "apart: negative";
-    EXPECT_TRUE(isSame(r.unite(beside), Rect(0, 0, 7, 8)));
+    EXPECT_TRUE(r.containsRect(r) && r.containsPoint({3, 0}) && !Rect(1, 1, 0, 5).isEmpty());
+    EXPECT_TRUE(Range(true).second == 2147483647 && Range(7).first == 7 && Range(7).second == 0);
 }
 
 } // namespace Vexorel::PrismDrift::Testing

@@ -2,10 +2,6 @@
 
 #include "MathTesting.h"
 
-#include "Shared/Math/Euler.h"
-#include "Shared/Math/Mat4.h"
-#include "Shared/Math/Quaternion.h"
-
 namespace Vexorel::PrismDrift::Testing {
 
 /// The axes of the orders from XYZ on, the last acting first.
@@ -28,11 +24,9 @@ TEST(Euler, GoesThereAndBackInEveryOrder) {
         double& middle = angles[axes[i % 6][1]];
         middle /= 2.2;
         const Euler e(angles[0], angles[1], angles[2], order);
-        Euler back;
-        back.setWithMat4(turnedBy(e), order);
+        Euler back = changed(Euler(), &Euler::setWithMat4, turnedBy(e), order);
         EXPECT_TRUE(isNear(Vec3(back.x, back.y, back.z), Vec3(e.x, e.y, e.z), 1e-10)) << order;
-        Quaternion q;
-        q.setWithEuler(e);
+        const Quaternion q = changed(Quaternion(), &Quaternion::setWithEuler, e);
         back.setWithQuaternion(q, Euler::None);
         EXPECT_TRUE(isNear(turnedBy(back), turnedBy(e), 1e-5)) << order;
         EXPECT_EQ(q.x, static_cast<float>(q.x)) << "single precision";
@@ -51,67 +45,55 @@ TEST(Euler, KeepsOrReplacesItsOrder) {
     const auto nameless = static_cast<Euler::RotationOrder>(7);
     e.setWithMat4(Mat4(true), nameless);
     EXPECT_TRUE(e == Euler(4, 5, 6, nameless)) << "stored, the angles left";
-    Quaternion q(1, 2, 3, 4);
-    q.setWithEuler(e);
-    EXPECT_TRUE(q == Quaternion(1, 2, 3, 4));
-    q.setWithEuler(Euler(pi / 2, 0, 0, Euler::XYZ));
-    EXPECT_TRUE(q == Quaternion(0.7071067690849304, 0, 0, 0.7071067690849304));
+    const Quaternion q(1, 2, 3, 4);
+    EXPECT_TRUE(changed(q, &Quaternion::setWithEuler, e) == q);
+    EXPECT_TRUE(changed(q, &Quaternion::setWithEuler, Euler(pi / 2, 0, 0, Euler::XYZ)) ==
+                Quaternion(0.7071067690849304, 0, 0, 0.7071067690849304));
     Mat4 m(true);
     m.m[8] = 1.0 + 1e-9;
-    e.setWithMat4(m, Euler::XYZ);
-    EXPECT_TRUE(e == Euler(0, std::asin(1.0), 0, Euler::XYZ)) << "clamped";
+    EXPECT_EQ(changed(e, &Euler::setWithMat4, m, Euler::XYZ).y, std::asin(1.0)) << "clamped";
+    m.m[4] = -1.0;
+    m.m[8] = 0.999998995; // between 0.999999 in single and in double precision
+    EXPECT_EQ(changed(e, &Euler::setWithMat4, m, Euler::XYZ).z, 0.0) << "locked";
 }
 
 TEST(Quaternion, TurnsVectorsAsItsMatrixDoes) {
     Random random;
     for (int i = 0; i < 100; ++i) {
         Vec3 axis = random.make<Vec3>();
-        Vec3 v = random.make<Vec3>();
+        const Vec3 v = changed(random.make<Vec3>(), &Vec3::normalize);
         const double angle = std::abs(random(pi));
         Quaternion q;
         q.set(axis, angle);
-        Mat4 m(false);
-        m.setWithQuaternion(q);
+        Mat4 m = changed(Mat4(false), &Mat4::setWithQuaternion, q);
         Mat4 rotation(false);
         rotation.setRotation(angle, axis);
         EXPECT_TRUE(isNear(m, rotation));
         EXPECT_TRUE(isNear(Quaternion::quaternionMulVec3(q, v), rotation * v));
         EXPECT_NEAR(q.getRotationAngle() * pi / 180.0, angle, 1e-6) << "degrees";
-        Quaternion other;
-        other.setWithMat4(m);
-        EXPECT_NEAR(std::abs(other.dot(q)), 1.0, 1e-12);
+        EXPECT_NEAR(std::abs(changed(q, &Quaternion::setWithMat4, m).dot(q)), 1.0, 1e-12);
         axis.normalize();
-        v.normalize();
-        other.setWithDirection(axis, v);
+        const Quaternion other(axis, v);
         EXPECT_TRUE(isNear(Quaternion::quaternionMulVec3(other, axis), v));
         m.setWithQuaternion(other);
-        Quaternion products[] = {q, other};
-        products[0].multiply(other);
-        products[1].premultiply(q);
-        EXPECT_TRUE(products[0] == products[1]);
-        rotation.mult(m);
-        m.setWithQuaternion(products[0]);
-        EXPECT_TRUE(isNear(m, rotation)) << "the argument acts first";
-        products[0].setInverse();
-        products[1].multiply(products[0]);
-        EXPECT_TRUE(isNear(products[1], Quaternion()));
+        const Quaternion product = changed(q, &Quaternion::multiply, other);
+        EXPECT_TRUE(changed(other, &Quaternion::premultiply, q) == product);
+        EXPECT_TRUE(isNear(changed(m, &Mat4::setWithQuaternion, product), rotation * m));
+        const Quaternion inverse = changed(product, &Quaternion::setInverse);
+        EXPECT_TRUE(isNear(changed(inverse, &Quaternion::multiply, product), Quaternion()));
     }
     for (const Vec3& axis : {Vec3(1, 0, 0), Vec3(0, 1, 0), Vec3(0, 0, 1)}) {
-        Mat4 m(false);
-        m.setScale(axis * 2.0 - 1.0);
-        Quaternion half;
-        half.setWithMat4(m);
-        EXPECT_TRUE(half == Quaternion(axis.x, axis.y, axis.z, 0)) << "each branch";
+        const Mat4 m = changed(Mat4(false), [&](Mat4& half) { half.setScale(axis * 2.0 - 1.0); });
+        EXPECT_TRUE(changed(Quaternion(), &Quaternion::setWithMat4, m) ==
+                    Quaternion(axis.x, axis.y, axis.z, 0));
     }
 }
 
 TEST(Quaternion, InterpolatesAlongTheShorterArc) {
     Random random;
     for (int i = 0; i < 50; ++i) {
-        Quaternion a = random.make<Quaternion>();
-        Quaternion b = random.make<Quaternion>();
-        a.normalize();
-        b.normalize();
+        Quaternion a = changed(random.make<Quaternion>(), &Quaternion::normalize);
+        const Quaternion b = changed(random.make<Quaternion>(), &Quaternion::normalize);
         const double t = random(2.0);
         Quaternion c = Quaternion::lerp(a, b, t);
         EXPECT_NEAR(c.dot(a), std::cos(t * std::acos(std::abs(a.dot(b)))), 1e-9);
@@ -127,14 +109,23 @@ TEST(Quaternion, InterpolatesAlongTheShorterArc) {
 }
 
 TEST(Quaternion, HasItsDegenerateCases) {
-    Quaternion q;
-    q.set(1, 2, 3);
-    EXPECT_TRUE(q == Quaternion(1, 2, 3, 1) && q.lengthSq() == 15.0) << "w stays";
+    double array[] = {0, 0, 0, 0, 2, 0, 0, 0};
+    const Mat4 halfTurn(0, 1, 0, 0, 1, 0, 0, 0, 0, 0, -1, 0, 0, 0, 0, 1, true);
+    const double tie = 0.7071067811865475; // of x and y: y is formed from the diagonal
+    expectSame<Quaternion>(
+        {{changed(Quaternion(), [](Quaternion& q) { q.set(1, 2, 3); }), {1, 2, 3, 1}},
+         {changed(Quaternion(), &Quaternion::setWithArray, array, 1), {0, 0, 0, 2}},
+         {changed(Quaternion(), &Quaternion::setWithMat4, halfTurn),
+          {tie, 0.7071067811865476, 0, 0}},
+         {changed(Quaternion(1, 2, 3), &Quaternion::conjugate), {-1, -2, -3, 1}},
+         {changed(Quaternion(0, 0, 0, 2), &Quaternion::setInverse), {}},
+         {changed(Quaternion(0, 0, 0, 0), &Quaternion::normalize), {}},
+         {Quaternion(Vec3(1, 0, 0), Vec3(-1, 0, 0)), {0, 1, 0, 0}},
+         {Quaternion(Vec3(0, 0, 1), Vec3(0, 0, -1)), {0, -1, 0, 0}}});
     EXPECT_NEAR(Quaternion(Vec3(2, 0, 0), pi).length(), 2.0, 1e-12) << "the axis as it is";
-    q.setWithDirection({1, 0, 0}, {-1, 0, 0});
-    EXPECT_TRUE(q == Quaternion(0, 1, 0, 0));
-    q.setWithDirection({0, 0, 1}, {0, 0, -1});
-    EXPECT_TRUE(q == Quaternion(0, -1, 0, 0) && Quaternion().getRotationAxis() == Vec3(0, 0, 1));
+    EXPECT_TRUE(Quaternion().getRotationAxis() == Vec3(0, 0, 1));
+    Quaternion(1, 2, 3).toArray(array, 2);
+    EXPECT_THAT(array, testing::ElementsAre(0, 0, 1, 2, 3, 1, 0, 0));
 }
 
 } // namespace Vexorel::PrismDrift::Testing
