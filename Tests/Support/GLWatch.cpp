@@ -10,11 +10,12 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <map>
 #include <mutex>
 #include <numeric>
+#include <set>
 #include <utility>
+#include <vector>
 
 namespace Testing {
 namespace {
@@ -97,13 +98,15 @@ void noteNames(Record& record, const std::string& function, const glbinding::Fun
     }
 }
 
-/// The call as it would stand in a program.
+/// "Name(argument, ARGUMENT)", without the prefixes gl and GL_.
 std::string textOf(const glbinding::FunctionCall& call) {
-    std::string text = call.function->name();
-    for (std::size_t i = 0; i < call.parameters.size(); ++i) {
-        text += (i == 0 ? "(" : ", ") + call.parameters[i]->asString();
+    std::string text = std::string(call.function->name()).substr(2) + "(";
+    for (const auto* parameter : call.parameters) {
+        const std::string argument = parameter->asString();
+        text += (parameter != call.parameters.front() ? ", " : "") +
+                argument.substr(startsWith(argument, "GL_") ? 3 : 0);
     }
-    return text + (call.parameters.empty() ? "()" : ")");
+    return text + ")";
 }
 
 void replaceAnswer(const Record& record, const glbinding::FunctionCall& call) {
@@ -218,21 +221,21 @@ int GLWatch::calls() {
     });
 }
 
-std::vector<std::string> GLWatch::callsDuring(const std::function<void()>& work,
-                                              const std::set<std::string>& functions) {
+std::string GLWatch::callsDuring(const std::function<void()>& work, const std::string& functions) {
     onRecord([](Record& record) { record.logging = true; });
     work();
-    auto log = onRecord([](Record& record) {
+    const auto log = onRecord([](Record& record) {
         record.logging = false;
         return std::exchange(record.log, {});
     });
-    const auto unwanted = [&](const std::string& call) {
-        return functions.count(call.substr(0, call.find('('))) == 0;
-    };
-    if (!functions.empty()) {
-        log.erase(std::remove_if(log.begin(), log.end(), unwanted), log.end());
+    std::string wanted;
+    for (const std::string& call : log) {
+        const std::string name = " " + call.substr(0, call.find('(')) + " ";
+        if (functions.empty() || (" " + functions + " ").find(name) != std::string::npos) {
+            wanted += (wanted.empty() ? "" : " ") + call;
+        }
     }
-    return log;
+    return wanted;
 }
 
 std::string GLWatch::messages() {

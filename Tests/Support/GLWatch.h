@@ -6,9 +6,7 @@
 #include <glbinding/gl/types.h>
 
 #include <functional>
-#include <set>
 #include <string>
-#include <vector>
 
 namespace Testing {
 
@@ -46,10 +44,10 @@ public:
     /// How many calls there were of all functions.
     static int calls();
 
-    /// The calls that `work` makes, in order, as "glName(argument, argument)"; if `functions` are
-    /// given, only theirs.
-    static std::vector<std::string> callsDuring(const std::function<void()>& work,
-                                                const std::set<std::string>& functions = {});
+    /// The calls that `work` makes, in order, as "Name(argument, ARGUMENT) Name()", without the
+    /// prefixes gl and GL_. If `functions` are given, separated by spaces, only theirs.
+    static std::string callsDuring(const std::function<void()>& work,
+                                   const std::string& functions = "");
 
     /// All that was written to the message sink.
     static std::string messages();
