@@ -61,10 +61,8 @@ TEST_F(Context, SharesTexturesWithItsGroupButNotWhatIsPerContext) {
     glBindTexture(GL_TEXTURE_2D, texture);
     PerContextName name;
     name.generate(glGenVertexArrays);
+    name.generate(glGenVertexArrays); // there is one already
     const GLuint first = name;
-    EXPECT_NE(first, 0U);
-    name.generate(glGenVertexArrays);
-    EXPECT_EQ(GLuint{name}, first);
     context->makeContextCurrent();
     EXPECT_TRUE(glIsTexture(texture));
     EXPECT_EQ(GLuint{name}, 0U);
@@ -74,70 +72,70 @@ TEST_F(Context, SharesTexturesWithItsGroupButNotWhatIsPerContext) {
     EXPECT_EQ(GLWatch::names("VertexArrays"), 1);
     EXPECT_EQ(GLuint{name}, 0U);
     second->makeContextCurrent();
-    EXPECT_EQ(GLuint{name}, first);
+    EXPECT_TRUE(first != 0 && name == first);
     glDeleteTextures(1, &texture);
-    second.reset(); // unbinds it, and takes the name with it
+    second.reset(); // unbinds it
     EXPECT_EQ(CGLGetCurrentContext(), CGLContextObj());
     EXPECT_EQ(GLuint{name}, 0U);
 }
 
 TEST_F(Context, FlushesWhatTheSaverLeavesUnlessItIsIncomplete) {
-    /// How often going back to the first context flushes, and looks at the frame buffer.
     const auto leave = [&] {
-        const int flushes = GLWatch::callsOf("glFlush");
-        const int looks = GLWatch::callsOf("glCheckFramebufferStatus");
-        SaveRestoreGLContextMac saver;
-        saver.setMRC(context->mCGLContext); // known at the low level only
-        saver.restore();
+        const auto calls = GLWatch::callsDuring(
+            [&] {
+                SaveRestoreGLContextMac saver;
+                saver.setMRC(context->mCGLContext); // known at the low level only
+                saver.restore();
+            },
+            "Flush CheckFramebufferStatus");
         EXPECT_EQ(CGLGetCurrentContext(), context->mCGLContext);
         second->makeContextCurrent();
-        return std::pair(GLWatch::callsOf("glFlush") - flushes,
-                         GLWatch::callsOf("glCheckFramebufferStatus") - looks);
+        return calls;
     };
-    EXPECT_THAT(leave(), Pair(1, 0)); // frame buffer 0
-    GLuint names[2] = {};
-    glGenFramebuffers(1, &names[0]);
-    glBindFramebuffer(GL_FRAMEBUFFER, names[0]);
-    EXPECT_THAT(leave(), Pair(0, 1)); // incomplete
-    glGenRenderbuffers(1, &names[1]);
-    glBindRenderbuffer(GL_RENDERBUFFER, names[1]);
-    glRenderbufferStorage(GL_RENDERBUFFER, GL_RGBA, 4, 4);
-    glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, names[1]);
-    EXPECT_THAT(leave(), Pair(1, 1));
-    glDeleteFramebuffers(1, &names[0]);
-    glDeleteRenderbuffers(1, &names[1]);
-    const int before = GLWatch::calls();
-    AEOpenGLContext::makeCurrentFlush(second->mCGLContext); // which is current
-    second->makeContextCurrent();
-    releaseCurrentEgl();
-    AEOpenGLContext::makeCurrentFlush(second->mCGLContext); // from nothing
-    EXPECT_EQ(GLWatch::calls(), before);
+    EXPECT_EQ(leave(), "Flush()"); // frame buffer 0
+    GLuint frameBuffer = 0;
+    GLuint texture = 0;
+    glGenFramebuffers(1, &frameBuffer);
+    glBindFramebuffer(GL_FRAMEBUFFER, frameBuffer);
+    EXPECT_EQ(leave(), "CheckFramebufferStatus(FRAMEBUFFER)"); // incomplete
+    glGenTextures(1, &texture);
+    glBindTexture(GL_TEXTURE_2D, texture);
+    glTexImage2D(GL_TEXTURE_2D, 0, asInteger(GL_RGBA), 4, 4, 0, GL_RGBA, GL_FLOAT, nullptr);
+    glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, texture, 0);
+    EXPECT_EQ(leave(), "CheckFramebufferStatus(FRAMEBUFFER) Flush()");
+    glDeleteFramebuffers(1, &frameBuffer);
+    glDeleteTextures(1, &texture);
+    EXPECT_EQ(GLWatch::callsDuring([&] {
+                  AEOpenGLContext::makeCurrentFlush(second->mCGLContext); // which is current
+                  second->makeContextCurrent();
+                  releaseCurrentEgl();
+                  AEOpenGLContext::makeCurrentFlush(second->mCGLContext); // from nothing
+              }),
+              "");
     EXPECT_EQ(CGLGetCurrentContext(), second->mCGLContext);
 }
 
 TEST_F(Context, IsPutBackOnceByTheSaver) {
     SaveRestoreGLContextMac saver;
+    /// What is current after a command that uses the first context.
+    const auto restored = [&] {
+        context->makeContextCurrent();
+        saver.restore();
+        EXPECT_TRUE(saver.mRestored());
+        return NSOpenGLContext::currentContext();
+    };
     EXPECT_EQ(saver.init(), &saver);
-    context->makeContextCurrent();
-    saver.restore();
-    EXPECT_EQ(CGLGetCurrentContext(), second->mCGLContext);
-    context->makeContextCurrent();
-    saver.restore();
-    EXPECT_TRUE(context->isCurrent());
-    saver.setMRestored(false);
+    EXPECT_EQ(restored(), second->mNSContext);
+    EXPECT_EQ(restored(), context->mNSContext); // which a second restore leaves
+    second->makeContextCurrent();
+    saver.init();
+    EXPECT_EQ(restored(), second->mNSContext);
+    saver.init();
     second.reset(); // a context that has died is skipped
-    saver.restore();
-    EXPECT_TRUE(context->isCurrent());
-    second = std::make_unique<AEOpenGLContext>(context.get());
-    saver.init(); // anew
-    context->makeContextCurrent();
-    saver.restore();
-    EXPECT_TRUE(CGLGetCurrentContext() == second->mCGLContext && saver.mRestored());
+    EXPECT_EQ(restored(), context->mNSContext);
     releaseCurrentEgl();
     saver.init();
-    context->makeContextCurrent();
-    saver.restore(); // where nothing was recorded ours stays
-    EXPECT_TRUE(context->isCurrent());
+    EXPECT_EQ(restored(), context->mNSContext); // where nothing was recorded ours stays
 }
 
 class Manager : public ::testing::Test {
@@ -160,15 +158,14 @@ TEST_F(Manager, GivesEachThreadItsContext) {
     const int firstId = M::mContextCount;
     M::setupContextManager();
     AEOpenGLContext* shared = M::getSharedDataContext();
-    EXPECT_TRUE(shared->isCurrent());
     M::setupContextManager();
     EXPECT_EQ(M::getSharedDataContext(), shared);
+    EXPECT_TRUE(shared->isCurrent());
     GLuint texture = 0;
     glGenTextures(1, &texture);
     glBindTexture(GL_TEXTURE_2D, texture);
     AEOpenGLContext* own = M::getCurrentRenderContext();
-    EXPECT_TRUE(own->isCurrent());
-    EXPECT_TRUE(glIsTexture(texture)); // one share group
+    EXPECT_TRUE(own->isCurrent() && glIsTexture(texture) == GL_TRUE); // in one share group
     glDeleteTextures(1, &texture);
     shared->makeContextCurrent();
     EXPECT_EQ(M::getCurrentRenderContext(), own);
@@ -179,8 +176,7 @@ TEST_F(Manager, GivesEachThreadItsContext) {
     }).join();
     EXPECT_THAT(contexts(), ElementsAre(Pair(firstId, own)));
     M::releaseContextManager();
-    EXPECT_EQ(M::getSharedDataContext(), nullptr);
-    EXPECT_EQ(M::getCurrentRenderContext(), nullptr);
+    EXPECT_TRUE(M::getSharedDataContext() == nullptr && M::getCurrentRenderContext() == nullptr);
     EXPECT_THAT(contexts(), ElementsAre(Pair(firstId, nullptr)));
     M::releaseContextManager(); // skips the null
     M::setupContextManager();
