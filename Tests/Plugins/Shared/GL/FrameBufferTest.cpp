@@ -208,12 +208,9 @@ TEST_P(FrameBuffer, EndsAFrameInTheHostsPixelOrderInEachContext) {
         const FloatPixel expected{0.4F, 0.25F, 0.5F, 0};
         EXPECT_THAT(read, Each(Pointwise(FloatNear(1.1F / 255), expected)));
         EXPECT_EQ(GLWatch::names("Textures"), 0);
-        // What stays attached where it is no longer used outlives its deletion.
-        for (const GLuint unused : {GLuint{target.mResolveFrameBuffer}, drawingFrameBuffer()}) {
-            if (multisample) {
-                glBindFramebuffer(GL_FRAMEBUFFER, unused);
-                EXPECT_EQ(attached(GL_COLOR_ATTACHMENT0), 0U);
-            }
+        for (const GLuint name : {GLuint{target.mResolveFrameBuffer}, drawingFrameBuffer()}) {
+            glBindFramebuffer(GL_FRAMEBUFFER, name); // what stayed attached would not be deleted
+            EXPECT_EQ(multisample ? attached(GL_COLOR_ATTACHMENT0) : 0U, 0U);
         }
     };
     expectFrame();
@@ -228,44 +225,39 @@ TEST_P(FrameBuffer, EndsAFrameInTheHostsPixelOrderInEachContext) {
 }
 
 TEST_P(FrameBuffer, DrawsIntoTexturesInBetween) {
-    std::array<GLint, 4> viewport{};
     target.prepare(6, 4, multisample);
     target.beginDrawing();
     fill(0, 1, 0, 1);
-    const int frameBuffers = GLWatch::names("Framebuffers");
     const GLuint texture = target.createRenderTexture(Vec2(4, 4), true);
     glBindTexture(GL_TEXTURE_2D, texture);
     glGenerateMipmap(GL_TEXTURE_2D);
-    target.pushNormalRenderContext(texture);
-    EXPECT_EQ(integer(GL_RENDERBUFFER_BINDING), 0);
-    glGetIntegerv(GL_VIEWPORT, viewport.data());
-    EXPECT_THAT(viewport, ElementsAre(0, 0, 6, 4)); // is not touched
-    fill(1, 0, 0, 1);
-    target.popNormalRenderContext();
-    target.pushNormalRenderContext(texture, Vec2(2.9, 2.2), 1);
-    EXPECT_EQ(GLWatch::names("Framebuffers"), frameBuffers + 1);
-    glGetIntegerv(GL_VIEWPORT, viewport.data());
-    EXPECT_THAT(viewport, ElementsAre(0, 0, 2, 2));
-    fill(0, 0, 1, 1);
-    const auto bound = static_cast<GLuint>(integer(GL_FRAMEBUFFER_BINDING));
-    glBindFramebuffer(GL_FRAMEBUFFER, drawingFrameBuffer());
-    glDrawBuffer(GL_NONE);
-    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, bound);
-    target.popNormalRenderContext(); // of what is drawn to, not of what is read
-    glGetIntegerv(GL_VIEWPORT, viewport.data());
-    EXPECT_THAT(viewport, ElementsAre(0, 0, 6, 4));
-    EXPECT_EQ(integer(GL_RENDERBUFFER_BINDING), asInteger(target.mRenderBufferStack.back()));
+    const auto draw = [&] {
+        target.pushNormalRenderContext(texture);
+        fill(1, 0, 0, 1);
+        target.popNormalRenderContext();
+        target.pushNormalRenderContext(texture, Vec2(2.9, 2.2), 1);
+        fill(0, 0, 1, 1);
+        glBindFramebuffer(GL_READ_FRAMEBUFFER, drawingFrameBuffer());
+        target.popNormalRenderContext(); // of what is drawn to
+    };
+    EXPECT_EQ(GLWatch::callsDuring(draw, "BindRenderbuffer ClearColor Clear Viewport"),
+              "BindRenderbuffer(RENDERBUFFER, 0) ClearColor(0, 0, 0, 0) Clear(COLOR_BUFFER_BIT) "
+              "ClearColor(1, 0, 0, 1) Clear(COLOR_BUFFER_BIT) BindRenderbuffer(RENDERBUFFER, 0) "
+              "BindRenderbuffer(RENDERBUFFER, 2) Viewport(0, 0, 6, 4) "
+              "BindRenderbuffer(RENDERBUFFER, 0) ClearColor(0, 0, 0, 0) Clear(COLOR_BUFFER_BIT) "
+              "Viewport(0, 0, 2, 2) ClearColor(0, 0, 1, 1) Clear(COLOR_BUFFER_BIT) "
+              "BindRenderbuffer(RENDERBUFFER, 0) BindRenderbuffer(RENDERBUFFER, 2) "
+              "Viewport(0, 0, 6, 4)");
     expectTopAttached();
-    EXPECT_EQ(GLWatch::names("Framebuffers"), frameBuffers);
+    EXPECT_EQ(GLWatch::callsOf("glDrawBuffers"), 2);
+    EXPECT_EQ(GLWatch::names("Framebuffers"), multisample ? 3 : 1);
     EXPECT_THAT(contents(texture, 4, 1), Each(ElementsAre(0, 0, 1, 1)));
-    EXPECT_THAT(take(texture, 16), Each(ElementsAre(1, 0, 0, 1))); // level 0 stays as it was
+    EXPECT_THAT(contents(texture, 16), Each(ElementsAre(1, 0, 0, 1))); // level 0 stays as it was
     EXPECT_THAT(take(target.popRenderContext(), 24), Each(ElementsAre(0, 1, 0, 1)));
-    const GLuint alone = target.createRenderTexture(false);
-    EXPECT_THAT(GLWatch::callsDuring([&] { target.pushNormalRenderContext(alone); }),
-                ::testing::EndsWith("ClearColor(0, 0, 0, 0) Clear(COLOR_BUFFER_BIT)"));
+    target.pushNormalRenderContext(texture);
     target.popNormalRenderContext(); // with no target below
     EXPECT_EQ(integer(GL_FRAMEBUFFER_BINDING), 0);
-    glDeleteTextures(1, &alone);
+    glDeleteTextures(1, &texture);
 }
 
 TEST_P(Multisampling, TexturesAreClampedAndFullOfZeros) {

@@ -24,23 +24,19 @@ out vec4 v;
 void main() { v = vec4(a1) + vec4(a2, a2) + vec4(a3, 1.0) + a4; gl_Position = v; }
 )";
 
-const char* const kFragment = R"(#version 330
-uniform int i1; uniform ivec2 i2; uniform ivec3 i3; uniform ivec4 i4;
-uniform int ia1[2]; uniform ivec2 ia2[2]; uniform ivec3 ia3[2]; uniform ivec4 ia4[2];
-uniform float f1; uniform vec2 f2; uniform vec3 f3; uniform vec4 f4;
-uniform float fa1[2]; uniform vec2 fa2[2]; uniform vec3 fa3[2]; uniform vec4 fa4[2];
-uniform mat3 m3[2]; uniform mat4 m4; uniform sampler2D s;
-in vec4 v;
-out vec4 colour;
-void main()
-{
-    ivec4 i = ivec4(i1 + ia1[0] + ia1[1]) + (i2 + ia2[0] + ia2[1]).xyxy +
-              (i3 + ia3[0] + ia3[1]).xyzx + i4 + ia4[0] + ia4[1];
-    vec4 f = vec4(f1 + fa1[0] + fa1[1]) + (f2 + fa2[0] + fa2[1]).xyxy +
-             (f3 + fa3[0] + fa3[1]).xyzx + f4 + fa4[0] + fa4[1];
-    colour = v + vec4(i) + f + vec4((m3[0] + m3[1]) * v.xyz, 1.0) + m4 * v + texture(s, v.xy);
+const char* const kTypes[] = {"int", "ivec2", "ivec3", "ivec4", "float", "vec2", "vec3", "vec4"};
+
+/// An array of two of each type, called after it, two matrices and a sampler.
+std::string fragmentSource() {
+    std::string uniforms;
+    std::string sum = "v + texture(s, v.xy) + m4 * v + vec4((m3[0] + m3[1]) * v.xyz, 1.0)";
+    for (const std::string type : kTypes) {
+        uniforms += "uniform " + type + " " + type + "s[2];\n";
+        sum += " + float(" + type + "s[0]) + float(" + type + "s[1])";
+    }
+    return "#version 330\nuniform mat3 m3[2];\nuniform mat4 m4;\nuniform sampler2D s;\n" +
+           uniforms + "in vec4 v;\nout vec4 colour;\nvoid main() { colour = " + sum + "; }\n";
 }
-)";
 
 const std::string kPlainVertex = "#version 330\nvoid main() { gl_Position = vec4(0); }\n";
 const std::string kPlainFragment = "#version 330\nout vec4 c;\nvoid main() { c = vec4(1); }\n";
@@ -58,7 +54,8 @@ protected:
         return values;
     }
 
-    std::unique_ptr<OpenglShader> shader = std::make_unique<OpenglShader>(kVertex, kFragment);
+    std::unique_ptr<OpenglShader> shader =
+        std::make_unique<OpenglShader>(kVertex, fragmentSource());
 };
 
 TEST_F(Shader, SetsEveryFormOfUniform) {
@@ -76,26 +73,26 @@ TEST_F(Shader, SetsEveryFormOfUniform) {
         Values expected;
     };
     const Case cases[] = {
-        {[&] { s.setUniform1i("i1", -1); }, "i1", {-1}},
-        {[&] { s.setUniform2i("i2", 2, 3); }, "i2", {2, 3}},
-        {[&] { s.setUniform3i("i3", 4, 5, 6); }, "i3", {4, 5, 6}},
-        {[&] { s.setUniform4i("i4", 7, 8, 9, 10); }, "i4", {7, 8, 9, 10}},
-        {[&] { s.setUniform1f("f1", 0.25F); }, "f1", {0.25F}},
-        {[&] { s.setUniform2f("f2", 1.25F, 2); }, "f2", {1.25F, 2}},
-        {[&] { s.setUniform3f("f3", 3.25F, 4, 5); }, "f3", {3.25F, 4, 5}},
-        {[&] { s.setUniform4f("f4", 6.25F, 7, 8, 9); }, "f4", {6.25F, 7, 8, 9}},
-        {[&] { s.setUniform2f("f2", Vec2(0.1, -1e30)); }, "f2", {0.1F, -1e30F}},
-        {[&] { s.setUniform3f("f3", Vec3(0.1, 0.2, 3)); }, "f3", {0.1F, 0.2F, 3}},
-        {[&] { s.setUniform4f("f4", Vec4(0.1, 2, 3, 4)); }, "f4", {0.1F, 2, 3, 4}},
-        {[&] { s.setUniform4f("f4", Color(5, 6, 0.7, 8)); }, "f4", {5, 6, 0.7F, 8}},
-        {[&] { s.setUniform1iv("ia1", is, 2); }, "ia1[1]", {2}},
-        {[&] { s.setUniform2iv("ia2", is, 2); }, "ia2[1]", {3, 4}},
-        {[&] { s.setUniform3iv("ia3", is, 2); }, "ia3[1]", {4, 5, 6}},
-        {[&] { s.setUniform4iv("ia4", is, 2); }, "ia4[1]", {5, 6, 7, 8}},
-        {[&] { s.setUniform1fv("fa1", fs, 2); }, "fa1[1]", {1.5F}},
-        {[&] { s.setUniform2fv("fa2", fs, 2); }, "fa2[1]", {2.5F, 3.5F}},
-        {[&] { s.setUniform3fv("fa3", fs, 2); }, "fa3[1]", {3.5F, 4.5F, 5.5F}},
-        {[&] { s.setUniform4fv("fa4", fs, 2); }, "fa4[1]", {4.5F, 5.5F, 6.5F, 7.5F}},
+        {[&] { s.setUniform1i("ints", -1); }, "ints", {-1}},
+        {[&] { s.setUniform2i("ivec2s", 2, 3); }, "ivec2s", {2, 3}},
+        {[&] { s.setUniform3i("ivec3s", 4, 5, 6); }, "ivec3s", {4, 5, 6}},
+        {[&] { s.setUniform4i("ivec4s", 7, 8, 9, 10); }, "ivec4s", {7, 8, 9, 10}},
+        {[&] { s.setUniform1f("floats", 0.25F); }, "floats", {0.25F}},
+        {[&] { s.setUniform2f("vec2s", 1.25F, 2); }, "vec2s", {1.25F, 2}},
+        {[&] { s.setUniform3f("vec3s", 3.25F, 4, 5); }, "vec3s", {3.25F, 4, 5}},
+        {[&] { s.setUniform4f("vec4s", 6.25F, 7, 8, 9); }, "vec4s", {6.25F, 7, 8, 9}},
+        {[&] { s.setUniform2f("vec2s", Vec2(0.1, -1e30)); }, "vec2s", {0.1F, -1e30F}},
+        {[&] { s.setUniform3f("vec3s", Vec3(0.1, 0.2, 3)); }, "vec3s", {0.1F, 0.2F, 3}},
+        {[&] { s.setUniform4f("vec4s", Vec4(0.1, 2, 3, 4)); }, "vec4s", {0.1F, 2, 3, 4}},
+        {[&] { s.setUniform4f("vec4s", Color(5, 6, 0.7, 8)); }, "vec4s", {5, 6, 0.7F, 8}},
+        {[&] { s.setUniform1iv("ints", is, 2); }, "ints[1]", {2}},
+        {[&] { s.setUniform2iv("ivec2s", is, 2); }, "ivec2s[1]", {3, 4}},
+        {[&] { s.setUniform3iv("ivec3s", is, 2); }, "ivec3s[1]", {4, 5, 6}},
+        {[&] { s.setUniform4iv("ivec4s", is, 2); }, "ivec4s[1]", {5, 6, 7, 8}},
+        {[&] { s.setUniform1fv("floats", fs, 2); }, "floats[1]", {1.5F}},
+        {[&] { s.setUniform2fv("vec2s", fs, 2); }, "vec2s[1]", {2.5F, 3.5F}},
+        {[&] { s.setUniform3fv("vec3s", fs, 2); }, "vec3s[1]", {3.5F, 4.5F, 5.5F}},
+        {[&] { s.setUniform4fv("vec4s", fs, 2); }, "vec4s[1]", {4.5F, 5.5F, 6.5F, 7.5F}},
         {[&] { s.setUniformMatrix3f("m3", affines, 2); }, "m3[0]", {1, 2, 0, 3, 4, 0, 5, 6, 1}},
         {[&] { s.setUniformMatrix3f("m3", affines, 0); },
          "m3[1]",
@@ -109,7 +106,7 @@ TEST_F(Shader, SetsEveryFormOfUniform) {
         }
     };
     EXPECT_EQ(GLWatch::callsDuring(setAll), ""); // there is no program yet
-    EXPECT_EQ(s.getUniformLocation("f1"), -1);
+    EXPECT_EQ(s.getUniformLocation("floats"), -1);
     shader->useProgram();
     for (const Case& c : cases) {
         c.set();
