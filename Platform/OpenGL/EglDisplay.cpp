@@ -61,8 +61,8 @@ std::vector<EGLDeviceEXT> hardwareDevices() {
     return devices;
 }
 
-/// The displays worth a try, the best first. Those behind the first that draws in hardware aren't
-/// opened.
+/// The displays to try, the best first. A display is opened only if none before it draws in
+/// hardware.
 class DisplayCandidates {
 public:
     DisplayCandidates() {

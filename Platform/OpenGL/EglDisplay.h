@@ -8,7 +8,7 @@
 
 namespace Platform {
 
-/// Selects desktop OpenGL as the thread's rendering API and puts the former one back at the end.
+/// Selects desktop OpenGL as the thread's rendering API, and the former API again at its end.
 class RenderingApiScope {
 public:
     RenderingApiScope();

@@ -1,7 +1,7 @@
 #pragma once
 
-/// The little of GLX that it takes to leave a host's context and to put it back. Kept apart because
-/// GLX's header can't be included beside the GL headers that the rest uses.
+/// The GLX calls that leave a host's context and make it current again. They have a file of their
+/// own because GLX's header can't be included beside the GL headers that the rest uses.
 
 #include "Platform/OpenGL/OpenGLContext.h"
 

@@ -31,7 +31,7 @@ NSOpenGLContext* findLiving(std::uint64_t number) {
 }
 
 /// What this layer last made current on the thread. A host may have switched since, and another
-/// thread may have invalidated it, so both are looked at before it is believed.
+/// thread may have invalidated it, so ownCurrent() checks both.
 struct OwnCurrent {
     std::uint64_t number = 0;
     EGLDisplay display = EGL_NO_DISPLAY;
@@ -40,7 +40,7 @@ struct OwnCurrent {
 
 thread_local OwnCurrent tOwnCurrent;
 
-/// Whether the driver knows the context, which is asked before its handle is believed.
+/// Whether the driver still knows the context. The handle alone proves nothing.
 bool driverKnows(EGLDisplay display, EGLContext context) {
     EGLint type = 0;
     return eglQueryContext(display, context, EGL_CONTEXT_CLIENT_TYPE, &type) == EGL_TRUE;
@@ -84,7 +84,7 @@ bool makeEglCurrent(const CGLContextObj& context) {
     return false;
 }
 
-/// EGL has to be left first; where GLX refuses it is put back.
+/// Releases EGL's context first, and makes it current again if GLX refuses.
 bool makeGlxCurrent(const CGLContextObj& context) {
     const CGLContextObj former = CGLGetCurrentContext();
     releaseEgl();

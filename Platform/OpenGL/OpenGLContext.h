@@ -27,8 +27,8 @@ enum : NSOpenGLPixelFormatAttribute {
 
 enum : NSOpenGLPixelFormatAttribute { NSOpenGLProfileVersion3_2Core = 0x3200 };
 
-/// What is current on a thread, with all that it takes to make it current again. A plain value that
-/// holds no reference; the default is "nothing".
+/// What is current on a thread, with everything needed to make it current again. A plain value that
+/// holds no reference; the default means that nothing is current.
 struct CGLContextObj {
     enum class Layer : std::uint32_t { none, egl, glx };
 
@@ -61,10 +61,10 @@ bool CGLSetCurrentContext(const CGLContextObj& context);
 /// A request for contexts of one kind. Counted references, as in the object layer.
 class NSOpenGLPixelFormat {
 public:
-    /// From a list of attributes, a value behind each that takes one, with a zero at its end. Null
+    /// From a list that ends with 0, where an attribute's value, if it has one, follows it. Null
     /// for an attribute that this layer doesn't know, or a profile other than 3.2 core. A context's
-    /// default buffer has no storage here, so sizes are met trivially, and a software rasteriser is
-    /// taken where there is nothing else.
+    /// default buffer has no storage here, so any size will do; a software rasteriser is accepted
+    /// if there is nothing else.
     static NSOpenGLPixelFormat* initWithAttributes(const NSOpenGLPixelFormatAttribute* attributes);
 
     void retain();
@@ -103,8 +103,8 @@ public:
     /// still hold a reference, and can't be made current any more.
     void invalidate();
 
-    /// Whether the driver no longer knows the context, because someone ended the display that all
-    /// of the process shares. Asked after makeCurrentContext() failed.
+    /// Whether the driver no longer knows the context, because someone terminated the display that
+    /// the whole process shares. Known only after makeCurrentContext() has failed.
     bool isLost() const { return mLost; }
 
     /// Notes that it is lost, as a context is whose share group has lost another.

@@ -70,7 +70,7 @@ void select(const NSOpenGLContext* context) {
     tSelected = context->number();
 }
 
-/// The flush of makeCurrentFlush, where there is a context of ours to flush.
+/// Flushes the current context if it is ours, selected, and has a frame buffer to draw to.
 void flushCurrent() {
     if (tSelected == 0 || NSOpenGLContext::currentNumber() != tSelected) {
         return;

@@ -14,9 +14,9 @@ enum class GLextension : int;
 
 namespace Vexorel::PrismDrift {
 
-/// Owns a context of the platform and its record in glbinding. All contexts that are made from one
-/// another lie in one share group. Whether it is current belongs to the calling thread; the class
-/// keeps no note of it.
+/// Owns a context of the platform and its record in glbinding. Contexts that are made from one
+/// another are in one share group. A context is current on a thread, or not; the class doesn't
+/// record it.
 ///
 /// glbinding's table of contexts is one for the process and grows while others read it: making a
 /// context must not run beside any GL call. The system keeps to that by holding
@@ -35,8 +35,8 @@ public:
     AEOpenGLContext(const AEOpenGLContext&) = delete;
     AEOpenGLContext& operator=(const AEOpenGLContext&) = delete;
 
-    /// Makes this context current on the calling thread and selects it in glbinding. What was
-    /// current stays if that can't be done; isCurrent() tells.
+    /// Makes this context current on the calling thread and selects it in glbinding. If that can't
+    /// be done, what was current stays so; isCurrent() tells whether it worked.
     void makeContextCurrent();
 
     /// Whether this context is current on the calling thread and selected there.
@@ -50,9 +50,9 @@ public:
     /// description. Does nothing where none of ours is current.
     static void InitializeOpenGLBindings();
 
-    /// Switches the thread to `context` unless it is current already. A context of ours that is
-    /// left is flushed first: if its frame buffer 0 is bound, or a complete one. Makes no GL call
-    /// unless a context of ours is current on this thread and selected in glbinding.
+    /// Switches the thread to `context` unless it is current already. If the context that is left
+    /// is ours and selected in glbinding, it is flushed first, unless its bound frame buffer is
+    /// incomplete. Otherwise makes no GL call.
     static void makeCurrentFlush(CGLContextObj context);
 
     CGLContextObj mCGLContext; ///< lives as long as mNSContext, holds no reference of its own

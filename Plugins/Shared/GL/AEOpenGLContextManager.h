@@ -23,8 +23,8 @@ class AEOpenGLContextManager {
 public:
     AEOpenGLContextManager() = delete;
 
-    /// Makes the shared data context, which is then current on the calling thread. Keeps the one
-    /// that there is. Where it can't be made, mSharedDataContext stays null.
+    /// Makes the shared data context, which is then current on the calling thread. Does nothing if
+    /// it exists already. If it can't be made, mSharedDataContext stays null.
     static void setupContextManager();
 
     /// Null before the set-up and after the release.
@@ -37,7 +37,7 @@ public:
     /// Destroys the render contexts in the order of their ids, then the shared data context.
     static void releaseContextManager();
 
-    /// Releases like releaseContextManager() once the driver has lost the contexts.
+    /// The same for contexts that the driver has lost: it is not asked to destroy them.
     static void abandonContexts();
 
     static std::atomic<std::int32_t> mContextCount; ///< the next id; never goes down

@@ -16,7 +16,7 @@ GLint integer(GLenum name) {
     return value;
 }
 
-/// What a multisampled target has, unless the driver offers fewer.
+/// The samples of a multisampled target, unless the driver offers fewer.
 constexpr GLsizei kSamples = 8;
 
 GLsizei sampleCount() {
@@ -35,8 +35,8 @@ void attachStencil(GLenum target, GLuint renderBuffer) {
     glFramebufferRenderbuffer(target, GL_STENCIL_ATTACHMENT, GL_RENDERBUFFER, renderBuffer);
 }
 
-/// A frame buffer of its own around a texture, bound and cleared. No field records its name: it is
-/// the one that is bound when the target is popped.
+/// Binds a new frame buffer with the texture attached, and clears it. No field records its name:
+/// the pop deletes the frame buffer that is bound.
 void pushTextureTarget(GLuint texture, GLint level) {
     GLuint frameBuffer = 0;
     glGenFramebuffers(1, &frameBuffer);
@@ -132,8 +132,8 @@ void AEOpenglMainFrameBuffer::deleteTarget(GLuint colour) {
     }
 }
 
-/// Takes the target off the drawing frame buffer, which need not be bound. GL itself detaches what
-/// is deleted from bound frame buffers only; elsewhere it would live on.
+/// Detaches the target from the drawing frame buffer, which need not be bound. Deleting a render
+/// buffer detaches it from bound frame buffers only; attached to another one it would live on.
 void AEOpenglMainFrameBuffer::detachTarget() const {
     const GLuint drawing = drawingFrameBuffer();
     if (drawing == 0) {
@@ -158,7 +158,7 @@ bool AEOpenglMainFrameBuffer::isOwnFrameBuffer(GLuint name) const {
 }
 
 void AEOpenglMainFrameBuffer::beginDrawing() {
-    // Choosing the draw buffer of frame buffer 0 would be an error.
+    // Bound first: glDrawBuffer(GL_COLOR_ATTACHMENT0) is an error on frame buffer 0.
     glBindFramebuffer(GL_FRAMEBUFFER, drawingFrameBuffer());
     glDrawBuffer(GL_COLOR_ATTACHMENT0);
     glDisable(GL_BLEND);

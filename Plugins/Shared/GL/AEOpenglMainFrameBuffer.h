@@ -17,9 +17,9 @@ namespace Vexorel::PrismDrift {
 /// target is GL_RGBA but for those of the float factories. A frame runs: prepare, beginDrawing,
 /// drawing, endDrawing, read-back.
 ///
-/// Ownership: all names in the fields are the object's. Render buffers are shared by the group's
-/// contexts; frame buffers exist once for each context that has prepared, and those of a context go
-/// with it. Textures that an operation gives belong to the caller.
+/// Ownership: the object owns the GL names in its fields. Render buffers are shared by the contexts
+/// of the group. Frame buffers exist once for each context that has called prepare(), and end with
+/// that context. Textures that an operation returns belong to the caller.
 ///
 /// No lock: frames must not overlap. Operations call GL in the context current on the thread.
 class AEOpenglMainFrameBuffer {
@@ -35,34 +35,36 @@ public:
     std::uint16_t width() const { return static_cast<std::uint16_t>(mWidth); } ///< modulo 65536
     std::uint16_t height() const { return static_cast<std::uint16_t>(mHeight); }
 
-    /// Makes what a frame of this size needs. If the size is the one on record, the flag is not
-    /// looked at, and all that is made are frame buffers that the current context lacks; after
-    /// unprepare() nothing at all, until another size or destory() comes first.
+    /// Makes the objects that a frame of this size needs. If the size is that of the last call, the
+    /// flag is ignored and only frame buffers that the current context doesn't have yet are made.
+    /// After unprepare(), the same size makes nothing; another size, or destory(), has to come
+    /// first.
     void prepare(long width, long height, bool multisample);
 
     /// Deletes what prepare made, and the stack. The size stays on record.
     void unprepare();
 
-    /// Unprepares and deletes the screen pass, with the size set to 0 by 0: nothing usable is left
-    /// until the next prepare.
+    /// Calls unprepare(), deletes the screen pass and sets the size to 0 by 0. The object can't be
+    /// used until the next prepare(), which makes everything anew.
     void destory();
 
     /// Deletes all pushed targets. The frame buffer that is bound stays bound.
     void clearStack();
 
-    /// Opens a frame: pushes a cleared target and sets the viewport to all of it.
+    /// Opens a frame: switches blending off and multisampling on, if the targets have it, pushes a
+    /// cleared target and sets the viewport to the whole of it.
     void beginDrawing();
 
-    /// Closes a frame: draws the top target, through the screen pass, into mMainRenderBuffer, which
-    /// stays attached to mSingleFrameBuffer, bound, for the read-back. Does nothing without a
-    /// target. `multiplier` is what the upload of the frame gave.
+    /// Closes a frame: draws the top target through the screen pass into mMainRenderBuffer. For the
+    /// read-back, mSingleFrameBuffer stays bound with mMainRenderBuffer attached. Does nothing if
+    /// the stack is empty. `multiplier` is the value that UploadTexture gave.
     void endDrawing(float multiplier);
 
-    /// Pushes a new target and clears it. The first flag is not looked at.
+    /// Pushes a new target and clears its colour. The first flag is ignored.
     void pushRenderContext(bool, bool stencil);
 
-    /// Takes the top target off the stack and gives its picture as a new texture; 0 on an empty
-    /// stack. Drawing then goes on in the target below, its contents kept.
+    /// Removes the top target and returns its picture as a new texture, or 0 if the stack is empty.
+    /// Drawing then goes on in the target below, whose contents are kept.
     unsigned int popRenderContext();
 
     /// Directs drawing into a texture, cleared first, until popNormalRenderContext. The second form
@@ -70,8 +72,8 @@ public:
     void pushNormalRenderContext(unsigned int texture);
     void pushNormalRenderContext(unsigned int texture, const Vec2& size, int level);
 
-    /// Ends a texture target and goes back to the top of the stack, if it has one. Without a
-    /// texture target bound, only the latter.
+    /// Ends a texture target, if one is bound, and goes back to the top of the stack, if it has
+    /// one.
     void popNormalRenderContext();
 
     /// A new texture, zero-filled, clamped to its edge and unbound; without a size it has the

@@ -8,7 +8,7 @@ using namespace gl33core;
 
 bool takeOutOfMemory() {
     bool outOfMemory = false;
-    // A driver keeps a handful of flags at the most; a lost context would answer for ever.
+    // A driver keeps a few flags at most; a lost context would give an error for ever.
     for (int i = 0; i < 16; ++i) {
         const GLenum error = glGetError();
         if (error == GL_NO_ERROR) {

@@ -7,11 +7,11 @@
 namespace Vexorel::PrismDrift {
 
 /// Receives one piece of text at a time, line ends included. May be called on any thread that
-/// renders, one at a time.
+/// renders, by one thread at a time.
 using MessageSink = void (*)(const std::string& text);
 
 /// Sends all further messages to `sink`; with null they are dropped. Until the first call they go
-/// to standard output, flushed behind each piece. A module whose host owns standard output sets
+/// to standard output, flushed after each piece. A module whose host owns standard output sets
 /// null before its first command.
 void setMessageSink(MessageSink sink);
 

@@ -21,9 +21,8 @@ namespace Vexorel::PrismDrift {
 /// it in whatever context is current then. No lock: who draws from several threads keeps them from
 /// overlapping.
 ///
-/// Uniforms and attributes are silent where there is nothing to set: before the build, after a
-/// failed one, and for a name that the linked program doesn't have. The uniform forms expect this
-/// program to be in use.
+/// Setting a uniform or an attribute does nothing before the build, after a failed one, and for a
+/// name that the linked program doesn't have. The uniform forms expect this program to be in use.
 class OpenglShader {
 public:
     /// Copies the texts; an empty geometry text is no geometry stage. Makes no GL call.
@@ -47,9 +46,9 @@ public:
     /// the next call tries again.
     void useProgram();
 
-    /// -1 where there is no program or no such uniform. Asks GL at every call.
+    /// -1 if there is no program or no such uniform. Asks GL at every call.
     int getUniformLocation(const std::string& name) const;
-    /// Asks GL without looking whether there is a program.
+    /// Asks GL even if there is no program, which is an error of GL and gives -1.
     int getAttributeLocation(const std::string& name) const;
 
     void setUniform1i(const std::string& name, int x) const;

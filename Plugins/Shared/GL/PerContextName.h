@@ -12,7 +12,7 @@ namespace Vexorel::PrismDrift {
 
 /// Holds one name per context, keyed by the context's unique number. Read as a number it is the
 /// name in the context current on the calling thread; 0 if that has none, or if none of ours is
-/// current. Any thread may use it; the names themselves are guarded by whoever draws.
+/// current. Any thread may use it in the context that is current there.
 class PerContextName {
 public:
     using Generate = void (*)(gl::GLsizei count, gl::GLuint* names);
@@ -25,14 +25,16 @@ public:
 
     operator gl::GLuint() const;
 
-    /// Makes a name in the current context with, say, glGenFramebuffers, unless it has one.
+    /// Makes a name in the current context with `function`, such as glGenFramebuffers, unless it
+    /// has one.
     void generate(Generate function);
 
     /// Deletes the current context's name, if it has one. The names of other contexts stay: they
     /// can be deleted only there, or go with their context.
     void remove(Delete function);
 
-    /// Drops what all objects of this class hold of a context that is gone. Makes no GL call.
+    /// Forgets the names that all objects of this class hold for a context that is gone. Makes no
+    /// GL call.
     static void forgetContext(std::uint64_t number);
 };
 

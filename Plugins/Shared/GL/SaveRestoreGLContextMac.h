@@ -4,8 +4,8 @@
 
 #include "Platform/OpenGL/OpenGLContext.h"
 
-/// Serves one command of the host and is used on the thread that made it. It restores nothing by
-/// itself: who needs the context back on every way out sends restore() from a guard.
+/// Serves one command of the host and is used on the thread that made it. The destructor restores
+/// nothing: a caller that needs the context back on every way out calls restore() from a guard.
 class SaveRestoreGLContextMac {
 public:
     SaveRestoreGLContextMac() = default;
