@@ -217,7 +217,7 @@ TEST_F(Manager, LetsNoThreadMakeAContextBesideAFrame) {
         {
             const Platform::RecursiveMutexLock frame(M::mMutex);
             done = std::async(std::launch::async, operation);
-            EXPECT_EQ(done.wait_for(std::chrono::milliseconds(20)), std::future_status::timeout);
+            EXPECT_EQ(done.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
         }
         done.get();
     }
