@@ -10,7 +10,6 @@
 #include <glbinding/ContextInfo.h>
 #include <glbinding/Meta.h>
 #include <glbinding/Version.h>
-#include <gmock/gmock.h>
 
 #include <future>
 #include <thread>
@@ -18,14 +17,9 @@
 namespace Testing {
 namespace {
 
-using namespace gl33core;
-using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Key;
 using ::testing::Pair;
-using Vexorel::PrismDrift::AEOpenGLContext;
-using Vexorel::PrismDrift::AEOpenGLContextManager;
-using Vexorel::PrismDrift::PerContextName;
 
 class Context : public GLTest {
 protected:
@@ -56,8 +50,7 @@ TEST_F(Context, DescribesItselfOnce) {
 
 TEST_F(Context, SharesTexturesWithItsGroupButNotWhatIsPerContext) {
     EXPECT_TRUE(second->isCurrent() && !context->isCurrent());
-    GLuint texture = 0;
-    glGenTextures(1, &texture);
+    const GLuint texture = generate(glGenTextures);
     glBindTexture(GL_TEXTURE_2D, texture);
     PerContextName name;
     name.generate(glGenVertexArrays);
@@ -93,12 +86,10 @@ TEST_F(Context, FlushesWhatTheSaverLeavesUnlessItIsIncomplete) {
         return calls;
     };
     EXPECT_EQ(leave(), "Flush()"); // frame buffer 0
-    GLuint frameBuffer = 0;
-    GLuint texture = 0;
-    glGenFramebuffers(1, &frameBuffer);
+    const GLuint frameBuffer = generate(glGenFramebuffers);
     glBindFramebuffer(GL_FRAMEBUFFER, frameBuffer);
     EXPECT_EQ(leave(), "CheckFramebufferStatus(FRAMEBUFFER)"); // incomplete
-    glGenTextures(1, &texture);
+    const GLuint texture = generate(glGenTextures);
     glBindTexture(GL_TEXTURE_2D, texture);
     glTexImage2D(GL_TEXTURE_2D, 0, asInteger(GL_RGBA), 4, 4, 0, GL_RGBA, GL_FLOAT, nullptr);
     glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, texture, 0);
@@ -161,8 +152,7 @@ TEST_F(Manager, GivesEachThreadItsContext) {
     M::setupContextManager();
     EXPECT_EQ(M::getSharedDataContext(), shared);
     EXPECT_TRUE(shared->isCurrent());
-    GLuint texture = 0;
-    glGenTextures(1, &texture);
+    const GLuint texture = generate(glGenTextures);
     glBindTexture(GL_TEXTURE_2D, texture);
     AEOpenGLContext* own = M::getCurrentRenderContext();
     EXPECT_TRUE(own->isCurrent() && glIsTexture(texture) == GL_TRUE); // in one share group

@@ -4,16 +4,9 @@
 
 #include "Shared/GL/OpenglShader.h"
 
-#include <gmock/gmock.h>
-
-#include <functional>
-#include <string>
-
 namespace Testing {
 namespace {
 
-using namespace gl33core;
-using namespace Vexorel::PrismDrift;
 using ::testing::MatchesRegex;
 using ::testing::SizeIs;
 using Values = std::vector<float>;
@@ -120,8 +113,7 @@ TEST_F(Shader, SetsEveryFormOfUniform) {
 }
 
 TEST_F(Shader, BindsATextureToItsUnit) {
-    GLuint texture = 0;
-    glGenTextures(1, &texture);
+    const GLuint texture = generate(glGenTextures);
     const auto expectUnit = [&](const char* name, int unit, int active, GLuint bound) {
         shader->setUniformTexture(name, asInteger(GL_TEXTURE_2D), asInteger(texture), unit);
         EXPECT_EQ(integer(GL_ACTIVE_TEXTURE), asInteger(GL_TEXTURE0) + active);

@@ -5,21 +5,13 @@
 #include "Shared/GL/AEOpenGLUtilities.h"
 #include "Shared/GL/GLErrors.h"
 
-#include <gmock/gmock.h>
-
 #include <cmath>
-#include <functional>
 #include <random>
 
 namespace Testing {
 namespace {
 
-using namespace gl33core;
-using ::testing::ElementsAre;
 using ::testing::FloatEq;
-using Vexorel::PrismDrift::AEOpenGLUtilities;
-using Vexorel::PrismDrift::PixelCopyRefcon;
-using Vexorel::PrismDrift::takeOutOfMemory;
 
 /// How often the host was asked for a first pixel.
 int tAsked = 0;
@@ -59,8 +51,7 @@ protected:
     }
     /// From the uploaded texture, which is gone after that.
     int download(int format, int width, int height, PF_LayerDef* input, PF_LayerDef* output) {
-        GLuint frameBuffer = 0;
-        glGenFramebuffers(1, &frameBuffer);
+        const GLuint frameBuffer = generate(glGenFramebuffers);
         glBindFramebuffer(GL_FRAMEBUFFER, frameBuffer);
         glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, uploaded, 0);
         const int code = codeOf([&] {
@@ -224,8 +215,7 @@ TEST_F(Transfer, RefusesWhatThereIsNoMemoryFor) {
     EXPECT_EQ(download(PF_PixelFormat_ARGB32, 65536, 65536, world.layer(), world.layer()), 4);
     EXPECT_THAT(host.calls, ElementsAre("acquire PF Handle Suite 2", "release PF Handle Suite 2"));
     upload(PF_PixelFormat_ARGB32, world.layer());
-    GLuint huge = 0;
-    glGenTextures(1, &huge);
+    const GLuint huge = generate(glGenTextures);
     glBindTexture(GL_TEXTURE_2D, huge);
     GLWatch::leaveErrors(true);
     runOutOfMemory();
@@ -241,26 +231,21 @@ TEST_F(Transfer, RefusesWhatThereIsNoMemoryFor) {
 }
 
 TEST_F(Transfer, NamesTheStateOfAFrameBuffer) {
-    GLuint frameBuffer = 0;
-    GLuint texture = 0;
-    glGenTextures(1, &texture);
-    const auto expectState = [](const char* text) {
-        EXPECT_EQ(AEOpenGLUtilities::CheckFramebufferStatus(), text);
-    };
-    const auto attach = [&](GLsizei side) {
-        glBindTexture(GL_TEXTURE_2D, texture);
-        glTexImage2D(GL_TEXTURE_2D, 0, asInteger(GL_RGBA8), side, side, 0, GL_RGBA,
-                     GL_UNSIGNED_BYTE, nullptr);
-        glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, texture, 0);
-    };
-    expectState("Unknown error!"); // without surfaces there is no frame buffer 0
-    glGenFramebuffers(1, &frameBuffer);
+    const GLuint texture = generate(glGenTextures);
+    const GLuint frameBuffer = generate(glGenFramebuffers);
+    EXPECT_EQ(AEOpenGLUtilities::CheckFramebufferStatus(), "Unknown error!"); // no surface
     glBindFramebuffer(GL_FRAMEBUFFER, frameBuffer);
-    expectState("Framebuffer incomplete, missing attachment!");
-    attach(0);
-    expectState("Framebuffer incomplete, incomplete attachment!");
-    attach(4);
-    expectState("OK");
+    glBindTexture(GL_TEXTURE_2D, texture);
+    for (const auto& [side, text] : {std::pair(-1, "Framebuffer incomplete, missing attachment!"),
+                                     {0, "Framebuffer incomplete, incomplete attachment!"},
+                                     {4, "OK"}}) {
+        if (side >= 0) {
+            glTexImage2D(GL_TEXTURE_2D, 0, asInteger(GL_RGBA8), side, side, 0, GL_RGBA,
+                         GL_UNSIGNED_BYTE, nullptr);
+            glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, texture, 0);
+        }
+        EXPECT_EQ(AEOpenGLUtilities::CheckFramebufferStatus(), text);
+    }
     glDeleteFramebuffers(1, &frameBuffer);
     glDeleteTextures(1, &texture);
 }
