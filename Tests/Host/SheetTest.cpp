@@ -64,7 +64,7 @@ TEST(SheetLayout, PlacesPicturesOfOneSizeInRows) {
 
 TEST(SheetLayout, DrawsReducedPicturesAndSmoothLabels) {
     const World picture = testPicture();
-    const SheetLayout layout({"", "", {"one", "two"}}, 240, 120, 100, 2);
+    const SheetLayout layout({"title", "subtitle", {"one", "two"}}, 240, 120, 100, 2);
     World sheet = layout.emptySheet();
     layout.draw(sheet, 1, picture);
     const Area area = layout.picture(1);
@@ -73,6 +73,11 @@ TEST(SheetLayout, DrawsReducedPicturesAndSmoothLabels) {
         ASSERT_NEAR(sheet.row(area.y + y)[(area.x + x) * 4 + channel],
                     meanOver(picture, x, y, channel), 2.0);
     }
+    std::set<int> titleShades;
+    for (int i = 0; i < area.y * sheet.width(); ++i) {
+        titleShades.insert(sheet.row(i / sheet.width())[i % sheet.width() * 4 + 1]);
+    }
+    EXPECT_TRUE(titleShades.count(0xF4) == 1 && titleShades.count(0xA8) == 1);
     std::vector<int> labels[2];
     for (int y = area.y + area.height; y < sheet.height(); ++y) {
         for (int x = 0; x < 2 * 100; ++x) {
