@@ -136,23 +136,22 @@ TEST_F(HostedEffectTest, SaysWhyTheEffectFailed) {
 // An effect without parameters that calls back in every wrong way.
 PF_Err misuseCallbacks(PF_Cmd cmd, PF_InData* in, PF_OutData* out, PF_ParamDef* params[],
                        PF_LayerDef* output, void* /*extra*/) {
-    out->num_params = 1;
+    const auto [checkout, checkin, add] = in->inter;
     PF_ParamDef value{};
-    const auto checkout = [&](std::int32_t index, std::uint32_t scale) {
-        return in->inter.checkout_param(in->effect_ref, index, 0, 1, scale, &value);
-    };
-    if (cmd == PF_Cmd_PARAMS_SETUP) {
-        EXPECT_EQ(in->inter.add_param(in->effect_ref, 0, &value) + checkout(0, 1), 2 * 516);
-    } else if (cmd == PF_Cmd_RENDER) {
-        EXPECT_TRUE(checkout(0, 1) == 0 && value.u.ld.data == params[0]->u.ld.data);
-        EXPECT_EQ(in->inter.checkin_param(in->effect_ref, params[0]), 0); // never checked out
-        EXPECT_EQ(in->inter.add_param(in->effect_ref, -1, &value), 516);
-        EXPECT_TRUE(checkout(0, 0) == 516 && checkout(-1, 1) == 516);
-        PF_Pixel16* wide = nullptr;
+    PF_Pixel16* wide = nullptr;
+    out->num_params = 1;
+    if (cmd == PF_Cmd_RENDER) {
+        EXPECT_EQ(checkout(in->effect_ref, 0, 0, 1, 1, &value), 0);
+        EXPECT_EQ(value.u.ld.data, params[0]->u.ld.data);
+        EXPECT_EQ(checkin(in->effect_ref, params[0]), 0); // never checked out
         output->rowbytes = output->width * 8 - 1;
         EXPECT_EQ(in->utils->get_pixel_data16(output, nullptr, &wide), 516);
+        EXPECT_EQ(checkout(in->effect_ref, 0, 0, 1, 0, &value), 516);
+        EXPECT_EQ(add(in->effect_ref, -1, &value), 516);
+        return checkout(in->effect_ref, 1, 0, 1, 1, &value);
     }
-    return cmd == PF_Cmd_RENDER ? checkout(1, 1) : 0;
+    EXPECT_EQ(add(in->effect_ref, 0, &value) + checkout(in->effect_ref, 0, 0, 1, 1, &value), 1032);
+    return 0;
 }
 
 TEST_F(HostedEffectTest, RefusesCallbacksThatMakeNoSense) {
