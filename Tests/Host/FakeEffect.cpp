@@ -25,31 +25,35 @@ PF_Err publish(PF_InData* in, PF_OutData* out) {
     return result == 0 ? Vexorel::PrismDrift::publishParameters(in, out) : result;
 }
 
+double valueOf(const PF_ParamDef& parameter) {
+    return parameter.param_type == PF_Param_POPUP   ? parameter.u.pd.value * 100.0
+           : parameter.param_type == PF_Param_ANGLE ? parameter.u.ad.value / 65536.0
+                                                    : parameter.u.fs_d.value;
+}
+
 // Adds to `sum` all values, the order weighing 100 and the distance divided by the downsample
-// factor.
-PF_Err addValues(PF_InData* in, double& sum) {
+// factor. The values have to be those in the records as well.
+PF_Err addValues(PF_InData* in, PF_ParamDef* params[], double& sum) {
     for (const std::int32_t index : {1, 2, 3, 5, 6, 7, 10, 11, 12}) {
         PF_ParamDef value{};
         const PF_Err result = in->inter.checkout_param(in->effect_ref, index, in->current_time,
                                                        in->time_step, in->time_scale, &value);
-        if (result != 0) {
-            return result;
+        if (result != 0 || valueOf(value) != valueOf(*params[index])) {
+            return result != 0 ? result : PF_Err_BAD_CALLBACK_PARAM;
         }
-        sum += index == 1   ? value.u.pd.value * 100.0
-               : index == 2 ? value.u.ad.value / 65536.0
-               : index == 3 ? value.u.fs_d.value / in->downsample_x.den
-                            : value.u.fs_d.value;
+        sum += valueOf(value) / (index == 3 ? in->downsample_x.den : 1);
         in->inter.checkin_param(in->effect_ref, &value);
     }
     return 0;
 }
 
 // Copies the picture and adds the sum of all values, kept in a handle, to the red of each pixel.
-PF_Err render(PF_InData* in, PF_LayerDef& input, PF_LayerDef& output) {
+PF_Err render(PF_InData* in, PF_ParamDef* params[], PF_LayerDef& output) {
+    PF_LayerDef& input = params[0]->u.ld;
     const SuiteScoper<PF_HandleSuite1> handles(in, "PF Handle Suite", 2);
     PF_Handle handle = handles->host_new_handle(sizeof(double));
     double& sum = *new (handles->host_lock_handle(handle)) double(0.0);
-    const PF_Err result = addValues(in, sum);
+    const PF_Err result = addValues(in, params, sum);
     PF_Pixel8 *from = nullptr, *to = nullptr;
     in->utils->get_pixel_data8(&input, nullptr, &from);
     in->utils->get_pixel_data8(&output, nullptr, &to);
@@ -84,7 +88,7 @@ PF_Err FakeEffect::entry(PF_Cmd cmd, PF_InData* in, PF_OutData* out, PF_ParamDef
         return publish(in, out);
     default:
         std::puts("the fake effect renders");
-        return renderResult != 0 ? renderResult.load() : render(in, params[0]->u.ld, *output);
+        return renderResult != 0 ? renderResult.load() : render(in, params, *output);
     }
 }
 

@@ -41,6 +41,15 @@ TEST_F(HostedEffectTest, PublishesItsParametersAsTheyAre) {
     EXPECT_TRUE(parameters[1].varies && !parameters[0].varies);
     EXPECT_EQ(parameters[6].fullName(), "Channel Scale, B Channel");
     EXPECT_EQ(parameters[2].group + parameters[8].group, "");
+    for (const Parameter& parameter : parameters) {
+        const Parameter again = parameterFromDefinition(definitionAt(parameter, 1));
+        EXPECT_TRUE(again.id == parameter.id && again.name == parameter.name &&
+                    again.kind == parameter.kind && again.varies == parameter.varies &&
+                    again.minimum == parameter.minimum && again.maximum == parameter.maximum &&
+                    again.initial == parameter.initial && again.choices == parameter.choices &&
+                    again.precision == parameter.precision)
+            << parameter.id;
+    }
     EXPECT_EQ(effect.about(), "Fake v2\nfor tests");
 }
 
@@ -140,7 +149,13 @@ PF_Err misuseCallbacks(PF_Cmd cmd, PF_InData* in, PF_OutData* out, PF_ParamDef* 
     PF_ParamDef value{};
     PF_Pixel16* wide = nullptr;
     out->num_params = 1;
+    if (cmd == PF_Cmd_ABOUT) {
+        out->out_flags = PF_OutFlag_DISPLAY_ERROR_MESSAGE;
+        in->utils->ansi.strcpy(out->return_msg, "no words");
+        return 5;
+    }
     if (cmd == PF_Cmd_RENDER) {
+        EXPECT_TRUE(in->time_scale == 600 && in->downsample_y.den == 4);
         EXPECT_EQ(checkout(in->effect_ref, 0, 0, 1, 1, &value), 0);
         EXPECT_EQ(value.u.ld.data, params[0]->u.ld.data);
         EXPECT_EQ(checkin(in->effect_ref, params[0]), 0); // never checked out
@@ -156,7 +171,11 @@ PF_Err misuseCallbacks(PF_Cmd cmd, PF_InData* in, PF_OutData* out, PF_ParamDef* 
 
 TEST_F(HostedEffectTest, RefusesCallbacksThatMakeNoSense) {
     HostedEffect effect(&misuseCallbacks);
-    EXPECT_THAT(errorOf([&] { renderedSum(effect, effect.defaultValues()); }),
+    EXPECT_EQ(errorOf([&] { effect.about(); }),
+              "the effect could not describe itself: no words [5]");
+    EXPECT_THAT(errorOf([&] {
+                    renderedSum(effect, effect.defaultValues(), {{500, 50, 600}, 4});
+                }),
                 HasSubstr("pixels: the effect has no parameter with a value at index 1 [516]"));
 }
 

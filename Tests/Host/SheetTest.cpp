@@ -90,7 +90,11 @@ TEST(SheetLayout, DrawsReducedPicturesAndSmoothLabels) {
 
 class SheetTest : public ProgramTest {
 protected:
-    SheetTest() { writePicture(path("in.png"), {testPicture(), {}}); }
+    SheetTest() {
+        std::string profile(128, 'x');
+        profile.replace(16, 4, "RGB ");
+        writePicture(path("in.png"), {testPicture(), {profile.begin(), profile.end()}});
+    }
 
     // The cells' labels name the options, beside `options`, that the input is rendered with.
     void expectSheet(const std::string& input, const std::string& options, const std::string& own,
@@ -109,7 +113,9 @@ protected:
                 command += " '--" + option + "'";
             }
             output(label == "original" ? "cp " + input + " cell.png" : command);
-            layout.draw(expected.world, cell++, readPicture(path("cell.png")).world);
+            const Picture picture = readPicture(path("cell.png"));
+            layout.draw(expected.world, cell++, picture.world);
+            expected.colorProfile = picture.colorProfile;
         }
         writePicture(path("expected.png"), expected);
         EXPECT_TRUE(contents(path("sheet.png")) == contents(path("expected.png"))) << own;
@@ -124,11 +130,12 @@ TEST_F(SheetTest, ShowsWhatTheProgramRenders) {
     expectSheet("in.png", "", "", 4,
                 {"in.png", "240x120, shift-distance 10 (chosen, as none was given)", labels});
     std::filesystem::copy_file(path("in.png"), path("sheet")); // not the sub-command
-    expectSheet("./sheet", "--shift-distance 7 --downsample 2",
-                "--vary channel-order=RGB,GBR --columns 1 ", 1,
-                {"sheet",
-                 "240x120, shift-distance 7, downsample 2",
-                 {"channel-order RGB", "channel-order GBR"}});
+    expectSheet("in.png", "--downsample 2", "--vary shift-angle=0,90 ", 2,
+                {"in.png",
+                 "240x120, downsample 2, shift-distance 20 (chosen, as none was given)",
+                 {"shift-angle 0\nshift-distance 20", "shift-angle 90\nshift-distance 20"}});
+    expectSheet("./sheet", "--shift-distance 7", "--vary channel-order=RGB,GBR --columns 1 ", 1,
+                {"sheet", "240x120, shift-distance 7", {"channel-order RGB", "channel-order GBR"}});
     expectSheet("in.png", "", "--vary channel-lightness=10,40:0:-40 ", 2,
                 {"in.png", "240x120", {"channel-lightness 10", "channel-lightness 40,0,-40"}});
     expectSheet("in.png", "", "--vary shift-angle=0,90 --vary shift-distance=10,25 ", 2,
