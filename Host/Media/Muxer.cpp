@@ -87,6 +87,7 @@ Muxer::Muxer(const Container& container, int descriptor, bool isSeekable)
     mContext.reset(context);
     mContext->pb = &mDescriptor->context();
     mContext->flags |= AVFMT_FLAG_CUSTOM_IO;
+    mContext->strict_std_compliance = FF_COMPLIANCE_EXPERIMENTAL; // FLAC in MP4 for one
     addStream();
 }
 
