@@ -1,15 +1,14 @@
 #include "Host/Media/Clip.h"
-#include "Host/Library/Error.h"
+
 #include "Host/Library/ReplaceFile.h"
 #include "Host/Media/SequencePattern.h"
-#include "Tests/Host/ScratchFolder.h"
+#include "Tests/Host/MediaTest.h"
 
-#include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdlib>
-#include <fstream>
-#include <gmock/gmock.h>
+#include <cstring>
+#include <fcntl.h>
+#include <unistd.h>
 
 // The H.265 encoder's library keeps a kilobyte of its own.
 extern "C" __attribute__((visibility("default"))) const char*
@@ -19,30 +18,36 @@ __lsan_default_suppressions() { // NOLINT(bugprone-reserved-identifier)
 
 using namespace Vexorel::PrismDrift::Host;
 namespace fs = std::filesystem;
-using testing::HasSubstr;
+using testing::MatchesRegex;
 
 namespace {
 
-class ClipTest : public testing::Test {
+class ClipTest : public MediaTest {
 protected:
-    fs::path path(const std::string& name) const { return mScratch.path() / name; }
-
-    void ffmpeg(const std::string& arguments) const {
-        const std::string command =
-            "cd '" + mScratch.path().string() + "' && ffmpeg -v error -y -nostdin " + arguments;
-        ASSERT_EQ(std::system(command.c_str()), 0) << command;
-    }
-
-    // A clip of 7 frames that stay for different times, its alpha growing from left to right.
-    void makeClip() const {
+    // A clip of 7 frames at 0, 20, 80, 100, 180, 200 and 400 ms, its alpha growing from left to
+    // right. It begins at 3 seconds where the container has a start.
+    void makeClip(const std::string& optionsAndName) const {
         ffmpeg("-f lavfi -i testsrc2=s=78x66:r=50 -vf \"format=rgba,geq=r='r(X,Y)':g='g(X,Y)':"
                "b='b(X,Y)':a='min(255,X*4)',select='eq(n,0)+eq(n,1)+eq(n,4)+eq(n,5)+eq(n,9)+"
-               "eq(n,10)+eq(n,20)'\" -vsync vfr -frames:v 7 -c:v qtrle clip.mov");
+               "eq(n,10)+eq(n,20)'\" -vsync vfr -frames:v 7 -output_ts_offset 3 " +
+               optionsAndName);
     }
 
-    std::vector<ClipFrame> read(const std::string& name) const {
+    ClipInput input(const std::string& name, const char* frames = "") const {
         ClipInput input;
         input.file = path(name);
+        input.frames = FrameNumbers::parse(frames).value_or(FrameNumbers());
+        return input;
+    }
+
+    ClipOutput output(const std::string& name, const std::string& codec = "") const {
+        ClipOutput output;
+        output.file = path(name);
+        output.codec = codec;
+        return output;
+    }
+
+    static std::vector<ClipFrame> read(const ClipInput& input) {
         const auto reader = openClip(input);
         std::vector<ClipFrame> frames;
         while (auto item = reader->next()) {
@@ -53,11 +58,9 @@ protected:
         return frames;
     }
 
-    // Its warnings.
-    std::string copy(const std::string& from, ClipOutput output) const {
+    // The warnings, one a line.
+    static std::string copy(const ClipInput& input, ClipOutput output) {
         std::string warnings;
-        ClipInput input;
-        input.file = path(from);
         output.warn = [&](const std::string& text) { warnings += text + "\n"; };
         const auto reader = openClip(input);
         const auto writer = openClipWriter(output, input, *reader);
@@ -67,152 +70,173 @@ protected:
         writer->finish();
         return warnings;
     }
-
-private:
-    ScratchFolder mScratch;
 };
 
-// The mean and the greatest distance of two pictures' channels.
-std::pair<double, int> difference(const World& left, const World& right, bool alpha) {
-    EXPECT_EQ(left.width(), right.width());
-    EXPECT_EQ(left.height(), right.height());
-    double sum = 0;
-    int greatest = 0;
-    for (int y = 0; y < left.height(); ++y) {
-        for (int x = 0; x < left.width() * 4; ++x) {
-            if (x % 4 != 0 || alpha) {
-                const int one = std::abs(left.row(y)[x] - right.row(y)[x]);
-                sum += one;
-                greatest = std::max(greatest, one);
-            }
-        }
-    }
-    return {sum / (left.width() * left.height() * 4.0), greatest};
-}
-
 TEST(FrameNumbersTest, RangesAndStepsAreReadAndNonsenseIsRefused) {
-    struct Case {
-        const char* text;
-        std::vector<std::int64_t> numbers; // below 30
-    };
-    const Case cases[] = {
-        {"7", {7}},
-        {"3-5", {3, 4, 5}},
-        {"0-9x4,20", {0, 4, 8, 20}},
-        {"9,3-5,4-6x2", {3, 4, 5, 6, 9}},
-        {"5-7,2-4", {2, 3, 4, 5, 6, 7}},
-    };
-    for (const Case& row : cases) {
-        const auto numbers = FrameNumbers::parse(row.text);
-        ASSERT_TRUE(numbers) << row.text;
-        std::vector<std::int64_t> listed;
-        std::vector<std::int64_t> contained;
-        for (auto next = numbers->after(-1); next; next = numbers->after(*next)) {
+    using Numbers = std::vector<std::int64_t>;
+    for (const auto& [text, expected] : {std::pair("7", Numbers{7}),
+                                         {"0-9x4,20", {0, 4, 8, 20}},
+                                         {"9,3-5,4-6x2", {3, 4, 5, 6, 9}},
+                                         {"5-7,2-4", {2, 3, 4, 5, 6, 7}}}) {
+        const FrameNumbers numbers = FrameNumbers::parse(text).value();
+        Numbers listed, contained;
+        for (auto next = numbers.after(-1); next; next = numbers.after(*next)) {
             listed.push_back(*next);
         }
         for (std::int64_t i = 0; i < 30; ++i) {
-            if (numbers->contains(i)) {
-                contained.push_back(i);
-            }
+            contained.insert(contained.end(), numbers.contains(i) ? 1 : 0, i);
         }
-        EXPECT_EQ(listed, row.numbers) << row.text;
-        EXPECT_EQ(contained, row.numbers) << row.text;
-        EXPECT_EQ(numbers->last(), row.numbers.back()) << row.text;
+        EXPECT_EQ(listed, expected) << text;
+        EXPECT_EQ(contained, expected) << text;
+        EXPECT_EQ(numbers.last(), expected.back()) << text;
     }
     for (const char* text : {"", "a", "-3", "5-3", "1-", "1-9x0", "1-9x", "1,", ",1", "1 ", "1-2-3",
-                             "99999999999", "1x2", "+1"}) {
+                             "2147483648", "1x2", "+1"}) {
         EXPECT_FALSE(FrameNumbers::parse(text)) << text;
     }
 }
 
 TEST_F(ClipTest, PatternsNameFilesAndFindThem) {
-    const std::pair<const char*, const char*> cases[] = {
-        {"a.%04d.png", "a.0012.png"}, {"a.####.png", "a.0012.png"},  {"a%d", "a12"},
-        {"#.png", "12.png"},          {"100%%_%3d.x", "100%_012.x"},
-    };
-    for (const auto& [name, twelfth] : cases) {
+    for (const auto& [name, twelfth] : {std::pair("a.%04d.png", "a.0012.png"),
+                                        {"a.####.png", "a.0012.png"},
+                                        {"a%d", "a12"},
+                                        {"100%%_%3d.x", "100%_012.x"}}) {
         EXPECT_EQ(SequencePattern::of(path(name))->file(12), path(twelfth)) << name;
     }
     EXPECT_FALSE(SequencePattern::of("plain.png"));
     for (const char* name : {"a%d%d.png", "#_#.png", "a%s.png", "50%.png", "%99999d"}) {
         EXPECT_THROW(SequencePattern::of(name), Error) << name;
     }
-    for (const char* name : {"s.07.png", "s.9.png", "s.11.png", "s.100.png", "s.-1.png", "s.1a.png",
-                             "s.012.png", "t.08.png", "s.12.jpg"}) {
-        std::ofstream(path(name)) << "x";
-    }
+    shell(
+        "touch s.07.png s.9.png s.11.png s.100.png s.-1.png s.1a.png s.012.png t.08.png s.12.jpg");
     EXPECT_EQ(SequencePattern::of(path("s.##.png"))->numbersThere(),
               (std::vector<std::int64_t>{7, 11, 100}));
-    // A file's own name is no pattern, but where it is to be written.
-    fs::copy_file(path("s.9.png"), path("s.%d.png"));
-    EXPECT_FALSE(SequencePattern::ofInput(path("s.%d.png")));
-    EXPECT_TRUE(SequencePattern::of(path("s.%d.png")));
+    // The name of a file that exists is taken as it is.
+    for (const char* name : {"50%.png", "a%d%d.png", "%d.png"}) {
+        writePicture(path(name), {noise(2, 2, false), {}});
+        EXPECT_EQ(read(input(name)).size(), 1) << name;
+    }
+}
+
+TEST_F(ClipTest, ASequenceKeepsItsNumbersAndMissingFramesAreSkippedOrHeld) {
+    const auto write = [&](int number, int value) {
+        World world(2, 2);
+        std::memset(world.row(0), value, 4);
+        writePicture(path("s." + std::to_string(number) + ".png"), {std::move(world), {}});
+    };
+    struct Case {
+        Missing missing;
+        const char *frames, *expected; // number, time and value of each frame, then the error
+    };
+    const Case cases[] = {
+        {Missing::Refuse, "", "'s.10.png' is missing"},
+        {Missing::Refuse, "8-9", "8@0=8 9@1=9 "},
+        {Missing::Skip, "", "8@0=8 9@1=9 12@4=12 "},
+        {Missing::Hold, "", "8@0=8 9@1=9 10@2=9 11@3=9 12@4=12 "},
+        {Missing::Hold, "7", "'s.7.png' is missing: the sequence has the frames 8 to 12"},
+    };
+    for (const Case& row : cases) {
+        for (const int number : {8, 9, 12}) {
+            write(number, number);
+        }
+        std::string found;
+        const std::string error = errorOf([&] {
+            ClipInput sequence = input("s.%d.png", row.frames);
+            sequence.missing = row.missing;
+            const auto reader = openClip(sequence);
+            while (auto item = reader->next()) {
+                const auto& frame = std::get<ClipFrame>(*item);
+                found += std::to_string(frame.number) + "@" + std::to_string(frame.time) + "=" +
+                         std::to_string(frame.picture.world.row(0)[1]) + " ";
+                write(frame.number == 9 ? 9 : 8, 99); // a held picture is the one that was read
+            }
+        });
+        EXPECT_EQ(found + error, row.expected) << row.frames;
+    }
 }
 
 TEST_F(ClipTest, WhatIsWrittenComesBackWithItsTimes) {
-    makeClip();
-    const std::vector<ClipFrame> before = read("clip.mov");
+    makeClip("-c:v qtrle clip.mov");
+    const std::vector<ClipFrame> before = read(input("clip.mov"));
     ASSERT_EQ(before.size(), 7);
     struct Case {
-        const char* name;
-        const char* codec;
+        const char *name, *codec;
         double mean; // allowed, of a channel; 0 for the same bytes
-        bool alpha;
-        bool keepsTimes = true;
+        const char* warnings = "";
     };
     const Case cases[] = {
-        {"a.mov", "", 0, true},         {"a.mov", "png", 0, true},
-        {"a.mov", "prores", 1.5, true}, {"a.mov", "h264", 8, false},
-        {"a.mp4", "hevc", 8, false},    {"a.mkv", "", 0, true},
-        {"a.mkv", "vp9", 12, true},     {"a.webm", "", 12, true},
-        {"a.nut", "", 0, true},         {"a.y4m", "", 1.5, false, false},
+        {"a.mov", "", 0},
+        {"a.mov", "png", 0},
+        {"a.mov", "prores", 1.5},
+        {"a.mov", "h264", 6, "the alpha of '.*' is lost: libx264 in yuv420p has none\n"},
+        {"a.mp4", "hevc", 8, "the alpha of '.*' is lost: libx265 in yuv420p has none\n"},
+        {"a.mkv", "", 0},
+        {"a.mkv", "vp9", 8},
+        {"a.nut", "", 0},
+        {"a.y4m", "", 1.5, "the alpha .*\n.y4m has one frame rate: the .* times are lost\n"},
     };
     for (const Case& row : cases) {
         SCOPED_TRACE(std::string(row.name) + " " + row.codec);
-        ClipOutput output;
-        output.file = path(row.name);
-        output.codec = row.codec;
-        const std::string warnings = copy("clip.mov", output);
-        EXPECT_EQ(warnings.find("alpha") != std::string::npos, !row.alpha) << warnings;
-        const std::vector<ClipFrame> after = read(row.name);
+        const std::string name = row.name;
+        EXPECT_THAT(copy(input("clip.mov"), output(name, row.codec)), MatchesRegex(row.warnings));
+        const std::vector<ClipFrame> after = read(input(name));
         ASSERT_EQ(after.size(), before.size());
+        EXPECT_TRUE(name != "a.mov" || row.mean > 0 || after[6].duration == before[6].duration);
+        const Ratio unit = openClip(input(name))->properties().timeBase;
         for (std::size_t i = 0; i < before.size(); ++i) {
             const auto [mean, greatest] =
-                difference(before[i].picture.world, after[i].picture.world, row.alpha);
+                difference(before[i].picture.world, after[i].picture.world, !*row.warnings);
             EXPECT_LE(mean, row.mean) << i;
             EXPECT_TRUE(row.mean > 0 || greatest == 0) << i;
-        }
-        if (row.keepsTimes) {
-            ClipInput input;
-            input.file = path(row.name);
-            const Ratio unit = openClip(input)->properties().timeBase;
-            const auto milliseconds = [&](const ClipFrame& frame, const Ratio& base) {
-                return std::lround(1000.0 * static_cast<double>(frame.time) * base.numerator /
-                                   base.denominator);
-            };
-            input.file = path("clip.mov");
-            const Ratio ownUnit = openClip(input)->properties().timeBase;
-            for (std::size_t i = 0; i < before.size(); ++i) {
-                EXPECT_EQ(milliseconds(after[i], unit), milliseconds(before[i], ownUnit)) << i;
-            }
+            const double time = static_cast<double>(after[i].time) * unit.numerator;
+            const double expected[] = {0, .02, .08, .1, .18, .2, .4};
+            EXPECT_TRUE(name == "a.y4m" || std::abs(time / unit.denominator - expected[i]) < .0006);
         }
     }
 }
 
+TEST_F(ClipTest, WhatElseIsInTheFileIsHandedOnFromItsStart) {
+    // The same file twice, once with all its times three seconds later.
+    for (const auto& [name, seconds] : {std::pair("base", 0), {"late", 3}}) {
+        std::ofstream(path("m.txt"))
+            << ";FFMETADATA1\ntitle=A title\n[CHAPTER]\nTIMEBASE=1/1000\nSTART="
+            << seconds * 1000 + 100 << "\nEND=" << seconds * 1000 + 400 << "\ntitle=First\n";
+        std::ofstream(path("s.srt")) << "1\n00:00:00,200 --> 00:00:00,700\nOne\n";
+        ffmpeg(
+            "-f lavfi -i testsrc2=s=48x32:r=25:d=1 -f lavfi -i sine=d=1 -i s.srt -i m.txt -map 0 "
+            "-map 1 -map 2 -map_metadata 3 -vf setsar=4/3 -pix_fmt yuv420p -c:v libx264 -c:a "
+            "flac -metadata:s:a language=deu -c:s srt -output_ts_offset " +
+            std::to_string(seconds) + " " + name + ".mkv");
+    }
+    EXPECT_EQ(copy(input("late.mkv"), output("out.mkv")), "");
+    const auto probe = [&](const std::string& name) { // of the picture, the times alone
+        return ffprobe("-show_chapters -show_data_hash md5 -show_entries packet=stream_index,"
+                       "pts_time,duration_time,data_hash:stream=codec_name,sample_aspect_ratio:"
+                       "stream_tags=language:format_tags=title " +
+                       name + " | sed '/stream_index=0/s/|duration_time=.*//' | sort");
+    };
+    EXPECT_EQ(probe("out.mkv"), probe("base.mkv"));
+    EXPECT_EQ(copy(input("late.mkv"), output("out.mp4")),
+              "stream 2, subtitles (subrip), is left out: .mp4 has no place for it\n");
+    // A part of a clip begins at 0, with a time code of its own and without the sound.
+    ffmpeg("-i base.mkv -map 0:v -map 0:a -c:v copy -timecode 01:00:00:00 in.mov");
+    EXPECT_EQ(copy(input("in.mov", "10-15x2"), output("part.mov")),
+              "of chosen frames only the picture is written, without sound\n");
+    EXPECT_EQ(ffprobe("-select_streams v -show_entries stream=start_time,nb_frames,duration:"
+                      "stream_tags=timecode part.mov"),
+              "start_time=0.000000|duration=0.200000|nb_frames=3|tag:timecode=01:00:00:10\n");
+    EXPECT_EQ(errorOf([&] { read(input("in.mov", "24-26")); }),
+              "cannot read 'in.mov': there is no frame 26, it has the frames 0 to 24");
+}
+
 TEST_F(ClipTest, AVideosFramesAreFoundByTime) {
-    makeClip(); // at 0, 20, 80, 100, 180, 200 and 400 ms
-    ClipInput input;
-    input.file = path("clip.mov");
-    const auto reader = openClip(input);
+    makeClip("-c:v libx264 -bf 2 -pix_fmt yuv420p clip.mkv");
+    const auto reader = openClip(input("clip.mkv"));
     EXPECT_EQ(reader->frameCount(), 7);
-    for (const auto& [seconds, index] : {std::pair(0.0, 0),
-                                         {0.02, 1},
-                                         {0.049, 1},
-                                         {0.051, 2},
-                                         {0.1, 3},
-                                         {0.29, 5},
-                                         {0.31, 6},
-                                         {0.4, 6}}) {
+    const std::pair<double, int> cases[] = {
+        {-1, 0},   {0, 0},   {.02, 1}, {.049, 1}, {.05, 2}, {.09, 2},
+        {.091, 3}, {.29, 5}, {.31, 6}, {.4, 6},   {.5, 11}}; // .05 and .09 are as near to both
+    for (const auto& [seconds, index] : cases) {
         EXPECT_EQ(reader->frameAt(seconds), index) << seconds;
     }
 }
@@ -229,82 +253,164 @@ std::array<double, 3> rgbFrom(const std::array<int, 3>& ycc, double kr, double k
 
 TEST_F(ClipTest, ColoursGoByTheClipsOwnMatrixAndRangeAndComeBack) {
     struct Case {
-        const char* matrix;
-        const char* range;
+        std::string matrix, range;
         double kr, kb;
     };
-    const Case cases[] = {
-        {"bt709", "tv", 0.2126, 0.0722},
-        {"bt709", "pc", 0.2126, 0.0722},
-        {"smpte170m", "tv", 0.299, 0.114},
-        {"bt2020nc", "tv", 0.2627, 0.0593},
-    };
+    const Case cases[] = {{"bt709", "tv", 0.2126, 0.0722},
+                          {"bt709", "pc", 0.2126, 0.0722},
+                          {"bt2020nc", "tv", 0.2627, 0.0593},
+                          {"smpte170m", "pc", 0.299, 0.114}};
     const std::array<int, 3> colour = {110, 100, 150};
-    std::ofstream(path("raw"), std::ios::binary)
-        << std::string(64 * 64, static_cast<char>(colour[0]))
-        << std::string(64 * 64, static_cast<char>(colour[1]))
-        << std::string(64 * 64, static_cast<char>(colour[2]));
-    for (const Case& row : cases) {
-        const bool full = std::string(row.range) == "pc";
-        ffmpeg("-f rawvideo -s 64x64 -pix_fmt yuv444p -color_range " + std::string(row.range) +
-               " -i raw -colorspace " + row.matrix + " -color_range " + row.range +
+    std::string raw;
+    for (const int value : colour) {
+        raw.append(64 * 64, static_cast<char>(value));
+    }
+    std::ofstream(path("raw"), std::ios::binary) << raw;
+    const auto expectColour = [&](const char* name, const std::array<double, 3>& expected) {
+        const World world = std::move(read(input(name)).at(0).picture.world);
+        for (std::size_t i = 0; i < 3; ++i) {
+            EXPECT_NEAR(world.row(30)[121 + i], expected[i], 1.6) << name << " " << i;
+        }
+    };
+    for (const auto& [matrix, range, kr, kb] : cases) {
+        SCOPED_TRACE(matrix + " " + range);
+        ffmpeg("-f rawvideo -s 64x64 -pix_fmt yuv444p -color_range " + range +
+               " -i raw -colorspace " + matrix + " -color_range " + range +
                " -color_primaries bt709 -c:v libx264 -qp 0 -preset ultrafast in.mp4");
-        const std::array<double, 3> expected = rgbFrom(colour, row.kr, row.kb, full);
-        ClipOutput output;
-        output.file = path("out.mkv");
-        output.codec = "ffv1";
-        copy("in.mp4", output);
+        const auto expected = rgbFrom(colour, kr, kb, range == "pc");
+        copy(input("in.mp4"), output("out.mkv", "ffv1"));
         for (const char* name : {"in.mp4", "out.mkv"}) {
-            const std::vector<ClipFrame> frames = read(name);
-            ASSERT_EQ(frames.size(), 1);
-            const std::uint8_t* pixel = frames[0].picture.world.row(30) + 120;
-            for (std::size_t i = 0; i < 3; ++i) {
-                EXPECT_NEAR(pixel[i + 1], expected[i], 1.6)
-                    << row.matrix << " " << row.range << " " << name << " " << i;
-            }
+            expectColour(name, expected);
+            EXPECT_EQ(ffprobe("-show_entries stream=color_range,color_space " + std::string(name)),
+                      "color_range=" + range + "|color_space=" + matrix + "\n");
         }
     }
+    // A container that doesn't say a range or a matrix: the limited one, and BT.601's.
+    const auto expected = rgbFrom(colour, 0.299, 0.114, true);
+    copy(input("in.mp4"), output("out.nut"));
+    expectColour("out.nut", expected);
+    // From YUV to RGB and to YUV.
+    copy(input("in.mp4"), output("rgb.mov", "qtrle"));
+    copy(input("rgb.mov"), output("out.mov", "prores"));
+    expectColour("out.mov", expected);
 }
 
 TEST_F(ClipTest, AClipThatLiesIsTurnedUpright) {
-    ffmpeg("-f lavfi -i testsrc2=s=40x24 -frames:v 1 -c:v qtrle -pix_fmt rgb24 plain.mov");
-    const World plain = std::move(read("plain.mov")[0].picture.world);
+    ffmpeg("-f lavfi -i testsrc2=s=40x24 -frames:v 1 -c:v qtrle -pix_fmt rgb24 -aspect 3:1 a.mov");
     for (const int degrees : {90, 180, 270}) {
-        ffmpeg("-i plain.mov -c copy -metadata:s:v rotate=" + std::to_string(degrees) +
-               " turned.mov");
+        ffmpeg("-i a.mov -c copy -metadata:s:v rotate=" + std::to_string(degrees) + " turned.mov");
         ffmpeg("-i turned.mov -frames:v 1 turned.png"); // which turns it by itself
-        const World turned = std::move(read("turned.mov")[0].picture.world);
+        copy(input("turned.mov"), output("out.mov"));
         const World theirs = readPicture(path("turned.png")).world;
-        EXPECT_EQ(difference(turned, theirs, true).second, 0) << degrees;
-        EXPECT_EQ(turned.width(), degrees == 180 ? 40 : 24);
+        EXPECT_EQ(difference(read(input("out.mov"))[0].picture.world, theirs).second, 0) << degrees;
+        EXPECT_EQ(ffprobe("-show_entries stream=sample_aspect_ratio out.mov"),
+                  degrees == 180 ? "sample_aspect_ratio=9:5\n" : "sample_aspect_ratio=5:9\n");
     }
-    EXPECT_EQ(plain.width(), 40);
 }
 
-TEST_F(ClipTest, AFileUnderWayHasNoNameAndGoesWithoutACommit) {
-    std::ofstream(path("old")) << "old";
-    {
-        const NewFile file(path("old"));
-        ASSERT_EQ(std::distance(fs::directory_iterator(path("")), {}), 1);
+TEST_F(ClipTest, TheCodecAndThePixelFormatSuitTheClip) {
+    struct Case {
+        const char *made, *name, *expected;
+    };
+    const Case cases[] = {
+        {"-c:v libx264 -pix_fmt yuv422p in.mov", "o.mp4", "h264|yuv422p"},
+        {"-c:v libx264 -pix_fmt yuv422p in.mov", "o.nut", "rawvideo|yuv422p"},
+        {"-c:v prores -pix_fmt yuv422p10le in.mov", "o.y4m", "rawvideo|yuv422p"},
+        {"-c:v libx265 -x265-params log-level=none in.mov", "o.mkv", "hevc|yuv420p"},
+        {"-c:v libvpx-vp9 -pix_fmt yuv420p in.mkv", "o.mp4", "h264|yuv420p"},
+        {"-c:v qtrle -pix_fmt argb in.mov", "o.mkv", "ffv1|bgra"},
+        {"-c:v ffv1 -pix_fmt bgra in.mkv", "o.mov", "prores|yuva444p12le"},
+        {"-c:v ffv1 -pix_fmt gray in.mkv", "o.mov", "h264|yuv420p"},
+        {"-vf format=rgb24,crop=77:65 -c:v qtrle in.mov", "o.mp4", "h264|yuv444p"},
+    };
+    std::string warnings;
+    for (const auto& [made, name, expected] : cases) {
+        ffmpeg(std::string("-f lavfi -i testsrc2=s=78x66 -frames:v 1 ") + made);
+        warnings += copy(input(std::strrchr(made, ' ') + 1), output(name));
+        EXPECT_EQ(shell("ffprobe -v error -show_entries stream=codec_name,pix_fmt -of "
+                        "csv=p=0:s='|' " +
+                        std::string(name)),
+                  std::string(expected) + "\n")
+            << made << " " << name;
     }
-    EXPECT_EQ(std::distance(fs::directory_iterator(path("")), {}), 1);
-    ClipInput input;
-    makeClip();
-    input.file = path("clip.mov");
-    const auto reader = openClip(input);
-    ClipOutput output;
-    output.file = path("old.mov");
-    {
-        const auto writer = openClipWriter(output, input, *reader);
-        writer->write(std::move(*reader->next()));
+    EXPECT_EQ(warnings, "a size of 77x65 goes into h264 as yuv444p only, which some players don't "
+                        "show\n");
+    ClipOutput worst = output("worst.mp4");
+    worst.quality = 0;
+    copy(input("in.mov"), worst);
+    EXPECT_GT(fs::file_size(path("o.mp4")), fs::file_size(path("worst.mp4")) + 500);
+}
+
+TEST_F(ClipTest, DamageIsAnErrorInTheFrameThatHasIt) {
+    ffmpeg("-f lavfi -i testsrc2=s=160x120 -frames:v 50 -c:v ffv1 -level 3 -slicecrc 1 crc.mkv");
+    ffmpeg("-i crc.mkv -c:v libx264 -pix_fmt yuv420p in.mkv -c:v png png.mov -c:v libx264 in.mp4 "
+           "-pix_fmt yuv420p whole.y4m -c:v mpeg2video -g 8 in.ts");
+    shell("for i in crc.mkv png.mov; do printf '%0200d' 0 | dd of=$i bs=1 seek=90000 conv=notrunc "
+          "status=none; done; head -c 20000 in.mkv >cut.mkv; head -c 100000 whole.y4m >cut.y4m; "
+          "head -c 20000 in.mp4 >cut.mp4; tail -c 30000 in.ts >tail.ts");
+    const std::pair<const char*, const char*> cases[] = {
+        {"crc.mkv", "cannot read 'crc.mkv': frame [0-9]+: it is damaged"},
+        {"png.mov", "cannot read 'png.mov': frame [0-9]+: it is damaged or cut off .*"},
+        {"cut.mkv", "cannot read 'cut.mkv': frame [0-9]+: the file is cut off or damaged .*"},
+        {"cut.y4m", "cannot read 'cut.y4m': frame 3: it is cut off"},
+        {"cut.mp4", "cannot read 'cut.mp4': it is no picture or video of a known format"},
+        {"tail.ts", ""}}; // as a recording that began in the middle
+    for (const auto& [name, expected] : cases) {
+        EXPECT_THAT(errorOf([&, file = input(name)] { read(file); }), MatchesRegex(expected));
     }
-    EXPECT_FALSE(fs::exists(path("old.mov")));
-    // A link's target is replaced, and the link stays one.
-    fs::create_symlink("old", path("link.mkv"));
-    output.file = path("link.mkv");
-    copy("clip.mov", output);
-    EXPECT_TRUE(fs::is_symlink(path("link.mkv")));
-    EXPECT_GT(fs::file_size(path("old")), 100);
+    EXPECT_EQ(openClip(input("tail.ts"))->frameCount(), read(input("tail.ts")).size());
+}
+
+TEST_F(ClipTest, WithoutAFinishOrRoomThereIsNoFile) {
+    std::ofstream(path("old.mov")) << "old";
+    makeClip("-c:v qtrle clip.mov");
+    {
+        const auto reader = openClip(input("clip.mov"));
+        const auto writer = openClipWriter(output("old.mov"), input("clip.mov"), *reader);
+        writer->write(*reader->next());
+        EXPECT_EQ(fileCount(), 2); // the file under way has no name
+    }
+    EXPECT_EQ(shell("cat old.mov; ls"), "oldclip.mov\nold.mov\n");
+    for (const char* format : {"rawvideo", "nut", "mov", "png"}) {
+        ClipOutput full = output("");
+        full.file = "-";
+        full.format = format;
+        full.standardOutput = open("/dev/full", O_WRONLY);
+        EXPECT_EQ(errorOf([&] { copy(input("clip.mov", "0"), full); }),
+                  "cannot write to standard output: No space left on device");
+        close(full.standardOutput);
+    }
+}
+
+TEST_F(ClipTest, ErrorsCarryAReasonAndTheSetting) {
+    makeClip("-c:v qtrle clip.mov");
+    for (const char* name : {"s.1.png", "s.3.png"}) {
+        writePicture(path(name), {noise(8, 8, false), {}});
+    }
+    const auto problem = [](const ClipInput& input, const ClipOutput& output) {
+        try {
+            copy(input, output);
+        } catch (const ClipError& error) {
+            return std::pair(error.reason(), error.settings().at(0));
+        }
+        throw Error("no error");
+    };
+    ClipInput raw = input("clip.mov");
+    raw.format = "rawvideo";
+    ClipInput sized = input("s.1.png");
+    sized.videoSize = "8x8";
+    const std::pair sizeNeeded(ClipReason::SettingNeeded, ClipSetting::VideoSize);
+    const std::pair sizeNotTaken(ClipReason::SettingNotTaken, ClipSetting::VideoSize);
+    const std::pair missing(ClipReason::FrameMissing, ClipSetting::Missing);
+    const std::pair tooMany(ClipReason::TooManyFrames, ClipSetting::Frames);
+    const std::pair codecNotTaken(ClipReason::ValueNotTaken, ClipSetting::Codec);
+    EXPECT_EQ(problem(raw, output("o.mkv")), sizeNeeded);
+    EXPECT_EQ(problem(sized, output("o.mkv")), sizeNotTaken);
+    EXPECT_EQ(problem(input("s.%d.png"), output("o.mkv")), missing);
+    EXPECT_EQ(problem(input("clip.mov"), output("o.png")), tooMany);
+    EXPECT_EQ(problem(input("clip.mov"), output("o.mkv", "x")), codecNotTaken);
+    // Eight pixels are too few for this one.
+    EXPECT_EQ(problem(input("s.1.png"), output("o.mp4", "hevc")), codecNotTaken);
 }
 
 } // namespace

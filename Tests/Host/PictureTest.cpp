@@ -1,126 +1,70 @@
 #include "Host/Media/Picture.h"
 
-#include "Host/Library/Error.h"
-#include "Tests/Host/ScratchFolder.h"
+#include "Tests/Host/MediaTest.h"
 
-#include <algorithm>
 #include <cmath>
 #include <csignal>
-#include <cstdio>
-#include <cstdlib>
-#include <fstream>
-#include <gmock/gmock.h>
-#include <random>
+#include <cstring>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
 using namespace Vexorel::PrismDrift::Host;
 namespace fs = std::filesystem;
+using namespace std::string_literals;
+using testing::AllOf;
 using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
 
 namespace {
 
-class PictureTest : public testing::Test {
+class PictureTest : public MediaTest {
 protected:
-    fs::path file(const std::string& name) const { return mScratch.path() / name; }
-
-    // Raw pixels through the ffmpeg program into a picture of our choice.
+    // A picture of raw pixels.
     void makePicture(const std::string& name, const std::string& format, int width, int height,
                      const std::string& bytes, const std::string& options = "") const {
-        std::ofstream(file("raw"), std::ios::binary) << bytes;
-        const std::string command = "ffmpeg -v error -y -f rawvideo -pix_fmt " + format + " -s " +
-                                    std::to_string(width) + "x" + std::to_string(height) + " -i '" +
-                                    file("raw").string() + "' -frames:v 1 " + options +
-                                    " -update 1 '" + file(name).string() + "'";
-        ASSERT_EQ(std::system(command.c_str()), 0) << command;
+        std::ofstream(path("raw"), std::ios::binary) << bytes;
+        ffmpeg("-f rawvideo -pix_fmt " + format + " -s " + std::to_string(width) + "x" +
+               std::to_string(height) + " -i raw -frames:v 1 " + options + " -update 1 " + name);
     }
-
-    std::string errorOf(const std::string& name) const {
-        try {
-            readPicture(file(name));
-        } catch (const Error& error) {
-            return error.what();
-        }
-        return "read";
-    }
-
-    std::size_t filesThere() const {
-        return static_cast<std::size_t>(
-            std::distance(fs::directory_iterator(mScratch.path()), fs::directory_iterator()));
-    }
-
-private:
-    ScratchFolder mScratch;
 };
-
-World noise(int width, int height, bool alpha) {
-    World world(width, height);
-    std::mt19937 random(42);
-    for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width * 4; ++x) {
-            world.row(y)[x] = static_cast<std::uint8_t>(x % 4 == 0 && !alpha ? 255 : random());
-        }
-    }
-    return world;
-}
-
-int largestDifference(const World& left, const World& right, bool withAlpha = true) {
-    if (left.width() != right.width() || left.height() != right.height()) {
-        return 1000;
-    }
-    int largest = 0;
-    for (int y = 0; y < left.height(); ++y) {
-        for (int x = 0; x < left.width() * 4; ++x) {
-            if (x % 4 != 0 || withAlpha) {
-                largest = std::max(largest, std::abs(left.row(y)[x] - right.row(y)[x]));
-            }
-        }
-    }
-    return largest;
-}
 
 std::vector<int> pixel(const World& world, int x, int y = 0) {
     const std::uint8_t* at = world.row(y) + x * std::ptrdiff_t{4};
     return {at, at + 4};
 }
 
-TEST_F(PictureTest, LosslessFormatsKeepEveryBit) {
-    const std::vector<std::string> withAlpha{"a.png", "a.tif", "a.tga",          "a.pam",
-                                             "a.sgi", "a.qoi", "a:b %d*[1]?.png"};
-    const std::vector<std::string> without{"a.bmp", "a.ppm", "A.WEBP", "a.TIFF"};
+TEST_F(PictureTest, LosslessFormatsKeepEveryBitAndLostAlphaIsReported) {
+    const std::vector<std::string> names[] = {
+        {"a.bmp", "a.ppm", "A.WEBP", "a.TIFF"},
+        {"a.png", "a.tif", "a.tga", "a.pam", "a.sgi", "a.qoi", "a:b %d*[1]?.png"}};
     for (const bool alpha : {false, true}) {
-        for (const std::string& name : alpha ? withAlpha : without) {
+        for (const std::string& name : names[alpha]) {
             for (const auto& [width, height] : {std::pair{1, 1}, {33, 1}, {1, 7}, {641, 5}}) {
                 const Picture picture{noise(width, height, alpha), {}};
-                EXPECT_EQ(writePicture(file(name), picture), "") << name;
-                EXPECT_EQ(largestDifference(readPicture(file(name)).world, picture.world), 0)
+                EXPECT_EQ(writePicture(path(name), picture), "") << name;
+                EXPECT_EQ(difference(readPicture(path(name)).world, picture.world).second, 0)
                     << name << " " << width << "x" << height;
             }
         }
     }
-    EXPECT_EQ(filesThere(), 11U);
-}
-
-TEST_F(PictureTest, LostAlphaIsSaid) {
+    EXPECT_EQ(fileCount(), 11);
     const Picture picture{noise(40, 30, true), {}};
-    EXPECT_THAT(writePicture(file("a.ppm"), picture), HasSubstr("a.ppm' is lost"));
-    EXPECT_EQ(largestDifference(readPicture(file("a.ppm")).world, picture.world, false), 0);
-    EXPECT_THAT(writePicture(file("a.jpg"), picture), HasSubstr("JPEG has no transparency"));
+    EXPECT_EQ(writePicture(path("a.ppm"), picture),
+              "PPM has no transparency: the alpha of '" + path("a.ppm").string() + "' is lost");
+    EXPECT_EQ(difference(readPicture(path("a.ppm")).world, picture.world, false).second, 0);
 }
 
 TEST_F(PictureTest, DepthsAndPalettesAreReducedExactly) {
-    // Every value of 16 bits, rounded to the nearest of 8.
-    std::string ramp;
+    std::string ramp; // every value of 16 bits, which is rounded to the nearest of 8
     for (int value = 0; value < 65536; ++value) {
         ramp += {static_cast<char>(value >> 8), static_cast<char>(value)};
     }
     makePicture("gray16.png", "gray16be", 256, 256, ramp);
-    const World gray = readPicture(file("gray16.png")).world;
+    const Picture gray = readPicture(path("gray16.png"));
+    EXPECT_EQ(depthOf(gray), 16);
     for (int value = 0; value < 65536; ++value) {
-        const int expected = static_cast<int>(std::lround(value / 257.0));
-        ASSERT_EQ(pixel(gray, value % 256, value / 256),
-                  (std::vector<int>{255, expected, expected, expected}))
-            << value;
+        ASSERT_EQ(gray.world.row(value / 256)[value % 256 * 4 + 2], std::lround(value / 257.0));
     }
     std::string palette(1024, '\0');
     palette.replace(4, 4, "\x03\x02\x01\x80"); // blue, green, red, alpha of entry 1
@@ -140,96 +84,83 @@ TEST_F(PictureTest, DepthsAndPalettesAreReducedExactly) {
         {"a.pbm", "monow", 8, "\x40", 1, {255, 0, 0, 0}},
         {"a.png", "pal8", 1, "\x01" + palette, 0, {128, 1, 2, 3}},
     };
-    for (const auto& c : cases) {
-        makePicture(c.name, c.format, c.width, 1, c.bytes);
-        EXPECT_EQ(pixel(readPicture(file(c.name)).world, c.x), c.expected) << c.format;
+    for (const auto& row : cases) {
+        makePicture(row.name, row.format, row.width, 1, row.bytes);
+        EXPECT_EQ(pixel(readPicture(path(row.name)).world, row.x), row.expected) << row.format;
     }
 }
 
 TEST_F(PictureTest, JpegKeepsColoursAndRange) {
-    Picture picture{World(64, 48), {}};
-    World& flat = picture.world;
-    const std::uint8_t colours[][4] = {
-        {255, 255, 0, 0}, {255, 0, 255, 0}, {255, 0, 0, 255}, {255, 255, 255, 255}, {255, 3, 4, 5}};
-    for (const auto& colour : colours) {
-        for (int y = 0; y < flat.height(); ++y) {
-            for (int x = 0; x < flat.width() * 4; ++x) {
-                flat.row(y)[x] = colour[x % 4];
-            }
-        }
+    const int side = 48;
+    for (const std::string& colour :
+         {"\xff\x00\x00"s, "\x00\xff\x00"s, "\x00\x00\xff"s, "\xff\xff\xff"s, "\x03\x04\x05"s}) {
+        Picture flat{World(side, side), {}};
         std::string raw;
-        for (int i = 0; i < flat.width() * flat.height(); ++i) {
-            raw.append(reinterpret_cast<const char*>(colour) + 1, 3);
+        for (int i = 0; i < side * side; ++i) {
+            raw += colour;
+            std::memcpy(flat.world.row(i / side) + 4 * (i % side), ("\xff" + colour).data(), 4);
         }
         // One coded by somebody else with reduced chroma, and one of ours.
-        makePicture("theirs.jpg", "rgb24", flat.width(), flat.height(), raw,
-                    "-q:v 1 -pix_fmt yuvj420p");
-        EXPECT_LE(largestDifference(readPicture(file("theirs.jpg")).world, flat), 3);
-        writePicture(file("ours.jpg"), picture);
-        EXPECT_LE(largestDifference(readPicture(file("ours.jpg")).world, flat), 3);
+        makePicture("theirs.jpg", "rgb24", side, side, raw, "-q:v 1 -pix_fmt yuvj420p");
+        writePicture(path("ours.jpg"), flat);
+        for (const char* name : {"theirs.jpg", "ours.jpg"}) {
+            EXPECT_LE(difference(readPicture(path(name)).world, flat.world).second, 3) << name;
+        }
     }
 }
 
 TEST_F(PictureTest, ColourProfilesStay) {
     Picture picture{noise(4, 4, false), std::vector<std::uint8_t>(200, 7)};
-    std::copy_n("RGB ", 4, picture.colorProfile.begin() + 16);
-    writePicture(file("a.png"), picture);
-    EXPECT_EQ(readPicture(file("a.png")).colorProfile, picture.colorProfile);
-    std::copy_n("GRAY", 4, picture.colorProfile.begin() + 16);
-    writePicture(file("a.png"), picture);
-    EXPECT_TRUE(readPicture(file("a.png")).colorProfile.empty());
+    for (const std::string space : {"RGB ", "GRAY"}) {
+        std::copy_n(space.data(), 4, picture.colorProfile.begin() + 16);
+        writePicture(path("a.png"), picture);
+        EXPECT_EQ(readPicture(path("a.png")).colorProfile,
+                  space == "RGB " ? picture.colorProfile : std::vector<std::uint8_t>());
+    }
 }
 
 TEST_F(PictureTest, WhatIsNoPictureIsRefusedWithItsReason) {
-    for (const std::string name :
-         {"whole.png", "whole.jpg", "whole.tif", "whole.webp", "whole.bmp", "whole.tga"}) {
-        writePicture(file(name), {noise(300, 300, false), {}});
-        fs::copy_file(file(name), file("cut-" + name));
-        fs::resize_file(file("cut-" + name), fs::file_size(file(name)) / 2);
-        EXPECT_THAT(errorOf("cut-" + name), HasSubstr("cut off"));
-    }
-    std::ofstream(file("text.png")) << "no picture\n";
-    std::ofstream(file("text")) << "no picture\n";
-    std::ofstream(file("empty.png")) << "";
-    std::ofstream(file("list.txt")) << "ffconcat version 1.0\nfile whole.png\n";
-    std::ofstream(file("huge.ppm")) << "P6\n1000000 1000000\n255\nabc";
-    std::ofstream(file("wide.ppm")) << "P6\n70000 1\n255\n" << std::string(210000, 'a');
-    const std::pair<const char*, const char*> cases[] = {
-        {"text.png", "no picture"},
-        {"text", "no picture"},
-        {"empty.png", "empty"},
-        {"list.txt", "list"},
-        {"huge.ppm", "1000000x1000000"},
-        {"wide.ppm", "70000x1 pixels is too large"},
-        {"none.png", "No such file"},
-        {".", "directory"},
+    std::vector<std::pair<std::string, const char*>> cases = {
+        {"text.png", "no picture"},           {"text", "no picture"},
+        {"empty.png", "the file is empty"},   {"list.txt", "a list of other files"},
+        {"huge.ppm", "1000000x1000000"},      {"wide.ppm", "70000x1 pixels is too large"},
+        {"none.png", "No such file"},         {"folder", "it is a directory"},
         {"http://host/a.png", "No such file"}};
+    for (const std::string ending : {"png", "jpg", "tif", "webp", "bmp", "tga"}) {
+        const std::string name = "cut." + ending;
+        writePicture(path(name), {noise(300, 300, false), {}});
+        fs::resize_file(path(name), fs::file_size(path(name)) / 2);
+        cases.emplace_back(name, "cut off");
+    }
+    std::ofstream(path("text.png")) << "no picture\n";
+    fs::create_directory(path("folder"));
+    std::ofstream(path("text")) << "no picture\n";
+    std::ofstream(path("empty.png")) << "";
+    std::ofstream(path("list.txt")) << "ffconcat version 1.0\nfile cut.png\n";
+    std::ofstream(path("huge.ppm")) << "P6\n1000000 1000000\n255\nabc";
+    std::ofstream(path("wide.ppm")) << "P6\n70000 1\n255\n" << std::string(210000, 'a');
     for (const auto& [name, reason] : cases) {
-        const std::string message = errorOf(name);
-        EXPECT_THAT(message, HasSubstr(reason)) << name;
-        EXPECT_THAT(message, HasSubstr("cannot read '"));
-        EXPECT_EQ(message.find('\n'), std::string::npos);
+        EXPECT_THAT(errorOf([&, file = path(name)] { readPicture(file); }),
+                    AllOf(StartsWith("cannot read '" + name + "': "), HasSubstr(reason),
+                          Not(HasSubstr("\n"))));
     }
 }
 
 TEST_F(PictureTest, AFailedWriteLeavesEverythingAsItWas) {
     const Picture picture{noise(400, 400, false), {}};
-    std::ofstream(file("kept.png")) << "kept";
-    const auto refused = [&](const fs::path& target) -> std::string {
-        try {
-            writePicture(target, picture);
-        } catch (const Error& error) {
-            return error.what();
-        }
-        return "written";
+    const auto refused = [&](const std::string& name) {
+        return errorOf([&] { writePicture(path(name), picture); });
     };
-    EXPECT_THAT(refused(file("kept.xyz")), HasSubstr("one of .png"));
-    EXPECT_THAT(refused(file("kept")), HasSubstr("one of .png"));
-    EXPECT_THAT(refused(file("none/kept.png")), HasSubstr("No such file"));
-    fs::create_directory(file("folder.png"));
-    EXPECT_THAT(refused(file("folder.png")), HasSubstr("it is a directory"));
-    ASSERT_EQ(mkfifo(file("pipe.png").c_str(), 0600), 0);
-    EXPECT_THAT(refused(file("pipe.png")), HasSubstr("not a plain file"));
+    std::ofstream(path("kept.png")) << "kept";
+    fs::create_directory(path("folder.png"));
+    ASSERT_EQ(mkfifo(path("pipe.png").c_str(), 0600), 0);
+    EXPECT_THAT(refused("kept.xyz"), HasSubstr("one of .png"));
+    EXPECT_THAT(refused("kept"), HasSubstr("one of .png"));
+    EXPECT_THAT(refused("none/kept.png"), HasSubstr("No such file"));
+    EXPECT_THAT(refused("folder.png"), HasSubstr("it is a directory"));
+    EXPECT_THAT(refused("pipe.png"), HasSubstr("not a plain file"));
+    EXPECT_THAT(errorOf([&] { checkPictureSize(path("a.webp"), 9, 16384); }),
+                HasSubstr("WebP takes at most 16383 pixels a side, not 9x16384"));
 
     // A disk that is full after 1,000 bytes, but for the signal, which is ignored.
     rlimit before{};
@@ -237,23 +168,23 @@ TEST_F(PictureTest, AFailedWriteLeavesEverythingAsItWas) {
     const rlimit small{1000, before.rlim_max};
     const auto handler = std::signal(SIGXFSZ, SIG_IGN);
     setrlimit(RLIMIT_FSIZE, &small);
-    const std::string full = refused(file("kept.png"));
+    const std::string full = refused("kept.png");
     setrlimit(RLIMIT_FSIZE, &before);
     std::signal(SIGXFSZ, handler);
     EXPECT_THAT(full, HasSubstr("kept.png': File too large"));
-    EXPECT_EQ(fs::file_size(file("kept.png")), 4U);
-    EXPECT_EQ(filesThere(), 3U);
+    EXPECT_EQ(fs::file_size(path("kept.png")), 4U);
+    EXPECT_EQ(fileCount(), 3);
 
-    writePicture(file("kept.png"), picture);
-    fs::create_symlink("kept.png", file("link.png"));
-    writePicture(file("link.png"), picture);
-    EXPECT_TRUE(fs::is_symlink(file("link.png")));
+    // A link stays one, and a new file has a new file's permissions.
+    fs::create_symlink("kept.png", path("link.png"));
+    writePicture(path("link.png"), picture);
+    EXPECT_TRUE(fs::is_symlink(path("link.png")));
     const mode_t mask = umask(027);
-    fs::remove(file("kept.png"));
-    writePicture(file("kept.png"), picture);
+    fs::remove(path("kept.png"));
+    writePicture(path("kept.png"), picture);
     umask(mask);
-    EXPECT_EQ(fs::status(file("kept.png")).permissions(), fs::perms(0640));
-    EXPECT_EQ(filesThere(), 4U);
+    EXPECT_EQ(fs::status(path("kept.png")).permissions(), fs::perms(0640));
+    EXPECT_EQ(fileCount(), 4);
 }
 
 } // namespace
