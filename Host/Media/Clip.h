@@ -18,50 +18,51 @@ struct AVPacket;
 
 namespace Vexorel::PrismDrift::Host {
 
-/// Of frame rates and units of time; 0/1 where none is known.
+/// A frame rate or a unit of time; 0/1 where it isn't known.
 struct Ratio {
     int numerator = 0, denominator = 1;
 };
 
-/// The frame nearest to a time at a steady rate, of two as near the even one.
+/// The frame nearest to a time at a steady rate; of two equally near ones the even one.
 std::int64_t nearestFrame(double seconds, const Ratio& frameRate);
 
 /// The frame rate in a text as ffmpeg takes it: "25", "30000/1001", "ntsc". Throws Error.
 Ratio frameRateFrom(const std::string& text);
 
-/// What to do about a picture that a sequence lacks.
+/// What happens where a sequence lacks a picture: an error, no frame, or the picture before again.
 enum class Missing { Refuse, Skip, Hold };
 
 struct ClipInput {
     std::filesystem::path file; ///< a picture, a pattern, a video file, or "-": standard input
-    /// As ffmpeg names and writes them, for pipes and files that don't say; empty for what the file
-    /// says. `frameRate` is also that of a sequence, 25 unless given.
+    /// By ffmpeg's names and notation, for input that doesn't describe itself; otherwise empty.
+    /// `frameRate` also applies to a sequence, which has 25 frames a second unless given.
     std::string format, videoSize, pixelFormat, frameRate;
     Missing missing = Missing::Refuse;
-    /// Those to read: a sequence's by the numbers in its names, others counted from 0.
+    /// The frames to read: a sequence's by the numbers in its names, others counted from 0.
     FrameNumbers frames;
 };
 
 struct ClipOutput {
     std::filesystem::path file; ///< as for an input; "-" is `standardOutput`
     int standardOutput = 1;     ///< the descriptor
-    /// A container or a picture's ending, a codec, a pixel format; empty for what suits.
+    /// A container or a picture's ending, a codec, a pixel format. Empty ones are chosen to suit
+    /// the clip.
     std::string format, codec, pixelFormat;
     std::optional<double> quality; ///< 0 to 100, for codecs with loss
-    /// Told, in one line each, what of the clip gets lost. Called on the thread that writes.
+    /// Called with one line for each thing of the clip that gets lost, on the thread that writes.
     std::function<void(const std::string&)> warn;
 };
 
 /// One frame.
 struct ClipFrame {
     Picture picture;
-    std::int64_t index = 0;  ///< from 0 at the first of the whole input, read or not
-    std::int64_t number = 0; ///< in its file's name, else the index
+    std::int64_t index = 0;  ///< in the whole input, from 0, chosen or not
+    std::int64_t number = 0; ///< in its file's name; the index where there is none
     std::int64_t time = 0;   ///< in `ClipProperties::timeBase`, from 0 at the input's start
     std::int64_t duration = 0;
 };
 
-/// A piece of sound, subtitles or the like, to be handed on as it is.
+/// A piece of sound, subtitles or other data, which is handed on as it is.
 struct ClipPacket {
     std::shared_ptr<AVPacket> packet;
 };
@@ -74,9 +75,9 @@ struct ClipProperties {
     ClipKind kind = ClipKind::Still;
     Ratio frameRate{25, 1};
     Ratio timeBase{1, 25};
-    /// How many frames `next` will give, as far as is known without reading them all; for progress.
+    /// How many frames `next` will give, if that is known without reading them all; for progress.
     std::optional<std::int64_t> expected;
-    /// Of a video, valid as long as its reader: what else is in the file.
+    /// A video's file with all its streams, valid as long as the reader. Null for pictures.
     const AVFormatContext* container = nullptr;
     int videoStream = -1;
 };
@@ -90,19 +91,20 @@ public:
     virtual ~ClipReader() = default;
 
     virtual const ClipProperties& properties() const = 0;
-    /// In the order of the file; nothing at the end. Throws Error, which names the file, the frame
-    /// and the reason. Asked for frames that aren't there, it throws after the last that is.
+    /// The next frame or packet in the file's order; nothing at the end. Throws Error, which names
+    /// the file, the frame and the reason. Where frames are chosen that don't exist, it throws
+    /// after the last one that does.
     virtual std::optional<ClipItem> next() = 0;
-    /// Of the whole input, read or not; nothing for a pipe. May read through the file.
+    /// The frames of the whole input, chosen or not; nothing for a pipe. May read through the file.
     virtual std::optional<std::int64_t> frameCount() = 0;
-    /// The index of the frame nearest to this time, of two as near the even one, as MLT rounds. May
-    /// read through the file.
+    /// The index of the frame nearest to this time; of two equally near ones the even one, as MLT
+    /// rounds. May read through the file.
     virtual std::int64_t frameAt(double seconds) = 0;
-    /// Has a `next` that waits for a pipe give up, once a signal ends its wait. From any thread.
+    /// Makes a `next` that waits for a pipe give up, once a signal ends its wait. From any thread.
     virtual void stop() {}
 };
 
-/// Throws Error as the readers do.
+/// Throws Error as the readers do, a ClipError where a setting is to blame.
 std::unique_ptr<ClipReader> openClip(const ClipInput& input);
 
 /// Writes a clip. One thread at a time.
@@ -111,7 +113,7 @@ public:
     ClipWriter() = default;
     ClipWriter(const ClipWriter&) = delete;
     ClipWriter& operator=(const ClipWriter&) = delete;
-    /// Without `finish`, a video file is left out and a sequence keeps the pictures written so far.
+    /// Without `finish` no video file appears; of a sequence, the pictures written so far stay.
     virtual ~ClipWriter() = default;
 
     /// In the order of the times. Throws Error, which names the output and the reason.
@@ -120,14 +122,14 @@ public:
     virtual void finish() = 0;
 };
 
-/// Checks, before any work is done, what can be known of the output: throws Error for a format, a
-/// codec or a place that can't be written, and for a clip that doesn't go into it. The reader must
-/// outlive the writer.
+/// Checks what can be known before any work is done: throws Error for a format, a codec or a place
+/// that can't be written, and for a clip that the output can't hold. The reader must outlive the
+/// writer.
 std::unique_ptr<ClipWriter> openClipWriter(const ClipOutput& output, const ClipInput& input,
                                            const ClipReader& reader);
 
-/// Throws Error where the output makes no sense whatever the input is: an unknown ending, format,
-/// codec, pixel format, or two that exclude each other.
+/// Throws Error for an output that is wrong for every input: an unknown ending, format, codec or
+/// pixel format, or settings that exclude each other.
 void checkClipOutput(const ClipOutput& output);
 
 } // namespace Vexorel::PrismDrift::Host

@@ -86,8 +86,8 @@ private:
 class SequenceReader : public ClipReader {
 public:
     SequenceReader(const ClipInput& input, SequencePattern pattern)
-        : mInput(input), mPattern(std::move(pattern)), mThere(mPattern.numbersThere()) {
-        if (mThere.empty()) {
+        : mInput(input), mPattern(std::move(pattern)), mNumbers(mPattern.existingNumbers()) {
+        if (mNumbers.empty()) {
             throw Error(cannotRead(input.file) + "there is no file of such a name, '" +
                         mPattern.file(1).string() + "' for one");
         }
@@ -104,23 +104,25 @@ public:
         }
         const std::int64_t number = *mNext;
         mNext = chosenAfter(number);
-        const std::int64_t index = number - mThere.front();
+        const std::int64_t index = number - mNumbers.front();
         return ClipFrame{pictureFor(heldFor(number)), index, number, index, 1};
     }
 
-    std::optional<std::int64_t> frameCount() override { return mThere.back() - mThere.front() + 1; }
+    std::optional<std::int64_t> frameCount() override {
+        return mNumbers.back() - mNumbers.front() + 1;
+    }
 
     std::int64_t frameAt(double seconds) override {
         return nearestFrame(seconds, mProperties.frameRate);
     }
 
 private:
-    bool isThere(std::int64_t number) const {
-        return std::binary_search(mThere.begin(), mThere.end(), number);
+    bool exists(std::int64_t number) const {
+        return std::binary_search(mNumbers.begin(), mNumbers.end(), number);
     }
 
-    // A picture that stands for the next number too is kept: its file may have been written to by
-    // then.
+    // A picture that is held for the next number too is kept in memory: its file may have been
+    // overwritten by then.
     Picture pictureFor(std::int64_t held) {
         Picture picture =
             mKept && mKeptNumber == held ? std::move(*mKept) : readPicture(mPattern.file(held));
@@ -132,21 +134,22 @@ private:
         return picture;
     }
 
-    // The number whose picture stands for this one.
+    // The number whose picture is shown at this one.
     std::int64_t heldFor(std::int64_t number) const {
-        return *std::prev(std::upper_bound(mThere.begin(), mThere.end(), number));
+        return *std::prev(std::upper_bound(mNumbers.begin(), mNumbers.end(), number));
     }
 
-    // The next number to read; what isn't there is refused here, before any frame is drawn.
+    // The next number to read. Called for all numbers at first, so that a missing picture is
+    // refused before any is drawn.
     std::optional<std::int64_t> chosenAfter(std::int64_t number) const {
         for (auto next = mInput.frames.after(number); next; next = mInput.frames.after(*next)) {
-            if (mInput.frames.all() && *next > mThere.back()) {
+            if (mInput.frames.all() && *next > mNumbers.back()) {
                 return std::nullopt;
             }
-            if (isThere(*next)) {
+            if (exists(*next)) {
                 return next;
             }
-            const bool inside = *next > mThere.front() && *next < mThere.back();
+            const bool inside = *next > mNumbers.front() && *next < mNumbers.back();
             if (mInput.missing == Missing::Refuse || !inside) {
                 refuse(*next);
             }
@@ -159,15 +162,15 @@ private:
 
     [[noreturn]] void refuse(std::int64_t number) const {
         const std::string name = "'" + mPattern.file(number).string() + "' is missing";
-        if (number < mThere.front() || number > mThere.back()) {
-            throw Error(name + ": the sequence has the frames " + std::to_string(mThere.front()) +
-                        " to " + std::to_string(mThere.back()));
+        if (number < mNumbers.front() || number > mNumbers.back()) {
+            throw Error(name + ": the sequence has the frames " + std::to_string(mNumbers.front()) +
+                        " to " + std::to_string(mNumbers.back()));
         }
         throw ClipError(ClipReason::FrameMissing, {ClipSetting::Missing}, name);
     }
 
     std::int64_t countChosen() {
-        const std::int64_t before = mInput.frames.all() ? mThere.front() - 1 : -1;
+        const std::int64_t before = mInput.frames.all() ? mNumbers.front() - 1 : -1;
         mNext = chosenAfter(before);
         std::int64_t count = 0;
         for (auto number = mNext; number; number = chosenAfter(*number)) {
@@ -178,7 +181,7 @@ private:
 
     ClipInput mInput;
     SequencePattern mPattern;
-    std::vector<std::int64_t> mThere;
+    std::vector<std::int64_t> mNumbers;
     ClipProperties mProperties;
     std::optional<std::int64_t> mNext;
     std::optional<Picture> mKept;

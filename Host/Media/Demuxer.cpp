@@ -14,7 +14,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Opens the file itself and nothing that it may refer to.
+// Opens the file itself, and none that it refers to.
 int openOnlyTheFile(AVFormatContext* context, AVIOContext** io, const char* url, int flags,
                     AVDictionary** options) {
     const auto& allowed = *static_cast<const std::string*>(context->opaque);
@@ -25,9 +25,8 @@ int openOnlyTheFile(AVFormatContext* context, AVIOContext** io, const char* url,
     return avio_open2(io, url, flags, &context->interrupt_callback, options);
 }
 
-// What FFmpeg takes for pictures and isn't: a text, which it would draw, lists that have their
-// pictures in other files, and what comes from a device.
-bool isForeign(const AVInputFormat& format) {
+// Whether FFmpeg would draw a text, or read a list of other files.
+bool isTextOrList(const AVInputFormat& format) {
     for (const char* name : {"tty", "concat", "hls", "dash", "imf"}) {
         if (name == std::string_view(format.name)) {
             return true;
@@ -71,7 +70,7 @@ std::array<FormatOption, 3> formatOptions(const ClipInput& input) {
 } // namespace
 
 void checkReadable(const fs::path& file) {
-    // Not opened: whoever writes to a named pipe would take that for its reader.
+    // Without opening it: whoever writes to a named pipe would take this for its reader.
     struct stat status = {};
     if (stat(file.c_str(), &status) != 0 || access(file.c_str(), R_OK) != 0) {
         throw Error(std::generic_category().message(errno));
@@ -117,7 +116,7 @@ Demuxer::Demuxer(const ClipInput& input)
                         "rawvideo doesn't describe itself: it needs a video size, and a pixel "
                         "format unless it is yuv420p");
     }
-    // FFmpeg frees a context of ours when it can't open the file.
+    // FFmpeg frees the context if it can't open the file.
     AVFormatContext* context = owned(avformat_alloc_context()).release();
     context->opaque = &mUrl;
     context->io_open = &openOnlyTheFile;
@@ -140,7 +139,7 @@ Demuxer::Demuxer(const ClipInput& input)
     }
     checkResult(result);
     mFormat.reset(context);
-    if (isForeign(*context->iformat)) {
+    if (isTextOrList(*context->iformat)) {
         throw Error("it is no picture but a text or a list of other files");
     }
     for (const FormatOption& option : formatOptions(input)) {

@@ -1,7 +1,7 @@
 #pragma once
 
-/// FFmpeg's libraries as the media library uses them: owners for their objects, and their messages
-/// kept for ours. Internal to the media library.
+/// Owners for the objects of FFmpeg's libraries, and what their errors mean. Internal to the media
+/// library.
 
 #include "Host/Media/Clip.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-/// Which frames of a clip are meant: "10-99", "1-100x2,200".
+/// A choice of a clip's frames: "10-99", "1-100x2,200".
 
 #include <cstdint>
 #include <optional>
@@ -11,23 +11,23 @@ namespace Vexorel::PrismDrift::Host {
 
 class FrameNumbers {
 public:
-    /// All there are.
+    /// All frames.
     FrameNumbers() = default;
 
-    /// Numbers, ranges FIRST-LAST and steps FIRST-LASTxSTEP, separated by commas. Nothing for
+    /// Reads numbers, ranges FIRST-LAST and steps FIRST-LASTxSTEP, separated by commas. Nothing for
     /// another text, and for a range that runs backwards or whose step is 0.
     static std::optional<FrameNumbers> parse(std::string_view text);
 
     bool all() const { return mRanges.empty(); }
     bool contains(std::int64_t number) const;
-    /// The greatest number that is meant; nothing where all are.
+    /// The greatest number that is chosen; nothing where all are.
     std::optional<std::int64_t> last() const;
-    /// The least number that is meant and is greater than `number`.
+    /// The least number that is chosen and greater than `number`.
     std::optional<std::int64_t> after(std::int64_t number) const;
 
 private:
     struct Range {
-        std::int64_t first = 0, last = 0, step = 1; // `last` is one of them
+        std::int64_t first = 0, last = 0, step = 1; // `last` is chosen
     };
     std::vector<Range> mRanges;
 };

@@ -1,6 +1,6 @@
 #pragma once
 
-/// What a decoded frame says beside its pixels. Internal to the media library.
+/// What a decoded frame has beside its pixels. Internal to the media library.
 
 #include "Host/Media/FFmpeg.h"
 #include "Host/Media/Orientation.h"
@@ -14,10 +14,10 @@ namespace Vexorel::PrismDrift::Host {
 /// A frame without pixels that has the size, format, colours, times and side data of this one.
 std::shared_ptr<const AVFrame> propertiesOf(const AVFrame& frame);
 
-/// The ICC profile of the frame's RGB colours, empty for none or of other colours.
+/// The ICC profile of the frame's colours, empty for none and for colours other than RGB.
 std::vector<std::uint8_t> profileOf(const AVFrame& frame);
 
-/// How the frame itself says that it has to be turned.
+/// How the frame has to be turned by its own display matrix.
 Orientation orientationOf(const AVFrame& frame);
 
 } // namespace Vexorel::PrismDrift::Host

@@ -1,6 +1,6 @@
 #pragma once
 
-/// Pictures that a camera stored lying, turned upright. Internal to the media library.
+/// Turns pictures that a camera stored lying. Internal to the media library.
 
 #include "Host/Library/World.h"
 
@@ -8,12 +8,12 @@
 
 namespace Vexorel::PrismDrift::Host {
 
-/// How a stored picture has to be turned to stand upright: mirrored along its axes where they run
-/// backwards, its rows made columns where they are swapped.
+/// How a stored picture becomes upright: first its rows become columns if x and y are swapped, then
+/// it is mirrored.
 struct Orientation {
-    bool swapped = false;   ///< x and y change places, before the mirroring
-    bool mirroredX = false; ///< of the upright picture
-    bool mirroredY = false;
+    bool swapped = false;
+    bool mirroredX = false; ///< left and right change places
+    bool mirroredY = false; ///< top and bottom change places
 
     /// From FFmpeg's display matrix, nine numbers; by the nearest quarter turn. Null is upright.
     static Orientation of(const std::int32_t* displayMatrix);
@@ -21,7 +21,7 @@ struct Orientation {
     bool upright() const { return !swapped && !mirroredX && !mirroredY; }
 };
 
-/// The picture in its upright orientation, a new world.
+/// The upright picture, a new world.
 World turned(const World& world, const Orientation& orientation);
 
 } // namespace Vexorel::PrismDrift::Host

@@ -22,7 +22,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// A format by the ending of its name, and the encoder's options.
+// A format of pictures: its ending, its name for messages, its encoder with options.
 struct Format {
     const char* ending;
     const char* name;
@@ -31,8 +31,8 @@ struct Format {
     int longestSide = largestSide;
 };
 
-// PNG and WebP trade a few percent of size for several times the speed. JPEG has the quality 2 of 1
-// to 31, where the artefacts are below what an eye finds; a unit of it is FF_QP2LAMBDA.
+// PNG and WebP are several times faster for a few percent of size. JPEG's quality is 2 on a scale
+// from 1, the best, to 31, in units of FF_QP2LAMBDA: its artefacts can't be seen.
 constexpr const char* pngOptions = "pred=paeth:compression_level=1";
 constexpr const char* jpegOptions = "flags=+qscale:global_quality=236";
 constexpr const char* tiffOptions = "compression_algo=lzw";
@@ -79,7 +79,7 @@ const Format& formatOf(const fs::path& file, const std::string& ending = "") {
     return *format;
 }
 
-// The encoder's format that loses nothing of the picture, or else the least.
+// The encoder's pixel format that loses the least of the picture.
 AVPixelFormat pixelFormatFor(const AVCodec& codec, bool alpha) {
     AVPixelFormat best = AV_PIX_FMT_NONE;
     int bestRank = 0;

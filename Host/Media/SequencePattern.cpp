@@ -11,9 +11,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t mostDigits = 18; // of a 64-bit number, whatever they are
+constexpr std::size_t mostDigits = 18; // that always fit into 64 bits
 
-// A number's place at the start of the text: how many digits it has, how many characters it takes.
+// The place of a number at the start of a text: its least digits, and how many characters it takes.
 struct Place {
     std::size_t digits = 0, length = 0;
 };
@@ -79,7 +79,7 @@ fs::path SequencePattern::file(std::int64_t number) const {
     return mFolder / (mBefore + digits + mAfter);
 }
 
-std::vector<std::int64_t> SequencePattern::numbersThere() const {
+std::vector<std::int64_t> SequencePattern::existingNumbers() const {
     std::vector<std::int64_t> numbers;
     const fs::path folder = mFolder.empty() ? "." : mFolder;
     std::error_code failure;
@@ -93,7 +93,7 @@ std::vector<std::int64_t> SequencePattern::numbersThere() const {
         const char* last = name.data() + name.size() - mAfter.size();
         std::int64_t number = 0;
         const auto [stop, error] = std::from_chars(first, last, number);
-        // The name that this number gets, and not one that only looks like it.
+        // Only the name that the pattern gives to this number, not 012 for ##.
         if (error == std::errc() && stop == last && number >= 0 &&
             file(number).filename() == name) {
             numbers.push_back(number);

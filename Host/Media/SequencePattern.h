@@ -12,9 +12,9 @@ namespace Vexorel::PrismDrift::Host {
 
 class SequencePattern {
 public:
-    /// The pattern that the file's name holds: '%d', '%4d' and '%04d', or a row of '#', one for
-    /// each digit. "%%" stands for '%' beside it. Nothing for a name without one. Throws Error for
-    /// more than one in a name and for a '%' that is no number's place.
+    /// The pattern in a file's name: '%d', '%4d' or '%04d', or a row of '#', one for each digit.
+    /// Beside it, "%%" stands for '%'. Nothing for a name without a number's place. Throws Error
+    /// for a name with two, and for a '%' that is neither.
     static std::optional<SequencePattern> of(const std::filesystem::path& file);
 
     /// The same for a clip that is to be read: nothing for the name of a file that exists, whatever
@@ -24,9 +24,8 @@ public:
     /// The file that holds the picture of this number.
     std::filesystem::path file(std::int64_t number) const;
 
-    /// The numbers of the files that are there, in order. Throws Error where the folder can't be
-    /// read.
-    std::vector<std::int64_t> numbersThere() const;
+    /// The numbers of the files that exist, in order. Throws Error where the folder can't be read.
+    std::vector<std::int64_t> existingNumbers() const;
 
 private:
     std::filesystem::path mFolder;

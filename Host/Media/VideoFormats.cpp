@@ -16,10 +16,10 @@ extern "C" {
 namespace Vexorel::PrismDrift::Host {
 namespace {
 
-// The encoders speak of quality each in its own way: a quantiser of 18 is where an H.264 picture is
-// taken for the original. They look ahead over a dozen frames only: what they hold back takes
-// memory, and is encoded when nothing is left to be drawn beside. x265 writes to standard error by
-// itself unless told not to.
+// Each encoder has a scale of quality of its own; at 18 on H.264's, people take the picture for the
+// original. The encoders look only a dozen frames ahead: frames that they hold back take memory,
+// and are encoded at the end, when nothing else is left to do. x265 writes to standard error unless
+// told not to.
 const std::vector<VideoCodec>& codecs() {
     static const std::vector<VideoCodec> all = {
         {"h264",
@@ -88,7 +88,7 @@ const VideoCodec& codecNamed(const std::string& name) {
                          [&](const VideoCodec& codec) { return codec.name == name; });
 }
 
-// What of a pixel format matters for the choice of another.
+// The properties by which a pixel format is chosen.
 struct Layout {
     bool rgb = false, alpha = false;
     int chromaWidth = 0, chromaHeight = 0; // as shifts
@@ -128,7 +128,7 @@ bool isConvertible(AVPixelFormat format) {
     return isPackedRgb(format) || sws_isSupportedOutput(format) != 0;
 }
 
-// The same channels in 8 bits.
+// The source's own format if it has 8 bits, else RGB.
 AVPixelFormat plainFormat(const AVFrame& source) {
     const auto own = static_cast<AVPixelFormat>(source.format);
     if (depthOf(own) == 8 && own != AV_PIX_FMT_PAL8 && isConvertible(own)) {

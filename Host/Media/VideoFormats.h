@@ -14,13 +14,13 @@ namespace Vexorel::PrismDrift::Host {
 struct VideoCodec {
     const char* name; ///< as the user writes it
     const char* encoder;
-    /// Those to choose from; the first for a clip of RGB pixels without alpha. Empty: all that can
-    /// be converted to.
+    /// The formats to choose from, the first for a clip of RGB pixels without alpha. Empty: all
+    /// that pixels can be converted to.
     std::vector<AVPixelFormat> formats;
     const char* options = "";            ///< as "key=value:key=value"
     const char* qualityOption = nullptr; ///< null for a codec that has no quality to choose
     double worst = 0, best = 0;          ///< its values at qualities 0 and 100
-    bool saysRange = true;               ///< or is read as of the limited one
+    bool saysRange = true;               ///< false: readers assume the limited range
 };
 
 struct Container {
@@ -28,8 +28,8 @@ struct Container {
     const char* ending;
     std::vector<const char*> codecs; ///< the first is the default
     const char* alphaCodec;          ///< for a clip with alpha
-    bool saysColours = true;         ///< has a place for the matrix of YUV
-    bool saysRange = true;           ///< and for its range
+    bool saysColours = true;         ///< has a field for the matrix of YUV
+    bool saysRange = true;           ///< has a field for the range of YUV
     bool countsFrames = false;       ///< has a frame rate, and no time for each frame
 };
 
@@ -39,20 +39,19 @@ const Container* containerFor(const std::string& endingOrName);
 /// ".mp4, .mov, …" of all containers.
 std::string containerEndings();
 
-/// The codec that the user wants, empty for the one that suits: the clip's own where the container
-/// takes it, else one that keeps the alpha, else the container's default. Throws Error with the
-/// codecs that the container takes.
+/// The codec of the name `wanted`. Where that is empty: the clip's own if the container takes it,
+/// else one that keeps the alpha, else the container's default. Throws Error with the codecs that
+/// the container takes.
 const VideoCodec& chooseCodec(const Container& container, const std::string& wanted,
                               AVCodecID ownCodec, bool alpha);
 
-/// The pixel format to encode in: that of the clip where the codec has it in 8 bits, else the
-/// nearest; one with alpha where the clip has it and the codec can. `wanted` is empty for the one
-/// that suits. Throws Error for one that the codec or the converter doesn't take.
+/// The pixel format of the name `wanted`. Where that is empty: the clip's own if the codec has it
+/// in 8 bits, else the nearest, with alpha if the clip has it and the codec can. Throws Error for
+/// one that the codec or the converter doesn't take.
 AVPixelFormat choosePixelFormat(const VideoCodec& codec, const std::string& wanted,
                                 const AVFrame& source);
 
-/// Whether the chroma of this format covers pixels in a row or in a column that the picture, at
-/// this size, has only a part of, and the codec can't take that.
+/// Whether the codec takes this format at even sides only, and one of these is odd.
 bool needsEvenSides(const VideoCodec& codec, AVPixelFormat format, int width, int height);
 
 /// The encoder's options for a quality from 0 to 100.

@@ -109,7 +109,7 @@ TEST_F(ClipTest, PatternsNameFilesAndFindThem) {
     }
     shell(
         "touch s.07.png s.9.png s.11.png s.100.png s.-1.png s.1a.png s.012.png t.08.png s.12.jpg");
-    EXPECT_EQ(SequencePattern::of(path("s.##.png"))->numbersThere(),
+    EXPECT_EQ(SequencePattern::of(path("s.##.png"))->existingNumbers(),
               (std::vector<std::int64_t>{7, 11, 100}));
     // The name of a file that exists is taken as it is.
     for (const char* name : {"50%.png", "a%d%d.png", "%d.png"}) {
