@@ -128,13 +128,10 @@ void Muxer::write(AVPacket& packet, const AVStream& stream, AVRational unit) {
     packet.pos = -1;
     av_packet_rescale_ts(&packet, unit, stream.time_base);
     check(av_interleaved_write_frame(mContext.get(), &packet));
-    check(mContext->pb->error);
 }
 
 void Muxer::finish() {
     check(av_write_trailer(mContext.get()));
-    avio_flush(mContext->pb);
-    check(mContext->pb->error);
 }
 
 void Muxer::check(int result) const {
