@@ -168,12 +168,12 @@ TEST_F(ClipTest, WhatIsWrittenComesBackWithItsTimes) {
         {"a.mov", "", 0},
         {"a.mov", "png", 0},
         {"a.mov", "prores", 1.5},
-        {"a.mov", "h264", 6, "the alpha of '.*' is lost: libx264 in yuv420p has none\n"},
-        {"a.mp4", "hevc", 8, "the alpha of '.*' is lost: libx265 in yuv420p has none\n"},
+        {"a.mov", "h264", 6, "the alpha of [^\n]* is lost: libx264 in yuv420p has none\n"},
+        {"a.mp4", "hevc", 8, "the alpha of [^\n]* is lost: libx265 in yuv420p has none\n"},
         {"a.mkv", "", 0},
         {"a.mkv", "vp9", 8},
         {"a.nut", "", 0},
-        {"a.y4m", "", 1.5, "the alpha .*\n.y4m has one frame rate: the .* times are lost\n"},
+        {"a.y4m", "", 1.5, "the alpha [^\n]*\n.y4m has one frame rate: [^\n]*\n"},
     };
     for (const Case& row : cases) {
         SCOPED_TRACE(std::string(row.name) + " " + row.codec);
@@ -181,7 +181,7 @@ TEST_F(ClipTest, WhatIsWrittenComesBackWithItsTimes) {
         EXPECT_THAT(copy(input("clip.mov"), output(name, row.codec)), MatchesRegex(row.warnings));
         const std::vector<ClipFrame> after = read(input(name));
         ASSERT_EQ(after.size(), before.size());
-        EXPECT_TRUE(name != "a.mov" || row.mean > 0 || after[6].duration == before[6].duration);
+        EXPECT_TRUE(name != "a.mov" || after[6].duration == before[6].duration);
         const Ratio unit = openClip(input(name))->properties().timeBase;
         for (std::size_t i = 0; i < before.size(); ++i) {
             const auto [mean, greatest] =
