@@ -112,7 +112,7 @@ PF_Err renderFrame(PF_InData* in_data, PF_LayerDef* input, PF_LayerDef* output,
     frameBuffer.prepare(input->width, input->height, true);
     const TargetScope target(frameBuffer);
 
-    ParameterValues values;
+    FrameParameters values;
     const PF_Err err = readParameters(in_data, values);
 
     float multiplier = 1.0F;

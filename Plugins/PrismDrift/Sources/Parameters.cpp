@@ -115,7 +115,7 @@ PF_Err publishParameters(const PF_InData* in_data, PF_OutData* out_data) {
     return PF_Err_NONE;
 }
 
-PF_Err readParameters(const PF_InData* in_data, ParameterValues& values) {
+PF_Err readParameters(const PF_InData* in_data, FrameParameters& values) {
     ParameterReader reader(in_data);
     values.angle = reader.read(kShiftAngle, [](const PF_ParamDef& def) { return def.u.ad.value; });
     values.distance = static_cast<float>(reader.readSlider(kShiftDistance));
@@ -132,7 +132,7 @@ PF_Err readParameters(const PF_InData* in_data, ParameterValues& values) {
     return reader.err();
 }
 
-void applyParameters(const PF_InData* in_data, const ParameterValues& values,
+void applyParameters(const PF_InData* in_data, const FrameParameters& values,
                      PrismDriftRender& renderer) {
     const auto downsample = static_cast<float>(in_data->downsample_x.den);
     renderer.setOrder(static_cast<ChannelOrder>(values.order));

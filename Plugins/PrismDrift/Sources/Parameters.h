@@ -30,7 +30,7 @@ enum ParameterIndex : std::int32_t {
 PF_Err publishParameters(const PF_InData* in_data, PF_OutData* out_data);
 
 /// A frame's values as the host keeps them. What could not be checked out is 0, and the order -1.
-struct ParameterValues {
+struct FrameParameters {
     PF_Fixed angle = 0;
     float distance = 0.0F;
     double lightness[3] = {0.0, 0.0, 0.0};
@@ -40,10 +40,10 @@ struct ParameterValues {
 
 /// Checks the values out and in at the frame's time. Gives the first error of the host: behind it
 /// nothing is checked out any more, but everything is still checked in.
-PF_Err readParameters(const PF_InData* in_data, ParameterValues& values);
+PF_Err readParameters(const PF_InData* in_data, FrameParameters& values);
 
 /// Hands the values to the renderer, in its units: the distance at the host's downsample.
-void applyParameters(const PF_InData* in_data, const ParameterValues& values,
+void applyParameters(const PF_InData* in_data, const FrameParameters& values,
                      PrismDriftRender& renderer);
 
 } // namespace Vexorel::PrismDrift

@@ -63,7 +63,7 @@ TEST_F(Renderer, ComposesItsTransformsInTheirPrecision) {
 
 TEST_F(Renderer, ReceivesTheHostsValuesInItsOwnUnits) {
     PF_InData in{};
-    ParameterValues values;
+    FrameParameters values;
     values.distance = 10;
     values.order = 5;
     values.scale[1] = 33.3;
