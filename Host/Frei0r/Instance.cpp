@@ -22,8 +22,8 @@ const Control& control(std::size_t index) {
     return SharedEffect::get().controls()[index];
 }
 
-// Moves each pixel's bytes on by `Places`, the last ones to its front: R, G, B, A becomes A, R, G,
-// B with 1. As one rotation a pixel, of any alignment, the compiler makes vector code of it.
+// Rotates the bytes of each pixel by `Places` towards its end: 1 makes A, R, G, B of R, G, B, A.
+// The compiler makes vector code of this form, for any alignment.
 template <int Places>
 void rotateBytes(std::uint8_t* to, const std::uint8_t* from, std::size_t pixels) {
     constexpr int bits = std::endian::native == std::endian::little ? 8 * Places : -8 * Places;
@@ -58,24 +58,24 @@ void Instance::setText(std::size_t index, const char* text) {
             return;
         }
     }
-    const std::lock_guard guard(mMutex);
+    const Platform::MutexLock lock(mMutex);
     mSettings[index] = choice;
 }
 
 void Instance::setPosition(std::size_t index, double position) {
     const double setting =
         std::isnan(position) ? initialSetting(control(index)) : std::clamp(position, 0.0, 1.0);
-    const std::lock_guard guard(mMutex);
+    const Platform::MutexLock lock(mMutex);
     mSettings[index] = setting;
 }
 
 const char* Instance::text(std::size_t index) const {
-    const std::lock_guard guard(mMutex);
+    const Platform::MutexLock lock(mMutex);
     return control(index).parameter.choices[static_cast<std::size_t>(mSettings[index]) - 1].c_str();
 }
 
 double Instance::position(std::size_t index) const {
-    const std::lock_guard guard(mMutex);
+    const Platform::MutexLock lock(mMutex);
     return mSettings[index];
 }
 
@@ -90,11 +90,11 @@ ParameterValues Instance::values() const {
 }
 
 void Instance::update(const std::uint8_t* input, std::uint8_t* output) {
-    const std::lock_guard guard(mMutex);
+    const Platform::MutexLock lock(mMutex);
     bool drawn = false;
     try {
         drawn = draw(input, output);
-    } catch (const std::exception& error) { // there is no memory for it
+    } catch (const std::exception& error) { // out of memory
         warnOnce(std::string("frames pass through unchanged: ") + error.what());
     }
     if (!drawn && input != output) {

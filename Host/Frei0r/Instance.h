@@ -3,40 +3,43 @@
 /// One filter in a host's chain: its size and the positions of its controls.
 
 #include "Host/Frei0r/SharedEffect.h"
+#include "Platform/Threads/Mutex.h"
 
 #include <cstdint>
-#include <mutex>
 #include <optional>
 
 namespace Vexorel::PrismDrift::Host {
 
-/// Any thread may use it or end it; calls that come at once run one after the other. Making one
-/// takes no memory for pixels and needs no OpenGL: its first frame sees to both.
+/// Any thread may use it or destroy it; simultaneous calls run one after the other. The constructor
+/// allocates no pixels and needs no OpenGL: the first frame does both.
 class Instance {
 public:
-    /// Throws Error for a size that no frame has.
+    /// Throws Error for a side of 0 or above the largest.
     Instance(unsigned width, unsigned height);
 
-    /// `index` is one of SharedEffect::controls(). A text that is no choice changes nothing and is
-    /// told on standard error; a null or empty one is the default.
+    /// `index` counts in SharedEffect::controls(). An unknown choice is reported on standard error
+    /// and ignored; null or an empty text sets the default.
     void setText(std::size_t index, const char* text);
     void setPosition(std::size_t index, double position);
-    /// The label lives as long as the process.
+    /// The text is valid as long as the process lives.
     const char* text(std::size_t index) const;
     double position(std::size_t index) const;
 
-    /// Frames of straight R, G, B, A bytes without gaps; they may be the same one, and unaligned.
-    /// What can't be drawn passes through.
+    /// Draws a frame of straight R, G, B, A bytes without gaps between the rows. Input and output
+    /// may be the same memory and need no alignment. A frame that can't be drawn is copied.
     void update(const std::uint8_t* input, std::uint8_t* output);
 
 private:
-    ParameterValues values() const;
-    bool draw(const std::uint8_t* input, std::uint8_t* output);
+    ParameterValues values() const PRISMDRIFT_REQUIRES(mMutex);
+    bool draw(const std::uint8_t* input, std::uint8_t* output) PRISMDRIFT_REQUIRES(mMutex);
 
     const int mWidth, mHeight;
-    mutable std::mutex mMutex;
-    std::vector<double> mSettings;        // a choice or a position per control; guarded by mMutex
-    std::optional<World> mInput, mOutput; // from the first frame on; guarded by mMutex
+    mutable Platform::Mutex mMutex;
+    /// A choice or a position for each control.
+    std::vector<double> mSettings PRISMDRIFT_GUARDED_BY(mMutex);
+    /// Made by the first frame.
+    std::optional<World> mInput PRISMDRIFT_GUARDED_BY(mMutex);
+    std::optional<World> mOutput PRISMDRIFT_GUARDED_BY(mMutex);
 };
 
 } // namespace Vexorel::PrismDrift::Host

@@ -4,10 +4,17 @@
 
 #include <cstdio>
 #include <exception>
-#include <mutex>
 #include <set>
 
 namespace Vexorel::PrismDrift::Host {
+namespace {
+
+struct Warnings {
+    Platform::Mutex mutex;
+    std::set<std::string> written PRISMDRIFT_GUARDED_BY(mutex);
+};
+
+} // namespace
 
 SharedEffect& SharedEffect::get() {
     static auto* instance = new SharedEffect;
@@ -20,19 +27,19 @@ SharedEffect::SharedEffect()
 }
 
 void SharedEffect::begin() {
-    const std::lock_guard guard(mMutex);
+    const Platform::MutexLock lock(mMutex);
     ++mUses;
 }
 
 void SharedEffect::end() {
-    const std::lock_guard guard(mMutex);
+    const Platform::MutexLock lock(mMutex);
     if (mUses > 0 && --mUses == 0) {
         mEffect.setDown();
     }
 }
 
 bool SharedEffect::render(const World& input, World& output, const ParameterValues& values) {
-    const std::shared_lock guard(mMutex);
+    const Platform::MutexLock lock(mMutex);
     try {
         mEffect.render(input, output, values);
         return true;
@@ -44,13 +51,12 @@ bool SharedEffect::render(const World& input, World& output, const ParameterValu
 
 void warnOnce(const std::string& text) noexcept {
     try {
-        static auto* mutex = new std::mutex;
-        static auto* said = new std::set<std::string>;
-        const std::lock_guard guard(*mutex);
-        if (said->insert(text).second) {
+        static auto& warnings = *new Warnings;
+        const Platform::MutexLock lock(warnings.mutex);
+        if (warnings.written.insert(text).second) {
             std::fputs(("prismdrift (frei0r): " + text + "\n").c_str(), stderr);
         }
-    } catch (const std::exception&) { // NOLINT(bugprone-empty-catch): no memory even for that
+    } catch (const std::exception&) { // NOLINT(bugprone-empty-catch): no memory for the message
     }
 }
 

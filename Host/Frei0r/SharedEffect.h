@@ -1,43 +1,45 @@
 #pragma once
 
-/// The one effect that all instances of the module share, and what is owed to the process that it
-/// is a guest of: its standard output, its current context, and a word when something fails.
+/// The one effect that all instances of the module share. The module is a guest in its host's
+/// process: it prints nothing to standard output, leaves the host's OpenGL context current, and
+/// reports failures on standard error.
 
 #include "Host/Frei0r/Controls.h"
 #include "Host/Library/HostedEffect.h"
-
-#include <shared_mutex>
+#include "Platform/Threads/Mutex.h"
 
 namespace Vexorel::PrismDrift::Host {
 
-/// Every operation may be called from any thread. Lives until the process ends, since threads of
-/// the host's may outlive static objects.
+/// Every operation may be called from any thread. Never destroyed, since the host's threads may
+/// outlive static objects.
 class SharedEffect {
 public:
-    /// Made at first use, which asks the effect for its parameters and needs no OpenGL.
+    /// The first call makes it and asks the effect for its parameters, which needs no OpenGL.
     static SharedEffect& get();
 
     const std::vector<Control>& controls() const { return mControls; }
     ParameterValues defaultValues() const { return mEffect.defaultValues(); }
 
-    /// Uses are counted. As the last one ends the effect is set down; an `end` too many is ignored.
+    /// Counts the uses. When the last one ends the effect is set down; a surplus `end` is ignored.
     void begin();
     void end();
 
-    /// Draws a frame, with the set-up where it has not been done. Leaves the thread with the
-    /// context that the host had, or none. False if it fails; the reason is on standard error then.
+    /// Draws a frame and sets the effect up first where that has not been done. Leaves the thread
+    /// with the context that the host had, or with none. Returns false after a failure, whose
+    /// reason is then on standard error. Frames are drawn one at a time, as the effect would do
+    /// anyway.
     bool render(const World& input, World& output, const ParameterValues& values);
 
 private:
     SharedEffect();
 
-    std::shared_mutex mMutex; // shared by frames, held alone to set down
+    Platform::Mutex mMutex; // over a frame and over the set-down
     HostedEffect mEffect;
     const std::vector<Control> mControls;
-    int mUses = 0; // guarded by mMutex
+    int mUses PRISMDRIFT_GUARDED_BY(mMutex) = 0;
 };
 
-/// One line on standard error, the first time that the process has this to say.
+/// Writes a line to standard error, unless the process has written the same one before.
 void warnOnce(const std::string& text) noexcept;
 
 } // namespace Vexorel::PrismDrift::Host
