@@ -1,7 +1,7 @@
-// The functions that a frei0r host calls. Nothing is thrown at it: what fails is told on standard
-// error and leaves things as they were.
+// The functions that a frei0r host calls. None throws: a failure is reported on standard error and
+// changes nothing.
 
-// The header leaves out the linkage and the visibility that its functions need.
+// The header gives its functions neither C linkage nor default visibility.
 #pragma GCC visibility push(default)
 extern "C" {
 #include <frei0r.h>
@@ -26,7 +26,7 @@ void guarded(const Body& body) noexcept {
     }
 }
 
-// The control with this number, or null, as hosts may ask for more than there are.
+// The control with this number, or null: hosts may ask for more than there are.
 const Control* controlAt(int index) {
     const std::vector<Control>& controls = SharedEffect::get().controls();
     return index >= 0 && static_cast<std::size_t>(index) < controls.size()
@@ -40,7 +40,7 @@ Instance& instanceOf(f0r_instance_t instance) {
 
 } // namespace
 
-// 1, as some hosts take 0 for a failure and some a number below it.
+// 1, since some hosts take 0 for a failure and others a negative number.
 int f0r_init() {
     guarded([] { SharedEffect::get().begin(); });
     return 1;
@@ -119,7 +119,7 @@ void f0r_get_param_value(f0r_instance_t instance, f0r_param_t param, int index) 
     });
 }
 
-// The effect doesn't depend on the time, which hosts fill in as they like.
+// The time is ignored: hosts fill it in differently, and the effect doesn't depend on it.
 void f0r_update(f0r_instance_t instance, double /*time*/, const uint32_t* inframe,
                 uint32_t* outframe) {
     guarded([&] {
