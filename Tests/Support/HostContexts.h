@@ -4,6 +4,7 @@
 /// without any code of the effect.
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -21,14 +22,12 @@ bool terminateCurrentDisplay();
 /// Releases whatever EGL context is current on this thread.
 void releaseCurrentEgl();
 
-class HostContext {
-public:
-    HostContext() = default;
-    HostContext(const HostContext&) = delete;
-    HostContext& operator=(const HostContext&) = delete;
-    /// Leaves nothing of it current on this thread.
-    virtual ~HostContext() = default;
-    virtual bool makeCurrent() = 0;
+/// Current on a thread when makeCurrent() gives true; gone, and nothing of it current on this
+/// thread, when destroyed.
+struct HostContext {
+    std::function<bool()> makeCurrent;
+    std::function<void()> destroy;
+    ~HostContext() { destroy(); }
 };
 
 enum class HostApi { eglDesktop, eglEmbedded, glx };
