@@ -9,9 +9,9 @@
 namespace Testing {
 namespace {
 
-template <typename Value>
-std::uintptr_t asNumber(Value value) {
-    return (std::uintptr_t)value; // a pointer or a number, as the interface has it
+template <typename... Values>
+std::vector<std::uintptr_t> asNumbers(Values... values) {
+    return {(std::uintptr_t)values...}; // pointers and numbers, as the interfaces have them
 }
 
 std::unique_ptr<HostContext> makeEgl(bool embedded) {
@@ -71,8 +71,6 @@ std::unique_ptr<HostContext> makeGlx() {
     };
     const auto destroy = [=] {
         glXMakeContextCurrent(display, None, None, nullptr);
-        glXDestroyPbuffer(display, draw);
-        glXDestroyPbuffer(display, read);
         glXDestroyContext(display, context);
         XCloseDisplay(display);
         pclose(server);
@@ -83,15 +81,10 @@ std::unique_ptr<HostContext> makeGlx() {
 } // namespace
 
 std::vector<std::uintptr_t> currentState() {
-    return {asNumber(eglQueryAPI()),
-            asNumber(eglGetCurrentContext()),
-            asNumber(eglGetCurrentDisplay()),
-            asNumber(eglGetCurrentSurface(EGL_DRAW)),
-            asNumber(eglGetCurrentSurface(EGL_READ)),
-            asNumber(glXGetCurrentContext()),
-            asNumber(glXGetCurrentDisplay()),
-            asNumber(glXGetCurrentDrawable()),
-            asNumber(glXGetCurrentReadDrawable())};
+    return asNumbers(eglQueryAPI(), eglGetCurrentContext(), eglGetCurrentDisplay(),
+                     eglGetCurrentSurface(EGL_DRAW), eglGetCurrentSurface(EGL_READ),
+                     glXGetCurrentContext(), glXGetCurrentDisplay(), glXGetCurrentDrawable(),
+                     glXGetCurrentReadDrawable());
 }
 
 bool terminateCurrentDisplay() {
@@ -110,9 +103,7 @@ void releaseCurrentEgl() {
 }
 
 std::unique_ptr<HostContext> makeHostContext(HostApi api, std::string& whyNot) {
-    whyNot = api == HostApi::glx
-                 ? "no GLX context could be made on an Xvfb (package xvfb)"
-                 : "no EGL context with pixel buffers could be made on the surfaceless display";
+    whyNot = "a context with two pixel buffers could not be made (GLX needs the package xvfb)";
     auto host = api == HostApi::glx ? makeGlx() : makeEgl(api == HostApi::eglEmbedded);
     return host != nullptr && host->makeCurrent() ? std::move(host) : nullptr;
 }

@@ -6,6 +6,8 @@
 #include "Platform/Effect/Suites.h"
 #include "Support/World.h"
 
+#include <gtest/gtest.h>
+
 #include <array>
 #include <functional>
 #include <map>
@@ -13,6 +15,10 @@
 #include <vector>
 
 namespace Testing {
+
+/// The effect's parameters by index, in the user's units: 1 the choice, 2 the angle in degrees, 3
+/// the distance, 5 to 7 the scales and 10 to 12 the lightness in percent.
+using Settings = std::array<double, 13>;
 
 /// One effect instance. Its callbacks find it through the thread that runs the command, and through
 /// effect_ref where the interface hands that over; the two have to agree. Several objects may run
@@ -25,12 +31,12 @@ namespace Testing {
 class TestHost {
 public:
     TestHost();
-    ~TestHost();
+    ~TestHost() { EXPECT_EQ(held, 0); }
     TestHost(const TestHost&) = delete;
     TestHost& operator=(const TestHost&) = delete;
 
     /// Runs a command of the effect that is linked in.
-    PF_Err command(PF_Cmd cmd, PF_LayerDef* input = nullptr, PF_LayerDef* output = nullptr);
+    PF_Err command(int cmd, PF_LayerDef* input = nullptr, PF_LayerDef* output = nullptr);
     PF_Err render(World8& input, World8& output) {
         return command(PF_Cmd_RENDER, input.layer(), output.layer());
     }
@@ -38,11 +44,15 @@ public:
     /// Lets `work` use inData() outside of a command, as the calling thread's host.
     void serve(const std::function<void()>& work);
 
+    /// Writes a call down and gives what it has to answer. Unless it fails the effect then holds
+    /// `gained` things more.
+    PF_Err note(const std::string& call, int gained = 0);
+
     PF_InData inData{};
     PF_OutData outData{};
 
-    /// What the checkouts give, by index: the choice, the angle in 16.16 fixed point, sliders.
-    std::array<double, 14> values{};
+    /// What the checkouts give.
+    Settings settings{0, 1, 0, 0, 0, 100, 100, 100};
 
     /// The calls that fail, with what they give (for a call that gives a pointer: null).
     std::map<std::string, PF_Err> failing;
@@ -51,17 +61,13 @@ public:
 
     std::vector<std::string> calls;
     std::vector<PF_ParamDef> added;
+    const PF_ParamDef* checkedOut = nullptr; ///< the record of the last checkout that worked
+
+    /// What every command has to leave current on the thread; empty: not looked at.
+    std::vector<std::uintptr_t> current;
 
     /// Suites, handles and locks that were not given back.
     int held = 0;
-
-private:
-    friend struct Callbacks;
-    PF_Err note(const std::string& call);
-
-    PF_UtilCallbacks mUtils{};
-    SPBasicSuite mBasic{};
-    const PF_ParamDef* mCheckedOut = nullptr; ///< the record of the last checkout that worked
 };
 
 } // namespace Testing

@@ -21,12 +21,11 @@ public:
         : mRowBytes((side(width) + gapPixels) * sizeof(Pixel)),
           mBytes(2 * kGuard + mRowBytes * side(height)) {
         for (std::size_t i = 0; i < mBytes.size(); ++i) {
-            mBytes[i] = pattern(i);
+            mBytes[i] = static_cast<std::uint8_t>(i * 31 + 0xA5);
         }
         mLayer = {mBytes.data() + kGuard, static_cast<std::int32_t>(mRowBytes), width, height};
     }
-    World(const World&) = delete;
-    World& operator=(const World&) = delete;
+    World(World&&) = default; // and no copy: the layer points into the bytes
 
     PF_LayerDef* layer() { return &mLayer; }
     std::int32_t width() const { return mLayer.width; }
@@ -46,7 +45,6 @@ private:
     static std::size_t side(std::int32_t length) {
         return length > 0 && length <= 16384 ? static_cast<std::size_t>(length) : 0;
     }
-    static std::uint8_t pattern(std::size_t i) { return static_cast<std::uint8_t>(i * 31 + 0xA5); }
 
     std::size_t mRowBytes;
     std::vector<std::uint8_t> mBytes;

@@ -4,31 +4,23 @@
 
 #include "Support/GLWatch.h"
 #include "Support/Reference.h"
-#include "Support/TestHost.h"
-
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <string>
 
 namespace Testing {
 
-/// Any 32-bit command number.
-inline PF_Cmd command(int number) {
-    return static_cast<PF_Cmd>(number);
+/// Any colours; alpha is 255, or a quarter each 255, 0, below 8 and anything.
+World8 randomPicture(int width, int height, bool opaque, std::uint32_t seed);
+
+Settings with(int order, double angle, double distance,
+              std::array<double, 3> scale = {100, 100, 100},
+              std::array<double, 3> lightness = {0, 0, 0});
+
+/// Renders into a world of this size, and compares with the reference what both worlds have; all
+/// else has to stay as it was.
+void expectFrame(TestHost& host, World8& source, int width, int height);
+
+inline void expectFrame(TestHost& host, World8 source) {
+    expectFrame(host, source, source.width(), source.height());
 }
-
-/// What a random picture's alpha is like.
-enum class Alpha { opaque, random };
-
-Picture randomPicture(int width, int height, Alpha alpha, std::uint32_t seed);
-
-/// Gives the host these settings to hand out.
-void hand(TestHost& host, const Settings& settings);
-
-/// Renders and compares with the reference; pictures are written where they disagree.
-void expectFrame(TestHost& host, const Picture& source, const Settings& settings,
-                 const std::string& name);
 
 class EffectTest : public ::testing::Test {
 protected:
