@@ -1,7 +1,7 @@
 #pragma once
 
-/// The effect for a program that links it in instead of loading the plug-in: its entry function and
-/// where its messages go.
+/// For a program that links the effect instead of loading the plug-in: the entry function, and the
+/// choice of where the effect's messages go.
 
 #include "PrismDrift/Sources/PrismDrift.h" // IWYU pragma: export
 #include "Shared/GL/MessageSink.h"         // IWYU pragma: export

@@ -19,13 +19,13 @@ using namespace gl33core;
 
 namespace {
 
-/// Whether a command holds the lock; guarded by it.
-bool gInCommand = false;
+/// Whether a command is running.
+bool gInCommand PRISMDRIFT_GUARDED_BY(AEOpenGLContextManager::mMutex) = false;
 
 /// Whether the process is ending.
 std::atomic<bool> gClosed{false};
 
-/// Deletes what a frame that broke off has left on the stack of targets.
+/// Begins drawing, and at its end deletes the targets that an interrupted frame left on the stack.
 class TargetScope {
 public:
     explicit TargetScope(AEOpenglMainFrameBuffer& frameBuffer) : mFrameBuffer(frameBuffer) {
@@ -45,7 +45,7 @@ GLint limit(GLenum name) {
     return value;
 }
 
-/// Whether the driver says that it could hold the source, the largest texture of a frame.
+/// Whether the driver says that it can hold the source, the largest texture of a frame.
 bool driverTakes(std::int32_t width, std::int32_t height) {
     glTexImage2D(GL_PROXY_TEXTURE_2D, 0, static_cast<GLint>(GL_RGBA32F), width, height, 0, GL_RGBA,
                  GL_FLOAT, nullptr);
@@ -66,8 +66,8 @@ void requireRenderable(std::int32_t width, std::int32_t height) {
     }
 }
 
-/// The frame's objects are made without a look at each: one question, before the output is touched.
-/// After a no they are made anew, since one of them has no storage.
+/// Whether all objects of the frame got their memory is asked once, before the output is touched.
+/// If one didn't, all of them are deleted, and the next frame makes them anew.
 void requireMemory(AEOpenglMainFrameBuffer& frameBuffer) {
     if (takeOutOfMemory()) {
         frameBuffer.destory();
@@ -92,8 +92,8 @@ GLCommand::~GLCommand() {
 
 void GLCommand::close() {
     gClosed = true;
-    std::recursive_mutex& mutex = AEOpenGLContextManager::mMutex;
-    // Not for ever: the frame may be stuck in a callback of a host that waits for this thread.
+    Platform::RecursiveMutex& mutex = AEOpenGLContextManager::mMutex;
+    // Not for ever: a frame may be stuck in a callback of a host that waits for this thread.
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(2);
     while (std::chrono::steady_clock::now() < end) {
         if (mutex.try_lock()) {
@@ -106,7 +106,7 @@ void GLCommand::close() {
 
 PF_Err renderFrame(PF_InData* in_data, PF_LayerDef* input, PF_LayerDef* output,
                    PrismDriftRender& renderer) {
-    takeOutOfMemory(); // what an earlier frame may have left
+    takeOutOfMemory(); // discards what an earlier frame left
     requireRenderable(input->width, input->height);
     AEOpenglMainFrameBuffer& frameBuffer = *AEOpenglMainFrameBuffer::mainFrameBuffer();
     frameBuffer.prepare(input->width, input->height, true);

@@ -1,32 +1,32 @@
 #pragma once
 
-/// One frame, and the frame around every command that touches GL.
+/// Draws one frame, and prepares the thread for any command that touches GL.
 
 #include "PrismDrift/Sources/PrismDriftRender.h"
 
 #include "Platform/Effect/Effect.h"
+#include "Platform/Threads/Mutex.h"
 #include "Shared/GL/AEOpenGLContextManager.h"
 #include "Shared/GL/SaveRestoreGLContextMac.h"
 
-#include <mutex>
 #include <pthread.h>
 
 namespace Vexorel::PrismDrift {
 
-/// Lives for as long as one command may touch GL: it holds the contexts' lock, and puts the host's
-/// context back at its end, however that comes about. A thread's cancellation waits for that end,
-/// since the driver, with locks of its own, is no place to unwind from. Throws
-/// PF_Err_BAD_CALLBACK_PARAM where a callback of the host, made within a command, brings another
-/// one, and once the process is ending.
-class GLCommand {
+/// Lives as long as one command may touch GL. It holds the contexts' lock, and its destructor makes
+/// the host's context current again, on every way out. Cancelling the thread takes effect only
+/// after that, because the driver holds locks of its own and can't be unwound.
+class PRISMDRIFT_THREAD_ATTRIBUTE(scoped_lockable) GLCommand {
 public:
-    GLCommand();
-    ~GLCommand();
+    /// Throws PF_Err_BAD_CALLBACK_PARAM within another command, which a host's callback may run,
+    /// and once the process is ending.
+    GLCommand() PRISMDRIFT_ACQUIRE(AEOpenGLContextManager::mMutex);
+    ~GLCommand() PRISMDRIFT_RELEASE();
     GLCommand(const GLCommand&) = delete;
     GLCommand& operator=(const GLCommand&) = delete;
 
-    /// Lets no command begin any more, and gives one that runs on another thread up to two seconds
-    /// to end.
+    /// Refuses every later command, and waits up to two seconds for one that runs on another
+    /// thread.
     static void close();
 
 private:
@@ -42,15 +42,15 @@ private:
     };
 
     const CancellationScope mCancellation;
-    const std::lock_guard<std::recursive_mutex> mLock;
+    const Platform::RecursiveMutexLock mLock;
     SaveRestoreGLContextMac mSaver;
 };
 
-/// Draws the frame of `input` at the host's time into `output`, in the context that is current.
-/// Gives the first error of reading the parameters, with the frame drawn all the same. Throws, and
-/// leaves `output` alone, where the frame can't be drawn: a size beyond what GL or the driver
-/// takes, no memory, a suite that the host doesn't have.
+/// Draws the frame of `input` at the host's time into `output`, in the current context. Returns the
+/// first error from reading the parameters; the frame is drawn even then. Throws and leaves
+/// `output` alone if the frame can't be drawn: its size is beyond the limits of GL or the driver,
+/// there is no memory, or the host lacks a suite.
 PF_Err renderFrame(PF_InData* in_data, PF_LayerDef* input, PF_LayerDef* output,
-                   PrismDriftRender& renderer);
+                   PrismDriftRender& renderer) PRISMDRIFT_REQUIRES(AEOpenGLContextManager::mMutex);
 
 } // namespace Vexorel::PrismDrift

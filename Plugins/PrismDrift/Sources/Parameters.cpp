@@ -6,7 +6,7 @@
 namespace Vexorel::PrismDrift {
 namespace {
 
-/// All bytes 0, those of the union's longer members too.
+/// With every byte 0, which `{}` doesn't promise for the union.
 PF_ParamDef clearedParameter() {
     PF_ParamDef def;
     std::memset(&def, 0, sizeof def);
@@ -16,7 +16,7 @@ PF_ParamDef clearedParameter() {
 struct Row {
     ParameterIndex index;
     PF_ParamType type;
-    const char* name; ///< null: no name
+    const char* name; ///< null for none
     float low, high, initial;
 };
 
@@ -54,13 +54,13 @@ void describeSlider(PF_ParamDef& def, const Row& row) {
     slider.curve_tolerance = 0.05F;
 }
 
-/// Reads parameters one after the other and keeps the first error of the host.
+/// Reads parameters one after the other and keeps the host's first error.
 class ParameterReader {
 public:
     explicit ParameterReader(const PF_InData* in_data) : mInData(in_data) {}
 
-    /// Checks the parameter out, unless there was an error before, takes `value` of it and checks
-    /// it in, in every case.
+    /// Checks the parameter out unless there was an error before, and in again in any case. Returns
+    /// what `value` makes of it.
     template <typename Value>
     auto read(std::int32_t index, Value value) {
         PF_ParamDef def = clearedParameter();

@@ -1,6 +1,6 @@
 #pragma once
 
-/// The effect's parameters: what is published to the host, and what a frame reads back.
+/// The effect's parameters: their publication to the host, and their values for a frame.
 
 #include "PrismDrift/Sources/PrismDriftRender.h"
 
@@ -8,7 +8,7 @@
 
 namespace Vexorel::PrismDrift {
 
-/// Index and id of each parameter; the input layer is 0.
+/// The index of each parameter, which is also its id. The input layer has index 0.
 enum ParameterIndex : std::int32_t {
     kChannelOrder = 1,
     kShiftAngle = 2,
@@ -26,10 +26,10 @@ enum ParameterIndex : std::int32_t {
     kParameterCount = 14
 };
 
-/// Publishes the parameters. Gives the first error of the host, behind which none is added.
+/// Publishes the parameters. Stops at the host's first error and returns it.
 PF_Err publishParameters(const PF_InData* in_data, PF_OutData* out_data);
 
-/// A frame's values as the host keeps them. What could not be checked out is 0, and the order -1.
+/// A frame's values in the host's units. A value that couldn't be checked out is 0, the order -1.
 struct FrameParameters {
     PF_Fixed angle = 0;
     float distance = 0.0F;
@@ -38,11 +38,12 @@ struct FrameParameters {
     std::int32_t order = -1;
 };
 
-/// Checks the values out and in at the frame's time. Gives the first error of the host: behind it
-/// nothing is checked out any more, but everything is still checked in.
+/// Checks the values out at the frame's time, and in again. Returns the host's first error. After
+/// an error nothing more is checked out, but everything is still checked in.
 PF_Err readParameters(const PF_InData* in_data, FrameParameters& values);
 
-/// Hands the values to the renderer, in its units: the distance at the host's downsample.
+/// Converts the values to the renderer's units and sets them, the distance at the host's
+/// downsample.
 void applyParameters(const PF_InData* in_data, const FrameParameters& values,
                      PrismDriftRender& renderer);
 

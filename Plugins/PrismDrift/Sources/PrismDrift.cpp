@@ -14,19 +14,19 @@ namespace {
 
 using namespace Vexorel::PrismDrift;
 
-/// The process's one renderer, made when the plug-in is loaded; a set-down deletes it, and the
-/// first frame of a later set-up makes another. Like the flags below, guarded by the command's
-/// lock.
-PrismDriftRender* mWarpRender = new PrismDriftRender;
+/// The process's one renderer, made when the plug-in is loaded. A set-down deletes it, and the
+/// first frame after a later set-up makes another.
+PrismDriftRender*
+    mWarpRender PRISMDRIFT_GUARDED_BY(AEOpenGLContextManager::mMutex) = new PrismDriftRender;
 
-/// Whether a set-up lives.
-bool gSetUp = false;
+/// Whether the effect is set up.
+bool gSetUp PRISMDRIFT_GUARDED_BY(AEOpenGLContextManager::mMutex) = false;
 
-/// Whether the GL objects of earlier contexts are still on record, since none could be had to
-/// delete them in.
-bool gLeftovers = false;
+/// Whether names of GL objects from lost contexts are still on record, because no context could be
+/// made to delete them in.
+bool gLeftovers PRISMDRIFT_GUARDED_BY(AEOpenGLContextManager::mMutex) = false;
 
-/// GL's loader doesn't outlive the process's static objects: no command runs behind this one's end.
+/// Ends all commands before the process destroys the static objects that GL's loader needs.
 struct ProcessEnd {
     ProcessEnd() = default;
     ~ProcessEnd() { GLCommand::close(); }
@@ -36,16 +36,16 @@ struct ProcessEnd {
 
 const ProcessEnd gProcessEnd;
 
-/// Deletes the GL objects that frames have left behind, in the context that is current. If that
-/// isn't of their share group they are gone already, and the deletion only clears the records.
-void dropGLObjects() {
+/// Deletes the GL objects of all frames in the current context. If it isn't in their share group
+/// they are gone already, and only their names are forgotten.
+void dropGLObjects() PRISMDRIFT_REQUIRES(AEOpenGLContextManager::mMutex) {
     AEOpenglMainFrameBuffer::mainFrameBuffer()->destory();
     delete mWarpRender;
     mWarpRender = nullptr;
     gLeftovers = false;
 }
 
-void makeSharedContext() {
+void makeSharedContext() PRISMDRIFT_REQUIRES(AEOpenGLContextManager::mMutex) {
     AEOpenGLContextManager::setupContextManager();
     AEOpenGLContext* shared = AEOpenGLContextManager::getSharedDataContext();
     if (shared == nullptr) {
@@ -57,9 +57,9 @@ void makeSharedContext() {
     }
 }
 
-/// Takes everything down, with the shared data context current; or, where that is current on
-/// another thread, a temporary one of its group.
-void setDown() {
+/// Deletes everything, with the shared data context current. Where that is current on another
+/// thread, a temporary context of its group serves instead.
+void setDown() PRISMDRIFT_REQUIRES(AEOpenGLContextManager::mMutex) {
     gSetUp = false;
     AEOpenGLContext* shared = AEOpenGLContextManager::getSharedDataContext();
     if (shared == nullptr) {
@@ -91,9 +91,9 @@ bool makeRenderContextCurrent() {
     return context != nullptr && context->isCurrent();
 }
 
-/// Makes this thread's render context current. Where someone has ended the display that all
-/// contexts of the process share, they are made anew.
-void selectRenderContext() {
+/// Makes this thread's render context current. If other code in the process has terminated the
+/// display that all contexts share, the contexts are made anew.
+void selectRenderContext() PRISMDRIFT_REQUIRES(AEOpenGLContextManager::mMutex) {
     AEOpenGLContext* shared = AEOpenGLContextManager::getSharedDataContext();
     if (shared != nullptr) {
         if (makeRenderContextCurrent()) {
@@ -112,7 +112,7 @@ void selectRenderContext() {
     }
 }
 
-PrismDriftRender& renderer() {
+PrismDriftRender& renderer() PRISMDRIFT_REQUIRES(AEOpenGLContextManager::mMutex) {
     if (mWarpRender == nullptr) {
         mWarpRender = new PrismDriftRender;
     }
@@ -170,14 +170,14 @@ PF_Err dispatch(PF_Cmd cmd, PF_InData* in_data, PF_OutData* out_data, PF_ParamDe
 
 } // namespace
 
-// A forced unwind carries no object: what it is caught by refers to nothing, and is not looked at.
+// The exemption: a forced unwind carries no object, so the reference that catches it is null.
 extern "C" __attribute__((no_sanitize("undefined"))) PF_Err
 EntryPointFunc(PF_Cmd cmd, PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[],
                PF_LayerDef* output, void* /*extra*/) {
     try {
         return dispatch(cmd, in_data, out_data, params, output);
     } catch (const abi::__forced_unwind&) {
-        throw; // the thread is being cancelled, and has to go on unwinding
+        throw; // the thread is being cancelled and must go on unwinding
     } catch (...) {
         return PF_Err_BAD_CALLBACK_PARAM;
     }

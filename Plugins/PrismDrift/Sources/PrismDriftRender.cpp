@@ -34,7 +34,7 @@ uniform float bTransform[6];
 in vec2 uv;
 out vec4 colourOut;
 
-// The source wraps around, and holds the host's A, R, G, B.
+// The source wraps around. It holds the host's A, R, G, B.
 vec4 readTexture(sampler2D tex, vec2 coords)
 {
     coords = mod(coords, vec2(1.0, 1.0));
@@ -49,7 +49,7 @@ vec2 transform(float affine[6], vec2 pos)
     return vec2(x, y);
 }
 
-// Which copy of the frame a position lies in, counted from the one around the origin.
+// The column and row of the frame's copy that holds a position; the copy at the origin is 0, 0.
 ivec2 rowColumn(vec2 fragCoords)
 {
     vec2 offset = fragCoords;
@@ -88,7 +88,7 @@ struct Multipliers {
     float r, g, b;
 };
 
-/// Of the shift distance, for each channel.
+/// The factor of the shift distance for each channel.
 Multipliers multipliersOf(ChannelOrder order) {
     static constexpr std::array<Multipliers, 6> table{
         {{-1, 0, 1}, {-1, 1, 0}, {0, -1, 1}, {1, -1, 0}, {0, 1, -1}, {1, 0, -1}}};
@@ -96,7 +96,7 @@ Multipliers multipliersOf(ChannelOrder order) {
     return known ? table[static_cast<std::size_t>(order)] : Multipliers{1, 1, 1};
 }
 
-/// The source is read at the inverse of the scale; at a scale of exactly 0 at one single point.
+/// The source is read at the inverse of the scale, and at a single point for a scale of 0.
 double inverseScale(double scale) {
     return scale == 0.0 ? 0.0 : static_cast<double>(static_cast<float>(1.0 / scale));
 }

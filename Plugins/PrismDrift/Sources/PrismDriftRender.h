@@ -1,6 +1,6 @@
 #pragma once
 
-/// The effect's renderer: where each colour channel is read from, and the pass that draws it.
+/// The effect's renderer: it finds where each colour channel is read, and draws the frame.
 
 #include "Shared/GL/OpenglShader.h"
 #include "Shared/GL/PerContextName.h"
@@ -16,22 +16,22 @@ namespace Vexorel::PrismDrift {
 /// (the third). Any other value moves all three with it.
 enum ChannelOrder : std::int32_t { RGB = 0, RBG = 1, GRB = 2, GBR = 3, BRG = 4, BGR = 5 };
 
-/// Holds the values of one frame from the setters to draw(). Positions are pixels of the frame
-/// buffer with y in the order of the host's rows, so a positive angle turns from +x towards the
-/// following rows.
+/// The setters store the values of one frame, and draw() uses them. Positions are pixels of the
+/// frame buffer, with y in the order of the host's rows, so a positive angle turns from +x towards
+/// the following rows.
 ///
-/// No lock: frames must not overlap.
+/// Takes no lock: frames must not overlap.
 class PrismDriftRender {
 public:
-    /// Makes no GL call; the program and the vertex objects are made at the first draw.
+    /// Makes no GL call; the first draw makes the program and the vertex objects.
     PrismDriftRender();
-    /// Needs a context of the share group current, if anything was drawn.
+    /// If anything was drawn, a context of the share group must be current.
     ~PrismDriftRender();
 
     PrismDriftRender(const PrismDriftRender&) = delete;
     PrismDriftRender& operator=(const PrismDriftRender&) = delete;
 
-    // The setters store their values unchecked; composeTransform() and draw() use them.
+    // The setters check nothing.
     void setOrder(ChannelOrder order) { mOrder = order; }
     /// Pixels at the current downsample.
     void setShiftDistance(float distance) { mShiftDistance = distance; }
@@ -43,13 +43,13 @@ public:
     void setChannelScale(float r, float g, float b) { mChannelScale.set(r, g, b); }
 
     /// Composes the three transforms for the frame buffer's size. Each maps an output pixel to the
-    /// place in the source that its channel is read from, so a channel with a positive offset shows
-    /// moved the other way, and one with a scale of 0 reads a single point everywhere.
+    /// position in the source where its channel is read. So a channel with a positive offset
+    /// appears moved the other way, and a channel with scale 0 reads one point everywhere.
     void composeTransform();
 
-    /// Draws the frame into the bound target from `texture`, which holds the host's A, R, G, B and
-    /// stays the caller's. `multiplier` is what its upload gave. The target receives premultiplied
-    /// R, G, B, A; alpha is the source's at the same pixel.
+    /// Draws the frame into the bound target. `texture` holds the host's A, R, G, B and stays the
+    /// caller's; `multiplier` is the one that its upload returned. The target receives
+    /// premultiplied R, G, B, A; alpha is the source's at the same pixel.
     void draw(unsigned int texture, float multiplier);
 
     std::unique_ptr<OpenglShader> mShader;
