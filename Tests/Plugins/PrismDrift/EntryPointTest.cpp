@@ -4,6 +4,9 @@
 #include "EffectTest.h"
 #include "Support/HostContexts.h"
 
+#include "Shared/GL/AEOpenglMainFrameBuffer.h"
+
+#include <glbinding/gl33core/gl.h>
 #include <gmock/gmock.h>
 
 #include <cstring>
@@ -14,8 +17,10 @@
 namespace Testing {
 namespace {
 
+using namespace gl33core;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using Vexorel::PrismDrift::AEOpenglMainFrameBuffer;
 
 /// In a host that has such a context current, or none.
 class EntryPoint : public EffectTest, public ::testing::WithParamInterface<std::optional<HostApi>> {
@@ -186,8 +191,39 @@ TEST_P(EntryPoint, RefusesFramesBeyondTheLimits) {
             expectRefusal(&input);
         }
     }
+    GLWatch::pretendLimit(GL_MAX_TEXTURE_SIZE, 65535); // of a driver for huge textures
+    GLWatch::pretendLimit(GL_MAX_RENDERBUFFER_SIZE, 65535);
+    for (const int side : {32768, 65535}) {
+        PF_LayerDef input{pixels.layer()->data, pixels.layer()->rowbytes, side, side};
+        expectRefusal(&input);
+    }
     EXPECT_EQ(GLWatch::callsOf("glTexImage2D"), tried);
     expectSoundFrame();
+}
+
+TEST_P(EntryPoint, ComesBackFromADriverWithoutMemory) {
+    World8 input = randomPicture(37, 23, false, 2);
+    World8 output(37, 23);
+    const auto before = output.bytes();
+    GLWatch::leaveErrors(true);
+    for (const std::string at : {"checkin 1", "release PF Handle Suite 2"}) {
+        const bool isAsked = at == "checkin 1"; // else the error flag stays for the next frame
+        host.onCall = [&](const std::string& call) {
+            if (call == at) {
+                glTexImage2D(GL_TEXTURE_2D, 0, static_cast<GLint>(GL_RGBA32F), 16384, 16384, 0,
+                             GL_RGBA, GL_FLOAT, nullptr);
+            }
+            if (call == at && isAsked) { // and the frame's own buffer has no storage
+                glBindRenderbuffer(GL_RENDERBUFFER,
+                                   AEOpenglMainFrameBuffer::mainFrameBuffer()->mMainRenderBuffer);
+                glRenderbufferStorage(GL_RENDERBUFFER, GL_RGBA, 0, 0);
+            }
+        };
+        EXPECT_EQ(host.render(input, output), isAsked ? 516 : 0);
+        EXPECT_EQ(output.bytes() == before, isAsked);
+        expectSoundFrame(); // with objects that were made anew
+    }
+    GLWatch::leaveErrors(false);
 }
 
 TEST_P(EntryPoint, RefusesACommandWithinACommand) {
