@@ -198,6 +198,8 @@ TEST_P(EntryPoint, RefusesFramesBeyondTheLimits) {
         expectRefusal(&input);
     }
     EXPECT_EQ(GLWatch::callsOf("glTexImage2D"), tried);
+    PF_LayerDef input{pixels.layer()->data, pixels.layer()->rowbytes, 20000, 20000};
+    expectRefusal(&input); // by the driver itself
     expectSoundFrame();
 }
 
@@ -258,6 +260,7 @@ TEST_P(EntryPoint, KeepsItsObjectsUntilTheSetDown) {
         EXPECT_EQ(host.command(PF_Cmd_GLOBAL_SETUP), 0); // the second one keeps the first
         expectSoundFrame();
         EXPECT_EQ(made(), before);
+        EXPECT_TRUE(AEOpenglMainFrameBuffer::mainFrameBuffer()->mMultisample);
         for (int i = 1; i < 20; ++i) {
             expectFrame(host, randomPicture(i, 21 - i, true, 3));
         }

@@ -49,7 +49,13 @@ TEST_F(Threads, EightAtOnceDrawTheFramesOfOneThroughSetDowns) {
                 continue;
             }
             pthread_barrier_wait(&barrier);
-            if (t == i % 8) {
+            if (t == 7) { // on which the shared data context stays current
+                EXPECT_EQ(host.command(PF_Cmd_GLOBAL_SETDOWN), 0);
+                EXPECT_EQ(host.command(PF_Cmd_GLOBAL_SETUP), 0);
+            }
+            pthread_barrier_wait(&barrier);
+            if (t == 6) {
+                frame(1);
                 EXPECT_EQ(host.command(PF_Cmd_GLOBAL_SETDOWN), 0);
                 EXPECT_EQ(GLWatch::sharedNames(), 0);
                 frame(1, 516);
@@ -83,22 +89,28 @@ TEST_F(Threads, TakeTheirContextsWithThemAtTheirEnd) {
 }
 #endif
 
-TEST_F(Threads, MayBeCancelledInACallback) {
+TEST_F(Threads, MayEndInACallbackOrBeCancelledBehindTheFrame) {
     expectSoundFrame();
     const int names = GLWatch::sharedNames();
-    std::thread([] {
-        TestHost own;
-        own.onCall = [](const std::string& call) {
-            if (call == "checkout 5") {
-                pthread_exit(nullptr);
-            }
-        };
-        World8 world(8, 8);
-        own.render(world, world);
-        ADD_FAILURE() << "the thread went on";
-    }).join();
-    EXPECT_EQ(GLWatch::sharedNames(), names);
-    expectSoundFrame();
+    for (const bool ends : {true, false}) {
+        bool drawn = false;
+        std::thread([&] {
+            TestHost own;
+            own.onCall = [&](const std::string& call) {
+                if (call == "checkout 5") {
+                    ends ? pthread_exit(nullptr) : (void)pthread_cancel(pthread_self());
+                    pthread_testcancel();
+                }
+            };
+            World8 world(8, 8);
+            drawn = own.render(world, world) == 0;
+            pthread_testcancel();
+            ADD_FAILURE() << "the thread went on";
+        }).join();
+        EXPECT_EQ(drawn, !ends);
+        EXPECT_EQ(GLWatch::sharedNames(), names);
+        expectSoundFrame();
+    }
 }
 
 TEST_F(Threads, DrawOnWhenSomeoneElseEndsTheDisplay) {
