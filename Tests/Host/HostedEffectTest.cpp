@@ -77,7 +77,7 @@ TEST_F(HostedEffectTest, RefusesParametersThatContradictThemselves) {
     };
     for (const auto& [definition, what] : rows) {
         FakeEffect::strangeParameter = &definition;
-        EXPECT_THAT(errorOf([] { HostedEffect(&FakeEffect::entry); }), HasSubstr(what));
+        EXPECT_THAT(errorOf([] { HostedEffect{&FakeEffect::entry}; }), HasSubstr(what));
     }
 }
 
