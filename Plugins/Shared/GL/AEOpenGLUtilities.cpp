@@ -141,8 +141,8 @@ void copyRows(const ReadBack& from, PF_Err (*getPixelData)(PF_LayerDef*, void*, 
     }
 }
 
-/// A float download that has to be clipped. A host may call for pixels that the picture or the
-/// output doesn't have.
+/// A float download that has to be clipped, since a host may call for pixels that the picture or
+/// the output doesn't have.
 struct ClippedCopy {
     PixelCopyRefcon copy; ///< first, so that this refcon is one of CopyPixelFloatOut as well
     std::int64_t columns;
@@ -156,8 +156,8 @@ PF_Err copyPixelClipped(void* refcon, int x, int y, PF_PixelFloat* in, PF_PixelF
                : PF_Err_NONE;
 }
 
-/// Copies the rows and columns that both have, by way of the host. The rows of the picture count
-/// as `input`'s width, as CopyPixelFloatOut has it, unless the picture is narrower.
+/// Copies the rows and columns that both have, by way of the host. A row of the picture is taken to
+/// be as long as `input` is wide, or as the picture is where that is narrower.
 void downloadFloat(const ReadBack& from, PF_LayerDef* input, PF_LayerDef* output,
                    PF_InData* in_data) {
     PF_LayerDef narrowed = *input;
@@ -168,6 +168,7 @@ void downloadFloat(const ReadBack& from, PF_LayerDef* input, PF_LayerDef* output
                                   : std::int64_t{0};
     const bool allFit = stride == input && rows >= input->height && output->width == input->width &&
                         output->height == input->height;
+    // CopyPixelFloatOut reads the row length off a world's width.
     ClippedCopy clipped{{static_cast<PF_PixelFloat*>(from.pixels), stride},
                         std::min(stride->width, output->width),
                         std::min<std::int64_t>(rows, output->height)};
