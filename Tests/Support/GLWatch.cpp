@@ -12,7 +12,6 @@
 
 #include <map>
 #include <mutex>
-#include <numeric>
 #include <set>
 #include <utility>
 #include <vector>
@@ -212,13 +211,6 @@ int GLWatch::sharedNames() {
 
 int GLWatch::callsOf(const std::string& function) {
     return onRecord([&](Record& record) { return record.calls[function]; });
-}
-
-int GLWatch::calls() {
-    return onRecord([](Record& record) {
-        return std::accumulate(record.calls.begin(), record.calls.end(), 0,
-                               [](int sum, const auto& entry) { return sum + entry.second; });
-    });
 }
 
 std::string GLWatch::callsDuring(const std::function<void()>& work, const std::string& functions) {

@@ -41,8 +41,6 @@ public:
 
     /// How often a function was called since the object was made.
     static int callsOf(const std::string& function);
-    /// How many calls there were of all functions.
-    static int calls();
 
     /// The calls that `work` makes, in order, as "Name(argument, ARGUMENT) Name()", without the
     /// prefixes gl and GL_. If `functions` are given, separated by spaces, only theirs.

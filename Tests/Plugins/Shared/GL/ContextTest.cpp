@@ -57,7 +57,7 @@ TEST_F(Context, SharesTexturesWithItsGroupButNotWhatIsPerContext) {
     name.generate(glGenVertexArrays); // there is one already
     const GLuint first = name;
     context->makeContextCurrent();
-    EXPECT_TRUE(glIsTexture(texture));
+    EXPECT_TRUE(context->isCurrent() && glIsTexture(texture) == GL_TRUE);
     EXPECT_EQ(GLuint{name}, 0U);
     name.generate(glGenVertexArrays);
     EXPECT_EQ(GLWatch::names("VertexArrays"), 2);

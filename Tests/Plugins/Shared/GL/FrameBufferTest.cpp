@@ -308,6 +308,9 @@ TEST_P(Multisampling, TexturesGoThroughBackgroundAndScreenUnchanged) {
     auto background = std::make_unique<BackgroundRender>();
     auto screen = std::make_unique<ScreenRender>();
     EXPECT_EQ(GLWatch::names("Programs"), 0); // which are built at the first draw
+    const std::map<std::string, int> bindings{{"position", 0}, {"input_uv", 1}};
+    EXPECT_TRUE(background->mShader.mAttributeBindings == bindings &&
+                screen->mShader.mAttributeBindings == bindings);
     for (const float m : {1.0F, 1.999969482421875F}) {
         const GLuint between = target.createFloatRenderTexture(false, false);
         const GLuint result = target.createFloatRenderTexture(false, false);

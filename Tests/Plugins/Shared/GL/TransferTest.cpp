@@ -54,6 +54,7 @@ protected:
         const GLuint frameBuffer = generate(glGenFramebuffers);
         glBindFramebuffer(GL_FRAMEBUFFER, frameBuffer);
         glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, uploaded, 0);
+        glReadBuffer(GL_NONE); // the download chooses its own
         const int code = codeOf([&] {
             AEOpenGLUtilities::DownloadTexture(static_cast<unsigned>(width),
                                                static_cast<unsigned>(height), input, output,
