@@ -1,14 +1,11 @@
 #include "Host/Media/Clip.h"
 
-#include "Host/Library/ReplaceFile.h"
 #include "Host/Media/SequencePattern.h"
 #include "Tests/Host/MediaTest.h"
 
 #include <array>
 #include <cmath>
 #include <cstring>
-#include <fcntl.h>
-#include <unistd.h>
 
 // The H.265 encoder's library keeps a kilobyte of its own.
 extern "C" __attribute__((visibility("default"))) const char*
@@ -79,15 +76,12 @@ TEST(FrameNumbersTest, RangesAndStepsAreReadAndNonsenseIsRefused) {
                                          {"9,3-5,4-6x2", {3, 4, 5, 6, 9}},
                                          {"5-7,2-4", {2, 3, 4, 5, 6, 7}}}) {
         const FrameNumbers numbers = FrameNumbers::parse(text).value();
-        Numbers listed, contained;
+        Numbers listed;
         for (auto next = numbers.after(-1); next; next = numbers.after(*next)) {
             listed.push_back(*next);
-        }
-        for (std::int64_t i = 0; i < 30; ++i) {
-            contained.insert(contained.end(), numbers.contains(i) ? 1 : 0, i);
+            EXPECT_EQ(numbers.contains(*next + 1), numbers.after(*next) == *next + 1) << text;
         }
         EXPECT_EQ(listed, expected) << text;
-        EXPECT_EQ(contained, expected) << text;
         EXPECT_EQ(numbers.last(), expected.back()) << text;
     }
     for (const char* text : {"", "a", "-3", "5-3", "1-", "1-9x0", "1-9x", "1,", ",1", "1 ", "1-2-3",
@@ -112,47 +106,12 @@ TEST_F(ClipTest, PatternsNameFilesAndFindThem) {
     EXPECT_EQ(SequencePattern::of(path("s.##.png"))->existingNumbers(),
               (std::vector<std::int64_t>{7, 11, 100}));
     // The name of a file that exists is taken as it is.
-    for (const char* name : {"50%.png", "a%d%d.png", "%d.png"}) {
+    for (const char* name : {"50%.png", "a%d%d.png", "%d.png", "q.5.png", "q.6.png"}) {
         writePicture(path(name), {noise(2, 2, false), {}});
         EXPECT_EQ(read(input(name)).size(), 1) << name;
     }
-}
-
-TEST_F(ClipTest, ASequenceKeepsItsNumbersAndMissingFramesAreSkippedOrHeld) {
-    const auto write = [&](int number, int value) {
-        World world(2, 2);
-        std::memset(world.row(0), value, 4);
-        writePicture(path("s." + std::to_string(number) + ".png"), {std::move(world), {}});
-    };
-    struct Case {
-        Missing missing;
-        const char *frames, *expected; // number, time and value of each frame, then the error
-    };
-    const Case cases[] = {
-        {Missing::Refuse, "", "'s.10.png' is missing"},
-        {Missing::Refuse, "8-9", "8@0=8 9@1=9 "},
-        {Missing::Skip, "", "8@0=8 9@1=9 12@4=12 "},
-        {Missing::Hold, "", "8@0=8 9@1=9 10@2=9 11@3=9 12@4=12 "},
-        {Missing::Hold, "7", "'s.7.png' is missing: the sequence has the frames 8 to 12"},
-    };
-    for (const Case& row : cases) {
-        for (const int number : {8, 9, 12}) {
-            write(number, number);
-        }
-        std::string found;
-        const std::string error = errorOf([&] {
-            ClipInput sequence = input("s.%d.png", row.frames);
-            sequence.missing = row.missing;
-            const auto reader = openClip(sequence);
-            while (auto item = reader->next()) {
-                const auto& frame = std::get<ClipFrame>(*item);
-                found += std::to_string(frame.number) + "@" + std::to_string(frame.time) + "=" +
-                         std::to_string(frame.picture.world.row(0)[1]) + " ";
-                write(frame.number == 9 ? 9 : 8, 99); // a held picture is the one that was read
-            }
-        });
-        EXPECT_EQ(found + error, row.expected) << row.frames;
-    }
+    const ClipFrame second = std::move(read(input("q.%d.png")).at(1));
+    EXPECT_EQ(std::pair(second.number, second.time), std::pair(std::int64_t{6}, std::int64_t{1}));
 }
 
 TEST_F(ClipTest, WhatIsWrittenComesBackWithItsTimes) {
@@ -225,8 +184,8 @@ TEST_F(ClipTest, WhatElseIsInTheFileIsHandedOnFromItsStart) {
     EXPECT_EQ(ffprobe("-select_streams v -show_entries stream=start_time,nb_frames,duration:"
                       "stream_tags=timecode part.mov"),
               "start_time=0.000000|duration=0.200000|nb_frames=3|tag:timecode=01:00:00:10\n");
-    EXPECT_EQ(errorOf([&] { read(input("in.mov", "24-26")); }),
-              "cannot read 'in.mov': there is no frame 26, it has the frames 0 to 24");
+    EXPECT_EQ(errorOf([&] { read(input("in.mov", "24-25")); }),
+              "cannot read 'in.mov': there is no frame 25, it has the frames 0 to 24");
 }
 
 TEST_F(ClipTest, AVideosFramesAreFoundByTime) {
@@ -320,6 +279,7 @@ TEST_F(ClipTest, TheCodecAndThePixelFormatSuitTheClip) {
         {"-c:v libvpx-vp9 -pix_fmt yuv420p in.mkv", "o.mp4", "h264|yuv420p"},
         {"-c:v qtrle -pix_fmt argb in.mov", "o.mkv", "ffv1|bgra"},
         {"-c:v ffv1 -pix_fmt bgra in.mkv", "o.mov", "prores|yuva444p12le"},
+        {"-c:v ffv1 -pix_fmt yuv440p in.mkv", "o.mp4", "h264|yuv444p"},
         {"-c:v ffv1 -pix_fmt gray in.mkv", "o.mov", "h264|yuv420p"},
         {"-vf format=rgb24,crop=77:65 -c:v qtrle in.mov", "o.mp4", "h264|yuv444p"},
     };
@@ -341,76 +301,15 @@ TEST_F(ClipTest, TheCodecAndThePixelFormatSuitTheClip) {
     EXPECT_GT(fs::file_size(path("o.mp4")), fs::file_size(path("worst.mp4")) + 500);
 }
 
-TEST_F(ClipTest, DamageIsAnErrorInTheFrameThatHasIt) {
-    ffmpeg("-f lavfi -i testsrc2=s=160x120 -frames:v 50 -c:v ffv1 -level 3 -slicecrc 1 crc.mkv");
-    ffmpeg("-i crc.mkv -c:v libx264 -pix_fmt yuv420p in.mkv -c:v png png.mov -c:v libx264 in.mp4 "
-           "-pix_fmt yuv420p whole.y4m -c:v mpeg2video -g 8 in.ts");
-    shell("for i in crc.mkv png.mov; do printf '%0200d' 0 | dd of=$i bs=1 seek=90000 conv=notrunc "
-          "status=none; done; head -c 20000 in.mkv >cut.mkv; head -c 100000 whole.y4m >cut.y4m; "
-          "head -c 20000 in.mp4 >cut.mp4; tail -c 30000 in.ts >tail.ts");
-    const std::pair<const char*, const char*> cases[] = {
-        {"crc.mkv", "cannot read 'crc.mkv': frame [0-9]+: it is damaged"},
-        {"png.mov", "cannot read 'png.mov': frame [0-9]+: it is damaged or cut off .*"},
-        {"cut.mkv", "cannot read 'cut.mkv': frame [0-9]+: the file is cut off or damaged .*"},
-        {"cut.y4m", "cannot read 'cut.y4m': frame 3: it is cut off"},
-        {"cut.mp4", "cannot read 'cut.mp4': it is no picture or video of a known format"},
-        {"tail.ts", ""}}; // as a recording that began in the middle
-    for (const auto& [name, expected] : cases) {
-        EXPECT_THAT(errorOf([&, file = input(name)] { read(file); }), MatchesRegex(expected));
-    }
-    EXPECT_EQ(openClip(input("tail.ts"))->frameCount(), read(input("tail.ts")).size());
-}
-
-TEST_F(ClipTest, WithoutAFinishOrRoomThereIsNoFile) {
-    std::ofstream(path("old.mov")) << "old";
-    makeClip("-c:v qtrle clip.mov");
-    {
-        const auto reader = openClip(input("clip.mov"));
-        const auto writer = openClipWriter(output("old.mov"), input("clip.mov"), *reader);
-        writer->write(*reader->next());
-        EXPECT_EQ(fileCount(), 2); // the file under way has no name
-    }
-    EXPECT_EQ(shell("cat old.mov; ls"), "oldclip.mov\nold.mov\n");
-    for (const char* format : {"rawvideo", "nut", "mov", "png"}) {
-        ClipOutput full = output("");
-        full.file = "-";
-        full.format = format;
-        full.standardOutput = open("/dev/full", O_WRONLY);
-        EXPECT_EQ(errorOf([&] { copy(input("clip.mov", "0"), full); }),
-                  "cannot write to standard output: No space left on device");
-        close(full.standardOutput);
-    }
-}
-
-TEST_F(ClipTest, ErrorsCarryAReasonAndTheSetting) {
-    makeClip("-c:v qtrle clip.mov");
-    for (const char* name : {"s.1.png", "s.3.png"}) {
-        writePicture(path(name), {noise(8, 8, false), {}});
-    }
-    const auto problem = [](const ClipInput& input, const ClipOutput& output) {
-        try {
-            copy(input, output);
-        } catch (const ClipError& error) {
-            return std::pair(error.reason(), error.settings().at(0));
-        }
-        throw Error("no error");
-    };
-    ClipInput raw = input("clip.mov");
-    raw.format = "rawvideo";
-    ClipInput sized = input("s.1.png");
-    sized.videoSize = "8x8";
-    const std::pair sizeNeeded(ClipReason::SettingNeeded, ClipSetting::VideoSize);
-    const std::pair sizeNotTaken(ClipReason::SettingNotTaken, ClipSetting::VideoSize);
-    const std::pair missing(ClipReason::FrameMissing, ClipSetting::Missing);
-    const std::pair tooMany(ClipReason::TooManyFrames, ClipSetting::Frames);
-    const std::pair codecNotTaken(ClipReason::ValueNotTaken, ClipSetting::Codec);
-    EXPECT_EQ(problem(raw, output("o.mkv")), sizeNeeded);
-    EXPECT_EQ(problem(sized, output("o.mkv")), sizeNotTaken);
-    EXPECT_EQ(problem(input("s.%d.png"), output("o.mkv")), missing);
-    EXPECT_EQ(problem(input("clip.mov"), output("o.png")), tooMany);
-    EXPECT_EQ(problem(input("clip.mov"), output("o.mkv", "x")), codecNotTaken);
-    // Eight pixels are too few for this one.
-    EXPECT_EQ(problem(input("s.1.png"), output("o.mp4", "hevc")), codecNotTaken);
+TEST_F(ClipTest, ARecordingMayBeginInTheMiddleButMayNotBeDamaged) {
+    ffmpeg("-f lavfi -i testsrc2=s=160x120:d=2 -c:v libx264 -g 8 in.ts -c:v png in.mov");
+    shell("tail -c 30000 in.ts >tail.ts; "
+          "printf '%0200d' 0 | dd of=in.mov bs=1 seek=90000 conv=notrunc status=none");
+    const std::size_t count = read(input("tail.ts")).size();
+    EXPECT_GT(count, 10);
+    EXPECT_EQ(openClip(input("tail.ts"))->frameCount(), count);
+    EXPECT_THAT(errorOf([&] { read(input("in.mov")); }),
+                MatchesRegex("cannot read 'in.mov': frame [0-9]+: it is damaged or cut off .*"));
 }
 
 } // namespace

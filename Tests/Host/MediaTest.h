@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Host/Media/Clip.h"
-#include "Host/Media/ClipError.h"
+#include "Tests/Host/ErrorOf.h"
 #include "Tests/Host/ScratchFolder.h"
 
 #include <cstdlib>
@@ -39,20 +39,12 @@ protected:
         return std::distance(std::filesystem::directory_iterator(path()), {});
     }
 
-    /// The text of the error, without the folder's name; empty for none.
-    template <typename Work>
-    std::string errorOf(const Work& work) const {
-        std::string text;
-        try {
-            work();
-        } catch (const Vexorel::PrismDrift::Host::Error& error) {
-            text = error.what();
-        }
-        const std::string folder = path("").string();
-        for (std::size_t at = 0; (at = text.find(folder)) != std::string::npos;) {
-            text.erase(at, folder.size());
-        }
-        return text;
+    /// The message of the Error that `action` throws, without the folder's name.
+    template <typename Action>
+    std::string errorOf(const Action& action) const {
+        std::string text = ::errorOf(action);
+        const std::size_t folder = text.find(path("").string());
+        return folder == std::string::npos ? text : text.erase(folder, path("").string().size());
     }
 
     static World noise(int width, int height, bool withAlpha) {
