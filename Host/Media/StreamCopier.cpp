@@ -104,25 +104,31 @@ void StreamCopier::warnOfLostStreams(const AVFormatContext& source, int videoStr
     }
 }
 
-void StreamCopier::addStream(const AVStream& from) {
-    const AVCodecID codec = from.codecpar->codec_id;
-    const AVMediaType type = from.codecpar->codec_type;
-    const bool isSecondVideo =
-        type == AVMEDIA_TYPE_VIDEO && (from.disposition & AV_DISPOSITION_ATTACHED_PIC) == 0;
-    const bool isMatroska = std::string_view(mMuxer.container().name) == "matroska";
+std::string StreamCopier::reasonToLeaveOut(const AVStream& stream) const {
+    const AVMediaType type = stream.codecpar->codec_type;
+    const Container& container = mMuxer.container();
+    const bool isMatroska = std::string_view(container.name) == "matroska";
+    const bool isCover = (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
+    if (type == AVMEDIA_TYPE_VIDEO && !isCover) {
+        return "one video is written";
+    }
+    if (type == AVMEDIA_TYPE_AUDIO && stream.codecpar->sample_rate <= 0) {
+        return "the input says too little of it";
+    }
+    // Matroska has attachments, and would take a cover for a second video.
     const bool hasPlace =
-        type == AVMEDIA_TYPE_ATTACHMENT
-            ? isMatroska
-            : avformat_query_codec(mMuxer.context().oformat, codec, FF_COMPLIANCE_NORMAL) == 1 &&
-                  !(type == AVMEDIA_TYPE_VIDEO && isMatroska); // where it would be a second video
-    const bool isDescribed = type != AVMEDIA_TYPE_AUDIO || from.codecpar->sample_rate > 0;
-    if (isSecondVideo || !hasPlace || !isDescribed) {
-        const std::string ending = mMuxer.container().ending;
-        const std::string reason = isSecondVideo  ? "one video is written"
-                                   : !isDescribed ? "the input says too little of it"
-                                                  : "." + ending + " has no place for it";
+        type == AVMEDIA_TYPE_ATTACHMENT || (type == AVMEDIA_TYPE_VIDEO && isMatroska)
+            ? isMatroska && type == AVMEDIA_TYPE_ATTACHMENT
+            : avformat_query_codec(mMuxer.context().oformat, stream.codecpar->codec_id,
+                                   FF_COMPLIANCE_NORMAL) == 1;
+    return hasPlace ? "" : "." + std::string(container.ending) + " has no place for it";
+}
+
+void StreamCopier::addStream(const AVStream& from) {
+    const std::string reason = reasonToLeaveOut(from);
+    if (!reason.empty()) {
         mOutput.warn("stream " + std::to_string(from.index) + ", " + kindOf(from) + " (" +
-                     avcodec_get_name(codec) + "), is left out: " + reason);
+                     avcodec_get_name(from.codecpar->codec_id) + "), is left out: " + reason);
         return;
     }
     AVStream& to = mMuxer.addStream();

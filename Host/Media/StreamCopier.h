@@ -13,17 +13,18 @@ namespace Vexorel::PrismDrift::Host {
 /// Its functions throw Error with the reason alone.
 class StreamCopier {
 public:
-    /// Adds to the new file the metadata of the clip's file, and, unless only a part of its frames
-    /// is written, its streams and chapters. Warns of what the new file has no place for. The clip
-    /// has a container, which is not used afterwards; the muxer is.
+    /// Adds the metadata of the clip's file to the new one, and its streams and chapters if the
+    /// whole clip is written. Warns of what the new file has no place for. Of the arguments, the
+    /// muxer and the output must outlive the copier.
     StreamCopier(const ClipProperties& clip, bool isPartial, Muxer& muxer,
                  const ClipOutput& output);
 
-    /// Before the header: the new file begins with this frame of the clip, so its time code does.
+    /// Moves the time codes to those of this frame of the clip, with which the new file begins.
+    /// Called before the header is written.
     void advanceTimecodes(std::int64_t frame);
 
-    /// Where the whole clip is written: writes a packet of the clip's file if its stream is one of
-    /// those that are handed on.
+    /// Writes a packet of the clip's file if its stream is handed on. Called only where the whole
+    /// clip is written.
     void write(const ClipPacket& packet);
 
 private:
@@ -34,6 +35,7 @@ private:
 
     void addStreams(const AVFormatContext& source, int videoStream);
     void warnOfLostStreams(const AVFormatContext& source, int videoStream) const;
+    std::string reasonToLeaveOut(const AVStream& stream) const; // empty: it is handed on
     void addStream(const AVStream& from);
     void copyChapters(const AVFormatContext& source);
     void advanceTimecode(AVDictionary*& metadata, std::int64_t frame) const;
