@@ -43,19 +43,18 @@ struct Module {
     decltype(&f0r_get_param_info) paramInfo = find("f0r_get_param_info");
     decltype(&f0r_construct) construct = find("f0r_construct");
     decltype(&f0r_destruct) destruct = find("f0r_destruct");
-    decltype(&f0r_set_param_value) set = find("f0r_set_param_value");
-    decltype(&f0r_get_param_value) get = find("f0r_get_param_value");
+    decltype(&f0r_set_param_value) setValue = find("f0r_set_param_value");
+    decltype(&f0r_get_param_value) getValue = find("f0r_get_param_value");
     decltype(&f0r_update) update = find("f0r_update");
 
-    void setText(f0r_instance_t instance, const char* text) const { set(instance, &text, 0); }
-    std::string text(f0r_instance_t instance) const {
-        char* pointer = nullptr;
-        get(instance, &pointer, 0);
-        return pointer;
+    template <typename Value>
+    void set(f0r_instance_t instance, int index, Value value) const {
+        setValue(instance, &value, index);
     }
-    double number(f0r_instance_t instance, int index) const {
-        double value = -1.0;
-        get(instance, &value, index);
+    template <typename Value>
+    Value get(f0r_instance_t instance, int index) const {
+        Value value{};
+        getValue(instance, &value, index);
         return value;
     }
 };
@@ -74,9 +73,8 @@ Frame someFrame(unsigned number) {
 /// For frames of that size, with settings for each `number`.
 f0r_instance_t makeInstance(const Module& module, unsigned number) {
     f0r_instance_t instance = module.construct(17 + number * 2, 11);
-    double shift = 0.502 + number / 2000.0;
-    module.setText(instance, "BGR");
-    module.set(instance, &shift, 2);
+    module.set(instance, 0, "BGR");
+    module.set(instance, 2, 0.502 + number / 2000.0);
     return instance;
 }
 
@@ -126,12 +124,12 @@ TEST(Frei0rModule, TellsWhatItIsBeforeInit) {
         module.paramInfo(&param, i);
         names += std::string(param.name) + "|";
         EXPECT_EQ(param.type, i == 0 ? F0R_PARAM_STRING : F0R_PARAM_DOUBLE);
-        EXPECT_TRUE(i == 0 || module.number(instance, i) == 0.5) << i;
+        EXPECT_TRUE(i == 0 || module.get<double>(instance, i) == 0.5) << i;
     }
     EXPECT_EQ(names, "Channel Order|Shift Angle|Shift Distance|Channel Scale R Channel|Channel "
                      "Scale G Channel|Channel Scale B Channel|Channel Lightness R Channel|Channel "
                      "Lightness G Channel|Channel Lightness B Channel|");
-    EXPECT_EQ(module.text(instance), "RGB");
+    EXPECT_STREQ(module.get<char*>(instance, 0), "RGB");
     module.destruct(instance);
     EXPECT_EQ(module.find("EntryPointFunc").address, nullptr);
 }
@@ -143,16 +141,15 @@ TEST(Frei0rModule, TakesAnyValue) {
                               {std::nan(""), 0.5}, {-INFINITY, 0}, {INFINITY, 1}};
     for (const auto& [given, wanted] : kept) {
         for (int i = -1; i < 10; ++i) { // there is no -1 and no 9
-            double value = given;
-            i == 0 ? module.setText(instance, "GBR") : module.set(instance, &value, i);
-            EXPECT_TRUE(i < 1 || i > 8 || module.number(instance, i) == wanted) << given;
+            i == 0 ? module.set(instance, 0, "GBR") : module.set(instance, i, given);
+            EXPECT_TRUE(i < 1 || i > 8 || module.get<double>(instance, i) == wanted) << given;
         }
     }
     testing::internal::CaptureStderr();
-    module.setText(instance, "XYZ");
-    EXPECT_EQ(module.text(instance), "GBR");
-    module.setText(instance, nullptr);
-    EXPECT_EQ(module.text(instance), "RGB");
+    module.set(instance, 0, "XYZ");
+    EXPECT_STREQ(module.get<char*>(instance, 0), "GBR");
+    module.set<const char*>(instance, 0, nullptr);
+    EXPECT_STREQ(module.get<char*>(instance, 0), "RGB");
     EXPECT_EQ(module.construct(0, 16), nullptr);
     EXPECT_EQ(module.construct(16, 4000000000U), nullptr);
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
@@ -197,7 +194,7 @@ TEST(Frei0rModule, ServesEightThreadsFromTwoPaths) {
             module.init();
             for (unsigned i = t; i < t + 40; ++i) {
                 wrong += drawn(module, i % 8) != wanted[i % 8];
-                module.setText(shared[t % 2], "BGR");
+                module.set(shared[t % 2], 0, "BGR");
                 wrong += updated(module, shared[t % 2], someFrame(0)) != wanted[0];
             }
             module.deinit();
