@@ -1,9 +1,9 @@
 #pragma once
 
 /// The host's effect interface: the commands, records and callbacks through which a host drives an
-/// effect. It stands in for the headers of the host's kit and holds what this code base reads or
-/// writes of them, under the names of that interface; a build against the real kit swaps this
-/// folder for it. The numbers are those of the interface.
+/// effect. It replaces the headers of the host's kit and declares only what this code base uses of
+/// them, with the interface's names and numbers. A build with the real kit uses that instead of
+/// this folder.
 
 #include <cstdint>
 
@@ -19,7 +19,7 @@ enum : PF_Err {
     PF_Err_BAD_CALLBACK_PARAM = 516
 };
 
-/// What the host asks of the effect. Any 32-bit value may arrive, hence the fixed type.
+/// What the host asks of the effect. The type is fixed because any 32-bit value may arrive.
 enum PF_Cmd : std::int32_t {
     PF_Cmd_ABOUT = 0,
     PF_Cmd_GLOBAL_SETUP = 1,
@@ -49,7 +49,7 @@ enum : PF_ParamType {
     PF_Param_GROUP_END = 14
 };
 
-/// How the pixels of a world are stored: the code's four bytes in memory are characters.
+/// How the pixels of a world are stored. The four bytes of a code, in memory order, are characters.
 using PF_PixelFormat = std::int32_t;
 
 enum : PF_PixelFormat {
@@ -58,7 +58,7 @@ enum : PF_PixelFormat {
     PF_PixelFormat_ARGB128 = 0x32336561 ///< "ae32": 32-bit float a channel
 };
 
-/// A fixed-point number, 16 bits before the point and 16 behind it.
+/// A fixed-point number with 16 fractional bits.
 using PF_Fixed = std::int32_t;
 
 struct PF_Pixel8 {
@@ -73,8 +73,9 @@ struct PF_PixelFloat {
     float alpha, red, green, blue;
 };
 
-/// A picture ("world"): rows from the top, `rowbytes` apart, which may be more than the pixels of
-/// a row take. `data` is the host's; an effect asks for it through PF_UtilCallbacks.
+/// A picture, called a world by the interface. Its rows start at the top and lie `rowbytes` apart,
+/// which may be more than a row's pixels take. `data` is the host's; an effect gets the pixels
+/// through PF_UtilCallbacks.
 struct PF_LayerDef {
     void* data;
     std::int32_t rowbytes;
@@ -87,7 +88,7 @@ struct PF_PopupDef {
     std::int16_t num_choices;
     std::int16_t dephault;
     union {
-        const char* namesptr; ///< the choices, with '|' between two of them
+        const char* namesptr; ///< the choices, separated by '|'
     } u;
 };
 
@@ -124,7 +125,7 @@ struct PF_ParamDef {
     } u;
 };
 
-/// The effect as the host knows it; only handed back to the host's callbacks.
+/// The host's reference to the effect, which the effect passes to the host's callbacks.
 struct PF_ProgressInfo;
 using PF_ProgPtr = PF_ProgressInfo*;
 
@@ -133,7 +134,7 @@ struct PF_RationalScale {
     std::uint32_t den;
 };
 
-/// Callbacks that concern the effect's parameters.
+/// Callbacks for the effect's parameters.
 struct PF_InteractCallbacks {
     PF_Err (*checkout_param)(PF_ProgPtr effect_ref, std::int32_t index, std::int32_t what_time,
                              std::int32_t time_step, std::uint32_t time_scale, PF_ParamDef* param);
@@ -141,7 +142,7 @@ struct PF_InteractCallbacks {
     PF_Err (*add_param)(PF_ProgPtr effect_ref, std::int32_t index, PF_ParamDef* param);
 };
 
-/// The C library's text functions, as the host offers them.
+/// Text functions of the C library, provided by the host.
 struct PF_ANSICallbacks {
     int (*sprintf)(char* buffer, const char* format, ...);
     char* (*strcpy)(char* destination, const char* source);
@@ -149,7 +150,7 @@ struct PF_ANSICallbacks {
 
 struct PF_UtilCallbacks {
     PF_ANSICallbacks ansi;
-    /// With a null `pixels`: the address of the world's first pixel.
+    /// If `pixels` is null, gives the address of the world's first pixel.
     PF_Err (*get_pixel_data8)(PF_LayerDef* world, void* pixels, PF_Pixel8** pixel);
     PF_Err (*get_pixel_data16)(PF_LayerDef* world, void* pixels, PF_Pixel16** pixel);
 };

@@ -1,13 +1,13 @@
 #pragma once
 
-/// The host's suites: tables of functions that an effect acquires by name and version, uses and
-/// releases. Each table holds the calls that this code base makes.
+/// The host's suites: tables of functions that an effect acquires by name and version and releases
+/// after use. Each table declares only the functions that this code base calls.
 
 #include "Platform/Effect/Effect.h"
 
 #include <cstddef>
 
-/// The way to every other suite. Both calls give 0 or an error.
+/// Gives access to all other suites. Both functions return 0 or an error.
 struct SPBasicSuite {
     std::int32_t (*AcquireSuite)(const char* name, std::int32_t version, void** suite);
     std::int32_t (*ReleaseSuite)(const char* name, std::int32_t version);
@@ -18,7 +18,7 @@ struct PF_ANSICallbacksSuite1 {
     int (*sprintf)(char* buffer, const char* format, ...);
 };
 
-/// Called for each pixel of an iteration; anything but 0 ends it.
+/// Called for each pixel; a result other than 0 ends the iteration.
 using PF_IteratePixelFloatFunc = PF_Err (*)(void* refcon, std::int32_t x, std::int32_t y,
                                             PF_PixelFloat* in, PF_PixelFloat* out);
 
@@ -51,8 +51,8 @@ using AEGP_PluginID = std::int32_t;
 
 /// "AEGP Utility Suite", version 11.
 struct AEGP_UtilitySuite5 {
-    /// Runs a script; the two texts that it leaves are zero-terminated, in handles that then
-    /// belong to the caller. `platform_encoding` is false for UTF-8.
+    /// Runs a script. Its result and its error are zero-terminated texts in handles, which the
+    /// caller frees. `platform_encoding` is false for UTF-8.
     PF_Err (*AEGP_ExecuteScript)(AEGP_PluginID plugin_id, const char* script,
                                  bool platform_encoding, AEGP_MemHandle* result,
                                  AEGP_MemHandle* error);
@@ -65,8 +65,8 @@ struct AEGP_MemorySuite1 {
 };
 
 /// The four drawing suites: "DRAWBOT Draw Suite" 1, "DRAWBOT Supplier Suite" 1,
-/// "DRAWBOT Surface Suite" 2 and "DRAWBOT Path Suite" 1. Their tables are not described here:
-/// nothing in this code base calls them.
+/// "DRAWBOT Surface Suite" 2 and "DRAWBOT Path Suite" 1. Their tables are not declared here,
+/// because this code base calls none of their functions.
 struct DRAWBOT_Suites {
     void* draw;
     void* supplier;
