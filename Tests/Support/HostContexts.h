@@ -1,6 +1,6 @@
 #pragma once
 
-/// OpenGL contexts as a host program has them: made through EGL or GLX with surfaces of their own,
+/// OpenGL contexts such as a host program makes: through EGL or GLX, with surfaces of their own and
 /// without any code of the effect.
 
 #include <cstdint>
@@ -22,8 +22,7 @@ bool terminateCurrentDisplay();
 /// Releases whatever EGL context is current on this thread.
 void releaseCurrentEgl();
 
-/// Current on a thread when makeCurrent() gives true; gone, and nothing of it current on this
-/// thread, when destroyed.
+/// makeCurrent() returns whether it is current on the thread. The destructor releases it first.
 struct HostContext {
     std::function<bool()> makeCurrent;
     std::function<void()> destroy;

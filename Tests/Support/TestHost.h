@@ -1,7 +1,7 @@
 #pragma once
 
-/// A strict host for tests: it writes down every call that an effect makes, in order, and can be
-/// told to fail at any of them.
+/// A strict host for tests. It records every call of the effect in order and can fail at any of
+/// them.
 
 #include "Platform/Effect/Suites.h"
 #include "Support/World.h"
@@ -44,8 +44,7 @@ public:
     /// Lets `work` use inData() outside of a command, as the calling thread's host.
     void serve(const std::function<void()>& work);
 
-    /// Writes a call down and gives what it has to answer. Unless it fails the effect then holds
-    /// `gained` things more.
+    /// Records a call and returns its result. If it succeeds the effect holds `gained` more things.
     PF_Err note(const std::string& call, int gained = 0);
 
     PF_InData inData{};
@@ -63,7 +62,7 @@ public:
     std::vector<PF_ParamDef> added;
     const PF_ParamDef* checkedOut = nullptr; ///< the record of the last checkout that worked
 
-    /// What every command has to leave current on the thread; empty: not looked at.
+    /// What must be current on the thread after every command; not checked while empty.
     std::vector<std::uintptr_t> current;
 
     /// Suites, handles and locks that were not given back.

@@ -1,4 +1,5 @@
-// The module opened by a host of the tests' own: what it says, draws and leaves as it was.
+// The module, opened by a host of the tests' own: its description, its frames, and what it must
+// leave as it was.
 
 extern "C" {
 #include <frei0r.h>
@@ -220,7 +221,7 @@ std::string stateOfTheProcess() {
     return all.str() + testing::PrintToString(Testing::currentState());
 }
 
-/// In a process with such a context current, or none.
+/// In a process with a context of this kind current, or none.
 class Frei0rGuest : public testing::TestWithParam<std::optional<Testing::HostApi>> {};
 
 INSTANTIATE_TEST_SUITE_P(All, Frei0rGuest,
@@ -264,8 +265,7 @@ TEST(Frei0rModule, LoadsAThousandTimesWithFlatMemory) {
 #endif
 }
 
-/// Runs the work, which has to give true, in a process of its own: what is loaded, and whether
-/// there is a driver, is the process's matter.
+/// Runs the work, which must return true, in a new process, where nothing is loaded yet.
 void expectInOwnProcess(bool (*work)(), const char* messages) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(_exit(work() ? 0 : 1), testing::ExitedWithCode(0), messages);

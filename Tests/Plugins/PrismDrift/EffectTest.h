@@ -1,21 +1,22 @@
 #pragma once
 
-/// The frame around a test of the entry function: a watched, set-up effect and pictures for it.
+/// For tests of the entry function: a watched effect that is set up, and pictures for it.
 
 #include "Support/GLWatch.h"
 #include "Support/Reference.h"
 
 namespace Testing {
 
-/// Any colours; alpha is 255, or a quarter each 255, 0, below 8 and anything.
+/// Random colours. Alpha is 255 if opaque; else a quarter of the pixels each have 255, 0, less than
+/// 8 and anything.
 World8 randomPicture(int width, int height, bool opaque, std::uint32_t seed);
 
 Settings with(int order, double angle, double distance,
               std::array<double, 3> scale = {100, 100, 100},
               std::array<double, 3> lightness = {0, 0, 0});
 
-/// Renders into a world of this size, and compares with the reference what both worlds have; all
-/// else has to stay as it was.
+/// Renders into a world of this size and compares the rows and columns that both worlds have with
+/// the reference. Everything else must stay as it was.
 void expectFrame(TestHost& host, World8& source, int width, int height);
 
 inline void expectFrame(TestHost& host, World8 source) {
@@ -28,7 +29,7 @@ protected:
         ASSERT_EQ(host.command(PF_Cmd_GLOBAL_SETUP), 0);
         host.calls.clear();
     }
-    /// The effect goes, the watch then looks at what is left.
+    /// Before the watch ends, which then reports the names that are left.
     void TearDown() override { EXPECT_EQ(host.command(PF_Cmd_GLOBAL_SETDOWN), 0); }
 
     /// A frame that shows whether the effect still works.

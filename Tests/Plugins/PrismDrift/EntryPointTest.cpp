@@ -1,5 +1,5 @@
-// The entry function: what it answers, what it calls, what it leaves alone, and what it leaves
-// current on the thread, whatever that was.
+// The entry function: its results, its calls to the host, what it must not touch, and the context
+// that it leaves current on the thread.
 
 #include "EffectTest.h"
 #include "Support/HostContexts.h"
@@ -22,7 +22,7 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using Vexorel::PrismDrift::AEOpenglMainFrameBuffer;
 
-/// In a host that has such a context current, or none.
+/// In a host that has a context of this kind current, or none.
 class EntryPoint : public EffectTest, public ::testing::WithParamInterface<std::optional<HostApi>> {
 protected:
     void SetUp() override {
@@ -35,8 +35,7 @@ protected:
         EffectTest::SetUp();
     }
 
-    /// A frame that has to give 516, call nothing more than that and leave the output and GL's
-    /// names as they were.
+    /// A frame that has to give 516 and leave the output and GL's names as they were.
     void expectRefusal(PF_LayerDef* input) {
         World8 output(16, 16);
         const auto before = output.bytes();
@@ -47,7 +46,7 @@ protected:
         EXPECT_EQ(GLWatch::sharedNames(), names);
     }
 
-    /// Runs the command, behind which only what is changed in `expected` may have changed.
+    /// Runs the command and compares all that it may have written.
     void expectOutData(int command, const PF_OutData& expected, PF_Err answer = 0) {
         EXPECT_EQ(host.command(command), answer);
         EXPECT_EQ(std::memcmp(&expected, &host.outData, sizeof expected), 0) << command;

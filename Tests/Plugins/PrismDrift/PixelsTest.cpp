@@ -1,4 +1,4 @@
-// The pixels of the effect, against a computation of its own.
+// The pixels of the effect, compared with an independent computation.
 
 #include "EffectTest.h"
 
@@ -20,7 +20,7 @@ TEST_F(Pixels, NeutralSettingsGiveAnOpaquePictureBackToTheBit) {
     }
 }
 
-// What the random ones below hardly come to.
+// Cases that the random ones below hardly ever reach.
 TEST_F(Pixels, FollowTheReferenceInChosenCases) {
     const struct {
         int width, height;

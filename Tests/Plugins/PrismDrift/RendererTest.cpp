@@ -1,4 +1,4 @@
-// The renderer's values and transforms to the bit, which need no context.
+// The renderer's values and transforms, to the bit. They need no context.
 
 #include "PrismDrift/Sources/Parameters.h"
 #include "PrismDrift/Sources/PrismDriftRender.h"
