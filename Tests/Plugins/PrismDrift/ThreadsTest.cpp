@@ -4,16 +4,22 @@
 #include "EffectTest.h"
 #include "Support/HostContexts.h"
 
+#include "PrismDrift/Sources/Frame.h"
+
 #ifdef __SANITIZE_ADDRESS__
 #include <sanitizer/lsan_interface.h>
 #endif
 
+#include <chrono>
 #include <future>
 #include <pthread.h>
 #include <thread>
+#include <unistd.h>
 
 namespace Testing {
 namespace {
+
+using Vexorel::PrismDrift::GLCommand;
 
 class Threads : public EffectTest {
 protected:
@@ -107,6 +113,37 @@ TEST_F(Threads, DrawOnWhenSomeoneElseEndsTheDisplay) {
     expectSoundFrame();
     releaseCurrentEgl(); // where the host had nothing current, ours stays: it may take it away
     expectSoundFrame();
+}
+
+// In a process of its own, which is about to end.
+TEST(ProcessEndDeathTest, RefusesCommandsAndWaitsOnlySoLongForAFrame) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto endsInTime = [] {
+        std::promise<void> inFrame;
+        std::thread([&] {
+            TestHost own;
+            own.onCall = [&](const std::string& call) {
+                if (call == "checkout 5") {
+                    inFrame.set_value();
+                    sleep(30); // as a host that waits for the thread that ends the process
+                }
+            };
+            World8 world(8, 8);
+            EXPECT_EQ(own.command(PF_Cmd_GLOBAL_SETUP), 0);
+            own.render(world, world);
+        }).detach();
+        inFrame.get_future().wait();
+        const auto begin = std::chrono::steady_clock::now();
+        GLCommand::close();
+        const auto waited = std::chrono::steady_clock::now() - begin;
+        return waited > std::chrono::seconds(1) && waited < std::chrono::seconds(20);
+    };
+    EXPECT_EXIT(_exit(endsInTime() ? 0 : 1), ::testing::ExitedWithCode(0), "");
+    const auto answer = [] {
+        GLCommand::close();
+        return TestHost().command(PF_Cmd_GLOBAL_SETUP);
+    };
+    EXPECT_EXIT(_exit(answer() == 516 ? 0 : 1), ::testing::ExitedWithCode(0), "");
 }
 
 } // namespace
