@@ -3,6 +3,7 @@
 #include "Host/CommandLine/ReadText.h"
 #include "Host/Library/Error.h"
 #include "Host/Library/ScriptEngine.h"
+#include "Host/Library/Text.h"
 
 #include <string>
 
@@ -13,18 +14,13 @@ using Host::Error;
 std::string runScript(const std::filesystem::path& file) {
     const std::string script = readText(file, "the script");
     if (script.find('\0') != std::string::npos) {
-        throw Error("the script '" + file.string() + "' is no text: it holds a zero byte");
+        throw Error("the script '" + file.string() + "' is not a text: it holds a zero byte");
     }
-    std::string result;
     try {
-        result = Host::evaluateScript(script);
+        return std::string(Host::trimmed(Host::evaluateScript(script)));
     } catch (const Error& error) {
         throw Error("the script '" + file.string() + "' failed: " + error.what());
     }
-    const char* whiteSpace = " \t\n\v\f\r";
-    result.erase(result.find_last_not_of(whiteSpace) + 1);
-    result.erase(0, result.find_first_not_of(whiteSpace));
-    return result;
 }
 
 } // namespace Vexorel::PrismDrift::CommandLine

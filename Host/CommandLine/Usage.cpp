@@ -1,15 +1,15 @@
 #include "Host/CommandLine/Usage.h"
 
+#include "Host/Library/Text.h"
+
 #include <algorithm>
-#include <cctype>
 #include <numeric>
 
 namespace Vexorel::PrismDrift::CommandLine {
 namespace {
 
 bool same(char left, char right) {
-    return std::tolower(static_cast<unsigned char>(left)) ==
-           std::tolower(static_cast<unsigned char>(right));
+    return Host::lowerCase(left) == Host::lowerCase(right);
 }
 
 // The least number of letters to add, drop, change or swap with the next.

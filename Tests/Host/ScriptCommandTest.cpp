@@ -31,7 +31,7 @@ INSTANTIATE_TEST_SUITE_P(
              "prismdrift: error: the script 'script.js' failed: ReferenceError: identifier 'lens' "
              "undefined (line 2)\n"},
         Case{"ZeroByte", std::string("1\0 2", 4), "--script script.js", 1,
-             "prismdrift: error: the script 'script.js' is no text: it holds a zero byte\n"},
+             "prismdrift: error: the script 'script.js' is not a text: it holds a zero byte\n"},
         Case{"Missing", "", "--script none.js", 1,
              "prismdrift: error: cannot read the script 'none.js': No such file or directory\n"},
         Case{"Folder", "", "--script .", 1,
