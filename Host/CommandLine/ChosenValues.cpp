@@ -3,18 +3,20 @@
 #include "Host/CommandLine/Preset.h"
 
 namespace Vexorel::PrismDrift::CommandLine {
+
 Host::ParameterValues chosenValues(const Host::HostedEffect& effect, const Arguments& arguments) {
-    const auto apply = [&](Host::ParameterValues values) {
-        for (const auto& [option, text] : arguments.values) {
-            option->apply(text, values);
+    std::vector<ParameterSetting> settings;
+    for (const auto& [option, text] : arguments.values) {
+        for (ParameterSetting& setting : option->parse(text)) {
+            settings.push_back(std::move(setting));
         }
-        return values;
-    };
-    Host::ParameterValues values = apply(effect.defaultValues());
+    }
+    Host::ParameterValues values = effect.defaultValues();
     if (!arguments.preset.empty()) {
-        values = effect.defaultValues();
         loadPreset(arguments.preset, values);
-        values = apply(std::move(values));
+    }
+    for (const ParameterSetting& setting : settings) {
+        setting.apply(values);
     }
     return values;
 }

@@ -2,6 +2,7 @@
 
 #include "Host/CommandLine/Usage.h"
 #include "Host/Library/Number.h"
+#include "Host/Library/Text.h"
 
 #include <algorithm>
 #include <array>
@@ -18,16 +19,12 @@ using Host::ParameterKind;
 using Host::ParameterValues;
 using Host::parseNumber;
 
-char lower(char character) {
-    return static_cast<char>(std::tolower(static_cast<unsigned char>(character)));
-}
-
 // "Shift Angle" becomes "--shift-angle".
 std::string optionName(const std::string& published) {
     std::string name = "--";
     for (const char character : published) {
         if (std::isalnum(static_cast<unsigned char>(character)) != 0) {
-            name += lower(character);
+            name += Host::lowerCase(character);
         } else if (name.back() != '-') {
             name += '-';
         }
@@ -75,16 +72,11 @@ std::string valueNotation(const Parameter& parameter) {
     return unit.empty() ? "NUMBER" : upper(unit);
 }
 
-bool sameIgnoringCase(std::string_view left, std::string_view right) {
-    return std::equal(left.begin(), left.end(), right.begin(), right.end(),
-                      [](char a, char b) { return lower(a) == lower(b); });
-}
-
 ParameterOption soloOption(const Parameter& parameter) {
     return {optionName(parameter.name),
             valueNotation(parameter),
-            parameter.name + ": " + takesWithUnit(parameter) + "; " +
-                parameter.valueText(parameter.initial) + " unless given",
+            parameter.name + ": " + takesWithUnit(parameter) +
+                ". Default: " + parameter.valueText(parameter.initial),
             {&parameter}};
 }
 
@@ -97,15 +89,15 @@ void describeGroup(ParameterOption& option) {
         initial += (initial.empty() ? "" : ",") + member->valueText(member->initial);
     }
     option.meaning = option.members.front()->group + ": each " +
-                     takesWithUnit(*option.members.front()) + ", or one for all; " + initial +
-                     " unless given";
+                     takesWithUnit(*option.members.front()) +
+                     ", or one for all. Default: " + initial;
 }
 
 double parseValue(const Parameter& parameter, std::string_view text, std::string_view complaint) {
     if (parameter.kind == ParameterKind::Popup) {
-        const auto found =
-            std::find_if(parameter.choices.begin(), parameter.choices.end(),
-                         [&](const std::string& choice) { return sameIgnoringCase(choice, text); });
+        const auto found = std::find_if(
+            parameter.choices.begin(), parameter.choices.end(),
+            [&](const std::string& choice) { return Host::equalIgnoringCase(choice, text); });
         if (found != parameter.choices.end()) {
             return static_cast<double>(found - parameter.choices.begin()) + 1.0;
         }
@@ -130,44 +122,37 @@ Keyframes parseKeyframes(const Parameter& parameter, std::string_view text,
     }
 }
 
-std::string_view withoutBlanks(std::string_view text) {
-    const std::size_t first = std::min(text.find_first_not_of(' '), text.size());
-    text.remove_prefix(first);
-    return text.substr(0, text.find_last_not_of(' ') + 1);
-}
-
-// The members' values, without the blanks around them.
-std::vector<std::string_view> split(std::string_view text) {
-    std::vector<std::string_view> parts;
-    for (std::size_t start = 0;;) {
-        const std::size_t end = text.find(',', start);
-        parts.push_back(withoutBlanks(text.substr(start, end - start)));
-        if (end == std::string_view::npos) {
-            return parts;
-        }
-        start = end + 1;
-    }
-}
-
 } // namespace
 
-void ParameterOption::apply(std::string_view text, ParameterValues& values) const {
+void ParameterSetting::apply(Host::ParameterValues& values) const {
+    std::visit([&](const auto& number) { values.set(index, number); }, value);
+}
+
+std::vector<ParameterSetting> ParameterOption::parse(std::string_view text) const {
     std::string expected = takesWithUnit(*members.front());
     if (members.size() > 1) {
         expected = takes + ", each " + expected + ", or one for all";
     }
     const std::string complaint = name + " takes " + expected + ", not '" + std::string(text) + "'";
-    const std::vector<std::string_view> parts = split(text);
+    const std::vector<std::string_view> parts = Host::split(text, ',');
     if (parts.size() != 1 && parts.size() != members.size()) {
         throw UsageError(complaint);
     }
+    std::vector<ParameterSetting> settings;
     for (std::size_t i = 0; i < members.size(); ++i) {
-        const std::string_view part = parts[parts.size() == 1 ? 0 : i];
+        const std::string_view part = Host::trimmed(parts[parts.size() == 1 ? 0 : i]);
         if (looksLikeKeyframes(part)) {
-            values.set(members[i]->index, parseKeyframes(*members[i], part, name));
+            settings.push_back({members[i]->index, parseKeyframes(*members[i], part, name)});
         } else {
-            values.set(members[i]->index, parseValue(*members[i], part, complaint));
+            settings.push_back({members[i]->index, parseValue(*members[i], part, complaint)});
         }
+    }
+    return settings;
+}
+
+void ParameterOption::apply(std::string_view text, ParameterValues& values) const {
+    for (const ParameterSetting& setting : parse(text)) {
+        setting.apply(values);
     }
 }
 
