@@ -1,35 +1,10 @@
 #include "Host/CommandLine/ClipErrorText.h"
 
+#include "Host/CommandLine/Options.h"
 #include "Host/Media/ClipError.h"
 
 namespace Vexorel::PrismDrift::CommandLine {
 namespace {
-
-std::string optionFor(Host::ClipSetting setting) {
-    switch (setting) {
-    case Host::ClipSetting::InputFormat:
-        return "--input-format";
-    case Host::ClipSetting::VideoSize:
-        return "--video-size";
-    case Host::ClipSetting::InputPixelFormat:
-        return "--pixel-format";
-    case Host::ClipSetting::FrameRate:
-        return "--framerate";
-    case Host::ClipSetting::Missing:
-        return "--missing";
-    case Host::ClipSetting::Frames:
-        return "--frames";
-    case Host::ClipSetting::OutputFormat:
-        return "--output-format";
-    case Host::ClipSetting::Codec:
-        return "--codec";
-    case Host::ClipSetting::OutputPixelFormat:
-        return "--output-pixel-format";
-    case Host::ClipSetting::Quality:
-        return "--quality";
-    }
-    return "";
-}
 
 std::string adviceFor(const Host::ClipError& error) {
     std::string options;

@@ -3,6 +3,7 @@
 #include "Host/CommandLine/Arguments.h"
 #include "Host/CommandLine/ChosenValues.h"
 #include "Host/CommandLine/ClipErrorText.h"
+#include "Host/CommandLine/ParseLine.h"
 #include "Host/CommandLine/PluginSearch.h"
 #include "Host/CommandLine/Preset.h"
 #include "Host/CommandLine/Progress.h"
@@ -30,9 +31,9 @@ namespace {
 enum ExitStatus { Done = 0, CouldNot = 1, WrongUsage = 2 };
 
 // The plug-in to use, or an error that says where one was looked for.
-std::filesystem::path pluginFor(const EarlyArguments& early) {
-    if (early.plugin) {
-        return *early.plugin;
+std::filesystem::path pluginFor(const ParsedLine& line) {
+    if (line.has("--plugin")) {
+        return line.last("--plugin");
     }
     const PluginSearch search = findPlugin();
     if (search.found) {
@@ -45,25 +46,26 @@ std::filesystem::path pluginFor(const EarlyArguments& early) {
     throw Host::Error(text + "; --plugin FILE names another");
 }
 
-// What can be told without a plug-in is told without one, too.
-std::string information(const EarlyArguments& early, const SubCommand* subCommand = nullptr) {
+// The text of --help or --version. Without a plug-in it says why its part is missing.
+std::string information(const ParsedLine& line) {
     std::unique_ptr<Host::HostedEffect> effect;
     std::string missing;
     try {
-        effect = std::make_unique<Host::HostedEffect>(pluginFor(early));
+        effect = std::make_unique<Host::HostedEffect>(pluginFor(line));
     } catch (const Host::Error& error) {
         missing = error.what();
     }
-    if (early.help) {
-        return helpText(effect ? parameterOptions(effect->parameters())
-                               : std::vector<ParameterOption>(),
-                        subCommand) +
-               (effect ? "" : "\nThe effect's own options are missing: " + missing + "\n");
+    if (!line.has("--help")) {
+        return versionText(effect.get(), missing);
     }
-    return versionText(effect.get(), missing);
+    if (effect == nullptr) {
+        return helpText(line.command, {}) + "\nThe effect's own options are missing: " + missing +
+               "\n";
+    }
+    return helpText(line.command, parameterOptions(effect->parameters()));
 }
 
-// What makes no sense whatever the files hold is wrong usage.
+// What can't work, whatever the files hold, is wrong usage.
 void checkUsage(const Arguments& arguments) {
     try {
         Host::checkClipOutput(arguments.output);
@@ -81,7 +83,7 @@ void sayInterrupted(std::int64_t frames) {
     std::cerr << "prismdrift: interrupted" << text << "\n";
 }
 
-// The signal that ended it early, 0 for none.
+// Gives the signal that ended it early, 0 for none.
 int render(Host::HostedEffect& effect, const Arguments& arguments,
            const StandardOutput& standardOutput) {
     if (!arguments.output.file.empty()) {
@@ -92,15 +94,13 @@ int render(Host::HostedEffect& effect, const Arguments& arguments,
         savePreset(arguments.savePreset, values);
     }
     if (arguments.output.file.empty()) {
-        return 0; // that was all
+        return 0; // there is nothing to render
     }
     const auto reader = Host::openClip(arguments.input);
     values.resolve({[&] { return reader->frameCount(); },
                     [&](double seconds) { return reader->frameAt(seconds); }});
     const Host::ClipProperties& clip = reader->properties();
-    Progress progress(arguments.quiet ? ProgressStyle::None
-                                      : arguments.progress.value_or(automaticProgress()),
-                      !arguments.quiet, clip.expected);
+    Progress progress(arguments.progressStyle(), !arguments.quiet, clip.expected);
     Host::ClipOutput output = arguments.output;
     output.standardOutput = standardOutput.descriptor();
     output.warn = [&](const std::string& text) { progress.warn(text); };
@@ -114,37 +114,22 @@ int render(Host::HostedEffect& effect, const Arguments& arguments,
     return signal;
 }
 
-int runSheet(int count, const char* const* words) {
-    const EarlyArguments early = readEarlyArguments(count, words);
-    const StandardOutput output(early.verbose);
-    if (early.help) {
-        output.write(information(early, &sheetCommand()));
+int run(const ParsedLine& line) {
+    const StandardOutput output(line.has("--verbose"));
+    if (line.has("--help") || line.has("--version")) {
+        output.write(information(line));
         return Done;
     }
-    Host::HostedEffect effect(pluginFor(early));
+    if (line.has("--script")) { // needs no effect
+        output.write(runScript(readArguments(line, {}).script) + "\n");
+        return Done;
+    }
+    Host::HostedEffect effect(pluginFor(line));
     const std::vector<ParameterOption> options = parameterOptions(effect.parameters());
-    makeSheet(effect, options, readSheetArguments(count, words, options));
-    return Done;
-}
-
-int run(int count, const char* const* words) {
-    if (count > 1 && words[1] == std::string("sheet")) {
-        return runSheet(count - 1, words + 1);
-    }
-    const EarlyArguments early = readEarlyArguments(count, words);
-    const StandardOutput output(early.verbose);
-    if (early.help || early.version) {
-        output.write(information(early));
-        return Done;
-    }
-    if (early.script) { // needs no effect
-        output.write(runScript(readArguments(count, words, {}).script) + "\n");
-        return Done;
-    }
-    Host::HostedEffect effect(pluginFor(early));
-    const std::vector<ParameterOption> options = parameterOptions(effect.parameters());
-    const Arguments arguments = readArguments(count, words, options);
-    if (arguments.about) {
+    const Arguments arguments = readArguments(line, options);
+    if (line.command == Command::Sheet) {
+        makeSheet(effect, options, readSheetArguments(arguments, options));
+    } else if (arguments.about) {
         output.write(effect.about() + "\n");
     } else if (arguments.listParameters) {
         output.write(parameterTable(effect.parameters()));
@@ -171,9 +156,9 @@ int complain(const std::string& text, ExitStatus status) {
 
 int runOrComplain(int count, const char* const* words) {
     keepMemory();
-    std::signal(SIGPIPE, SIG_IGN); // a closed pipe is an error to tell
+    std::signal(SIGPIPE, SIG_IGN); // a closed pipe is an error of writing
     try {
-        return run(count, words);
+        return run(parseLine(count, words));
     } catch (const UsageError& error) {
         return complain(error.what(), WrongUsage);
     } catch (const std::bad_alloc&) {

@@ -38,7 +38,7 @@ INSTANTIATE_TEST_SUITE_P(
              "prismdrift: error: cannot read the script '.': Is a directory\n"},
         Case{"NoFile", "", "--script", 2, "prismdrift: error: --script takes a value: FILE\n"},
         Case{"WithPictures", "1", "--script script.js in.png out.png", 2,
-             "prismdrift: error: --script stands alone, without INPUT and OUTPUT; not "
+             "prismdrift: error: --script takes no INPUT and OUTPUT beside it; leave out "
              "'in.png'\n"}),
     [](const auto& row) { return row.param.label; });
 

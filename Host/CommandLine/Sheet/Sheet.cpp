@@ -71,7 +71,7 @@ public:
         const auto& given = arguments.common.values;
         mIsNeeded = mOption != nullptr && !isVaried(mOption) &&
                     std::none_of(given.begin(), given.end(),
-                                 [&](const auto& value) { return value.first == mOption; }) &&
+                                 [&](const auto& value) { return value.option == mOption; }) &&
                     (isVaried(findOption(options, "--channel-order")) ||
                      isVaried(findOption(options, "--shift-angle")));
     }
@@ -181,11 +181,12 @@ SheetLayout layoutOf(const SheetArguments& arguments, const std::vector<Variatio
     constexpr int usualWidth = 320;
     constexpr int narrowest = 128; // most labels fit in a line
     const int cells = static_cast<int>(text.labels.size());
-    const int columns = variations.size() > 1
-                            ? static_cast<int>(variations[1].values.size())
-                            : std::min(cells, arguments.columns.value_or(defaultColumns(cells)));
+    const int columns =
+        variations.size() > 1
+            ? static_cast<int>(variations[1].values.size())
+            : std::min(cells, arguments.common.columns.value_or(defaultColumns(cells)));
     const int cellWidth =
-        arguments.cellWidth.value_or(std::clamp(picture.width(), narrowest, usualWidth));
+        arguments.common.cellWidth.value_or(std::clamp(picture.width(), narrowest, usualWidth));
     return {std::move(text), picture.width(), picture.height(), cellWidth, columns};
 }
 
@@ -228,9 +229,8 @@ void makeSheet(Host::HostedEffect& effect, const std::vector<ParameterOption>& o
     const SheetText text = sheetText(common, frame, cells, chosen);
     const SheetLayout layout = layoutOf(arguments, variations, frame.picture.world, text);
     Host::checkPictureSize(common.output.file, layout.width(), layout.height());
-    Progress progress(common.quiet ? ProgressStyle::None
-                                   : common.progress.value_or(automaticProgress()),
-                      !common.quiet, static_cast<std::int64_t>(cells.size()));
+    Progress progress(common.progressStyle(), !common.quiet,
+                      static_cast<std::int64_t>(cells.size()));
     if (!canShow(text.title)) {
         progress.warn("no font that is installed has all letters of the title '" + text.title +
                       "'");

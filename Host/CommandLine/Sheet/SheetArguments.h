@@ -1,15 +1,12 @@
 #pragma once
 
-/// What `prismdrift sheet` was asked to do, read from its command line.
+/// What `prismdrift sheet` was asked to do.
 
 #include "Host/CommandLine/Arguments.h"
 
 namespace Vexorel::PrismDrift::CommandLine {
 
-/// The most cells that a sheet has.
-constexpr int mostCells = 500;
-
-/// An option and the values that a sheet shows of it.
+/// An option and the values of it that a sheet compares.
 struct Variation {
     const ParameterOption* option = nullptr;
     std::vector<std::string> values; ///< as the option itself takes them
@@ -17,17 +14,14 @@ struct Variation {
 
 struct SheetArguments {
     Arguments common;
-    /// None for all channel orders; one for a row of values that is broken into columns; two for a
-    /// grid, the first down and the second across.
+    /// None for all channel orders; one for its values in rows of columns; two for a grid, the
+    /// first down and the second across.
     std::vector<Variation> variations;
-    std::optional<int> columns, cellWidth;
 };
 
-const SubCommand& sheetCommand();
-
-/// Throws UsageError, which names the option and what it takes. The values themselves are looked at
-/// when they are applied.
-SheetArguments readSheetArguments(int count, const char* const* arguments,
+/// Throws UsageError, which names the option and what it takes. The varied values are checked where
+/// they are applied.
+SheetArguments readSheetArguments(const Arguments& arguments,
                                   const std::vector<ParameterOption>& options);
 
 } // namespace Vexorel::PrismDrift::CommandLine
