@@ -1,12 +1,13 @@
 #pragma once
 
-/// Hands items from one thread to another, a bounded number at a time.
+/// Hands items from one thread to another and bounds how many wait in between.
+
+#include "Platform/Threads/Mutex.h"
 
 #include <condition_variable>
 #include <cstddef>
 #include <deque>
 #include <exception>
-#include <mutex>
 #include <optional>
 #include <utility>
 
@@ -15,14 +16,16 @@ namespace Vexorel::PrismDrift::CommandLine {
 template <typename Item>
 class BoundedQueue {
 public:
-    /// The items inside weigh no more than `capacity` together, but for a single one that does.
+    /// The weights of the items in the queue add up to `capacity` at most. A single item may weigh
+    /// more.
     explicit BoundedQueue(std::size_t capacity) : mCapacity(capacity) {}
 
-    /// Waits for room. False, and the item is dropped, once the other side has closed.
+    /// Waits for room. False, and the item is dropped, once the queue is closed.
     bool push(Item item, std::size_t weight = 1) {
-        std::unique_lock lock(mMutex);
-        mChanged.wait(lock,
-                      [&] { return mIsClosed || mItems.empty() || mWeight + weight <= mCapacity; });
+        Platform::MutexLock lock(mMutex);
+        while (!mIsClosed && !mItems.empty() && mWeight + weight > mCapacity) {
+            mChanged.wait(lock.standard());
+        }
         if (mIsClosed) {
             return false;
         }
@@ -32,18 +35,20 @@ public:
         return true;
     }
 
-    /// No more comes. With an error, `pop` throws it after the last item.
+    /// No more items come. An error is thrown by `pop` after the last item.
     void end(std::exception_ptr error = nullptr) {
-        const std::lock_guard lock(mMutex);
+        const Platform::MutexLock lock(mMutex);
         mIsEnded = true;
         mError = std::move(error);
         mChanged.notify_all();
     }
 
-    /// Waits for an item; nothing at the end, or once closed.
+    /// Waits for an item. Nothing after the last one, or once the queue is closed.
     std::optional<Item> pop() {
-        std::unique_lock lock(mMutex);
-        mChanged.wait(lock, [&] { return mIsClosed || mIsEnded || !mItems.empty(); });
+        Platform::MutexLock lock(mMutex);
+        while (!mIsClosed && !mIsEnded && mItems.empty()) {
+            mChanged.wait(lock.standard());
+        }
         if (mIsClosed) {
             return std::nullopt;
         }
@@ -61,25 +66,26 @@ public:
     }
 
     bool isClosed() const {
-        const std::lock_guard lock(mMutex);
+        const Platform::MutexLock lock(mMutex);
         return mIsClosed;
     }
 
-    /// Nothing more is taken: both sides are let go.
+    /// Neither side waits any longer, and nothing more goes through. From any thread.
     void close() {
-        const std::lock_guard lock(mMutex);
+        const Platform::MutexLock lock(mMutex);
         mIsClosed = true;
         mChanged.notify_all();
     }
 
 private:
     const std::size_t mCapacity;
-    mutable std::mutex mMutex; // guards what follows
+    mutable Platform::Mutex mMutex;
     std::condition_variable mChanged;
-    std::deque<std::pair<Item, std::size_t>> mItems;
-    std::size_t mWeight = 0;
-    std::exception_ptr mError;
-    bool mIsEnded = false, mIsClosed = false;
+    std::deque<std::pair<Item, std::size_t>> mItems PRISMDRIFT_GUARDED_BY(mMutex);
+    std::size_t mWeight PRISMDRIFT_GUARDED_BY(mMutex) = 0;
+    std::exception_ptr mError PRISMDRIFT_GUARDED_BY(mMutex);
+    bool mIsEnded PRISMDRIFT_GUARDED_BY(mMutex) = false;
+    bool mIsClosed PRISMDRIFT_GUARDED_BY(mMutex) = false;
 };
 
 } // namespace Vexorel::PrismDrift::CommandLine

@@ -13,10 +13,10 @@ namespace {
 constexpr std::array signals = {SIGINT, SIGTERM, SIGHUP};
 
 volatile std::sig_atomic_t received = 0;
-std::array<int, 2> ends = {-1, -1}; // of the pipe from the handler to the watching thread
+std::array<int, 2> pipeEnds = {-1, -1}; // from the handler to the thread
 
 void handle(int signal) {
-    if (received != 0) { // the second, which need not be the same
+    if (received != 0) { // the second one; it may be another signal
         std::signal(signal, SIG_DFL);
         raise(signal);
         return;
@@ -24,7 +24,7 @@ void handle(int signal) {
     const int before = errno;
     received = signal;
     const char byte = 1;
-    [[maybe_unused]] const ssize_t written = write(ends[1], &byte, 1);
+    [[maybe_unused]] const ssize_t written = write(pipeEnds[1], &byte, 1);
     errno = before;
 }
 
@@ -35,7 +35,7 @@ void install(void (*handler)(int), int flags) {
     for (const int signal : signals) {
         struct sigaction old = {};
         sigaction(signal, nullptr, &old);
-        if (old.sa_handler != SIG_IGN) { // "nohup" and the like keep their way
+        if (old.sa_handler != SIG_IGN) { // as under nohup
             sigaction(signal, &action, nullptr);
         }
     }
@@ -43,18 +43,18 @@ void install(void (*handler)(int), int flags) {
 
 } // namespace
 
-Interruption::Interruption(std::function<void()> told) : mTold(std::move(told)) {
-    if (pipe2(ends.data(), O_CLOEXEC) != 0) {
+Interruption::Interruption(std::function<void()> onSignal) : mOnSignal(std::move(onSignal)) {
+    if (pipe2(pipeEnds.data(), O_CLOEXEC) != 0) {
         return;
     }
     mWatch = std::thread([this] {
         char byte = 0;
         ssize_t count = 0;
         do {
-            count = read(ends[0], &byte, 1);
+            count = read(pipeEnds[0], &byte, 1);
         } while (count < 0 && errno == EINTR);
         if (byte == 1) {
-            mTold();
+            mOnSignal();
         }
     });
     install(&handle, SA_RESTART | SA_NODEFER);
@@ -64,10 +64,10 @@ Interruption::~Interruption() {
     install(SIG_DFL, 0);
     if (mWatch.joinable()) {
         const char byte = 0;
-        [[maybe_unused]] const ssize_t written = write(ends[1], &byte, 1);
+        [[maybe_unused]] const ssize_t written = write(pipeEnds[1], &byte, 1);
         mWatch.join();
-        close(ends[0]);
-        close(ends[1]);
+        close(pipeEnds[0]);
+        close(pipeEnds[1]);
     }
 }
 

@@ -50,7 +50,8 @@ Progress::Progress(ProgressStyle style, bool showWarnings, std::optional<std::in
     : mStyle(style), mShowWarnings(showWarnings), mTotal(total) {}
 
 Progress::~Progress() {
-    if (mHasBar) { // an error comes next, on a line of its own
+    const Platform::MutexLock lock(mMutex);
+    if (mHasBar) { // an error follows, on a line of its own
         std::cerr << "\n";
     }
 }
@@ -71,8 +72,7 @@ void Progress::finish(bool complete) {
     if (complete) {
         mTotal = mFrames; // whatever was expected
     }
-    const bool shown = mHasBar || mStyle == ProgressStyle::KeyValue;
-    if (shown && !std::exchange(mIsFinished, true)) {
+    if (mStyle != ProgressStyle::Lines && !std::exchange(mIsFinished, true)) {
         show(true);
     }
 }
@@ -81,13 +81,13 @@ void Progress::warn(const std::string& text) {
     if (!mShowWarnings) {
         return;
     }
-    const std::lock_guard lock(mMutex);
+    const Platform::MutexLock lock(mMutex);
     std::cerr << (mHasBar ? "\r\033[K" : "") << "prismdrift: warning: " << text << "\n";
 }
 
 void Progress::show(bool last) {
-    const std::lock_guard lock(mMutex);
-    if (mStyle == ProgressStyle::Bar) {
+    const Platform::MutexLock lock(mMutex);
+    if (mStyle == ProgressStyle::Bar && (mHasBar || !last)) {
         std::cerr << "\r" << barLine() << "\033[K" << (last ? "\n" : "") << std::flush;
         mHasBar = !last;
     } else if (mStyle == ProgressStyle::Lines) {

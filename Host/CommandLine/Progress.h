@@ -1,44 +1,45 @@
 #pragma once
 
-/// What the program says on standard error while it works: how far it is, and warnings.
+/// Progress and warnings on standard error.
+
+#include "Platform/Threads/Mutex.h"
 
 #include <chrono>
 #include <cstdint>
-#include <mutex>
 #include <optional>
 #include <string>
 
 namespace Vexorel::PrismDrift::CommandLine {
 
-/// Bar for a terminal, lines otherwise, key=value blocks for other programs.
+/// Bars are for terminals, key=value blocks for other programs.
 enum class ProgressStyle { None, Bar, Lines, KeyValue };
 
-/// The style for a terminal, or for what else standard error is.
+/// A bar if standard error is a terminal, lines if not.
 ProgressStyle automaticProgress();
 
 class Progress {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// `total` is the number of frames to come, where that is known.
+    /// `total` is the number of frames to come, if that is known.
     Progress(ProgressStyle style, bool showWarnings, std::optional<std::int64_t> total);
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
     ~Progress();
 
-    /// One more frame is done; it is shown for so many seconds of the clip until `clipTime`.
+    /// Counts a frame, which ends at `clipTime`, in seconds from the clip's start.
     void frameDone(double clipTime);
 
-    /// The last word; `complete` says that no frame is left.
+    /// Ends the report; `complete` if all frames are done.
     void finish(bool complete);
 
-    /// One line. From any thread.
+    /// Prints a warning in a line of its own. From any thread.
     void warn(const std::string& text);
 
     std::int64_t frames() const { return mFrames; }
 
 private:
-    void show(bool last);
+    void show(bool last) PRISMDRIFT_EXCLUDES(mMutex);
     std::string barLine() const;
     std::string plainLine() const;
     std::string block(bool last) const;
@@ -54,8 +55,10 @@ private:
     std::int64_t mFrames = 0;
     double mClipTime = 0;
 
-    std::mutex mMutex; // guards what is on the screen
-    bool mHasBar = false, mIsFinished = false;
+    bool mIsFinished = false;
+
+    Platform::Mutex mMutex;                             // of standard error
+    bool mHasBar PRISMDRIFT_GUARDED_BY(mMutex) = false; // the cursor stands behind it
 };
 
 } // namespace Vexorel::PrismDrift::CommandLine
