@@ -11,6 +11,13 @@ if(PROJECT_IS_TOP_LEVEL AND NOT PRISMDRIFT_SANITIZE)
   check_ipo_supported(RESULT PRISMDRIFT_LTO OUTPUT ignored LANGUAGES CXX)
 endif()
 
+# A shared module has to name a library for everything that it uses. clang's sanitizers are the
+# exception: their run time is in the program that loads the module.
+set(PRISMDRIFT_ALL_DEFINED LINKER:-z,defs)
+if(PRISMDRIFT_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+  set(PRISMDRIFT_ALL_DEFINED)
+endif()
+
 # Language level, warnings, visibility and sanitizers for one target of ours.
 #   prismdrift_target(NAME [CXX20])
 function(prismdrift_target name)
@@ -40,6 +47,13 @@ function(prismdrift_target name)
     # With the instrumentation g++ sees uninitialised members in the standard library's <regex>.
     target_compile_options(${name} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
     target_link_options(${name} PUBLIC -fsanitize=${PRISMDRIFT_SANITIZE})
+    # As g++ does by itself.
+    foreach(sanitizer IN ITEMS address thread)
+      if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang" AND PRISMDRIFT_SANITIZE MATCHES ${sanitizer})
+        string(TOUPPER ${sanitizer} sanitizer)
+        target_compile_definitions(${name} PRIVATE __SANITIZE_${sanitizer}__=1)
+      endif()
+    endforeach()
   endif()
 endfunction()
 
