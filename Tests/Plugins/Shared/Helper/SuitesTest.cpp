@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <cstring>
 #include <map>
 #include <string>
 #include <type_traits>
@@ -20,9 +19,9 @@ static_assert(!std::is_copy_constructible_v<Scoper> && !std::is_copy_assignable_
 
 // A host that logs what is asked of it and answers 1 wherever the answer must not matter.
 std::string gLog;
-std::string gMissing; // the name of a suite that it lacks
-char gTexts[2][8];    // the result and the error of a script, each its own handle; "" for none
-bool gLocks = true;   // whether it gives the text of a handle
+std::string gMissing;  // the name of a suite that it lacks
+std::string gTexts[2]; // the result and the error of a script, each its own handle; "" for none
+bool gLocks = true;    // whether it gives the text of a handle
 
 void log(const std::string& what, int number) {
     gLog += what + " " + std::to_string(number) + ";";
@@ -31,20 +30,20 @@ void log(const std::string& what, int number) {
 PF_Err execute(AEGP_PluginID plugin, const char* script, bool platformEncoding,
                AEGP_MemHandle* result, AEGP_MemHandle* error) {
     log(script, plugin + (platformEncoding ? 1 : 0));
-    *result = reinterpret_cast<AEGP_MemHandle>(gTexts[0][0] != 0 ? gTexts[0] : nullptr);
-    *error = reinterpret_cast<AEGP_MemHandle>(gTexts[1][0] != 0 ? gTexts[1] : nullptr);
+    *result = reinterpret_cast<AEGP_MemHandle>(gTexts[0].empty() ? nullptr : &gTexts[0]);
+    *error = reinterpret_cast<AEGP_MemHandle>(gTexts[1].empty() ? nullptr : &gTexts[1]);
     return 1;
 }
 
 PF_Err lock(AEGP_MemHandle handle, void** text) {
-    log("lock", static_cast<void*>(handle) == gTexts[0] ? 0 : 1);
-    *text = gLocks ? handle : nullptr;
+    log("lock", static_cast<void*>(handle) == &gTexts[0] ? 0 : 1);
+    *text = gLocks ? reinterpret_cast<std::string*>(handle)->data() : nullptr;
     return 1;
 }
 
 PF_Err freeText(AEGP_MemHandle handle) {
-    log("free", static_cast<void*>(handle) == gTexts[0] ? 0 : 1);
-    *reinterpret_cast<char*>(handle) = '\0';
+    log("free", static_cast<void*>(handle) == &gTexts[0] ? 0 : 1);
+    reinterpret_cast<std::string*>(handle)->clear();
     return 1;
 }
 
@@ -155,7 +154,7 @@ TEST_F(Suites, OfTheDrawingKindComeAndGoInTheirOrder) {
 
 TEST_F(Suites, OfScriptsAndTheirTextsAreGivenBackInTheirOrder) {
     const struct {
-        const char *result, *error;
+        std::string result, error;
         bool locks;
         std::string expected, log;
     } cases[] = {{"  3\n", "unread", true, "  3\n", "lock 0;lock 1;free 0;free 1;"},
@@ -164,13 +163,15 @@ TEST_F(Suites, OfScriptsAndTheirTextsAreGivenBackInTheirOrder) {
                  {"", "", true, "", ""}};
     const auto run = [this] { return ScriptHelper::RunSriptAndGetStringResult(&basic, "1 + 2"); };
     const std::string acquired = "+AEGP Utility Suite 11;+AEGP Memory Suite 1;";
-    const std::string released = "-AEGP Memory Suite 1;-AEGP Utility Suite 11;";
+    const auto whole = [&](const std::string& log) {
+        return "0 " + acquired + "1 + 2 0;" + log + "-AEGP Memory Suite 1;-AEGP Utility Suite 11;";
+    };
     for (const auto& c : cases) {
-        std::strcpy(gTexts[0], c.result);
-        std::strcpy(gTexts[1], c.error);
+        gTexts[0] = c.result;
+        gTexts[1] = c.error;
         gLocks = c.locks;
         EXPECT_EQ(run(), c.expected);
-        EXPECT_EQ(report(0), "0 " + acquired + "1 + 2 0;" + c.log + released);
+        EXPECT_EQ(report(0), whole(c.log));
     }
     gMissing = "AEGP Memory Suite";
     EXPECT_EQ(reportThrown(run), "13 " + acquired + "-AEGP Utility Suite 11;");
