@@ -46,7 +46,8 @@ Arrows readArrows(const std::string& page) {
 std::string folderOf(const std::string& path, const Arrows& arrows) {
     std::string innermost;
     for (const auto& [folder, allowed] : arrows) {
-        innermost = path.rfind(folder + "/", 0) == 0 ? folder : innermost;
+        const bool lies = path.rfind(folder, 0) == 0 && path[folder.size()] == '/';
+        innermost = lies ? folder : innermost;
     }
     return innermost;
 }
@@ -70,7 +71,7 @@ TEST(Rules, HoldForEverySource) {
     std::map<fs::path, std::string> names;
     for (const char* part : {"Platform", "Plugins", "Host"}) {
         for (const auto& entry : fs::recursive_directory_iterator(kRoot / part)) {
-            const fs::path file = entry.path();
+            const fs::path& file = entry.path();
             const std::string path = fs::relative(file, kRoot).generic_string();
             if (file.extension() == ".h" || file.extension() == ".cpp") {
                 ASSERT_NE(folderOf(path, arrows), "") << path << " lies in no folder of the list";
