@@ -51,21 +51,21 @@ protected:
         std::make_unique<OpenglShader>(kVertex, fragmentSource());
 };
 
-TEST_F(Shader, SetsEveryFormOfUniform) {
-    const int is[] = {1, 2, 3, 4, 5, 6, 7, 8};
-    const float fs[] = {0.5F, 1.5F, 2.5F, 3.5F, 4.5F, 5.5F, 6.5F, 7.5F};
-    Affine affines[] = {Affine(1, 2, 3, 4, 5, 6), Affine(0.1, 8, 9, 10, 11, 12)};
-    double counted[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 0.1};
-    double zeros[16] = {};
-    const Mat4 matrix(counted, true), zero(zeros, true);
+struct UniformCase {
+    std::function<void()> set;
+    const char* name;
+    Values expected;
+};
+
+std::vector<UniformCase> uniformCases(const OpenglShader& s) {
+    static const int is[] = {1, 2, 3, 4, 5, 6, 7, 8};
+    static const float fs[] = {0.5F, 1.5F, 2.5F, 3.5F, 4.5F, 5.5F, 6.5F, 7.5F};
+    static Affine affines[] = {Affine(1, 2, 3, 4, 5, 6), Affine(0.1, 8, 9, 10, 11, 12)};
+    static double counted[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 0.1};
+    static double zeros[16] = {};
+    static const Mat4 matrix(counted, true), zero(zeros, true);
     const Values narrowed(std::begin(counted), std::end(counted));
-    const OpenglShader& s = *shader;
-    struct Case {
-        std::function<void()> set;
-        const char* name;
-        Values expected;
-    };
-    const Case cases[] = {
+    return {
         {[&] { s.setUniform1i("ints", -1); }, "ints", {-1}},
         {[&] { s.setUniform2i("ivec2s", 2, 3); }, "ivec2s", {2, 3}},
         {[&] { s.setUniform3i("ivec3s", 4, 5, 6); }, "ivec3s", {4, 5, 6}},
@@ -93,21 +93,26 @@ TEST_F(Shader, SetsEveryFormOfUniform) {
         {[&] { s.setUniformMatrix4f("m4", matrix, 1); }, "m4", narrowed},
         {[&] { s.setUniformMatrix4f("m4", zero, 0); }, "m4", narrowed},
     };
+}
+
+TEST_F(Shader, SetsEveryFormOfUniform) {
+    const OpenglShader& s = *shader;
+    const auto cases = uniformCases(s);
     const auto setAll = [&] {
-        for (const Case& c : cases) {
+        for (const UniformCase& c : cases) {
             c.set();
         }
     };
     EXPECT_EQ(GLWatch::callsDuring(setAll), ""); // there is no program yet
     EXPECT_EQ(s.getUniformLocation("floats"), -1);
     shader->useProgram();
-    for (const Case& c : cases) {
+    for (const UniformCase& c : cases) {
         c.set();
         EXPECT_EQ(read(c.name, c.expected.size()), c.expected) << c.name;
     }
     EXPECT_EQ(GLWatch::callsOf("glUniformMatrix3fv"), 2); // for a count of 0 too
     watch.allowErrorsOf("glUniformMatrix3fv");
-    s.setUniformMatrix3f("m3", affines, -1);
+    s.setUniformMatrix3f("m3", nullptr, -1);
     s.setUniform1i("no such name", 1);
     EXPECT_EQ(GLWatch::callsOf("glUniform1i"), 1);
 }
@@ -127,18 +132,14 @@ TEST_F(Shader, BindsATextureToItsUnit) {
     glDeleteTextures(1, &texture);
 }
 
-TEST_F(Shader, PointsAttributesAtTheirData) {
-    OpenglShader& s = *shader;
-    for (const auto& [name, location] : {std::pair("a1", 7), {"a2", 6}, {"a3", 5}, {"a4", 4}}) {
-        s.addAttributeBinding(name, location);
-        s.addAttributeBinding(name, 1); // too late: the first one stays
-    }
-    const auto* d = reinterpret_cast<const float*>(12);
-    struct Case {
-        std::function<void()> set;
-        std::string location, layout; ///< none: no call
-    };
-    const Case cases[] = {
+struct AttributeCase {
+    std::function<void()> set;
+    std::string location, layout; ///< none: no call
+};
+
+std::vector<AttributeCase> attributeCases(const OpenglShader& s) {
+    static const auto* const d = reinterpret_cast<const float*>(12);
+    return {
         {[&] { s.setAttribute1iv(7, reinterpret_cast<const int*>(d), 20); }, "7", "1, INT"},
         {[&] { s.setAttribute1fv("a1", d, 20); }, "7", "1, FLOAT"},
         {[&] { s.setAttribute1fv(7, d, 20); }, "7", "1, FLOAT"},
@@ -156,6 +157,14 @@ TEST_F(Shader, PointsAttributesAtTheirData) {
         {[&] { s.setAttribute2fv(-1, d, 20); }, "4294967295", "2, FLOAT"},
         {[&] { s.setAttribute3fv(-1, d, 20); }, "4294967295", "3, FLOAT"},
     };
+}
+
+TEST_F(Shader, PointsAttributesAtTheirData) {
+    OpenglShader& s = *shader;
+    for (const auto& [name, location] : {std::pair("a1", 7), {"a2", 6}, {"a3", 5}, {"a4", 4}}) {
+        s.addAttributeBinding(name, location);
+        s.addAttributeBinding(name, 1); // too late: the first one stays
+    }
     const auto disable = [&] {
         s.disableVertexAttributeArray("none");
         s.disableVertexAttributeArray("a1");
@@ -174,7 +183,7 @@ TEST_F(Shader, PointsAttributesAtTheirData) {
         const std::string functions = built ? "EnableVertexAttribArray VertexAttribPointer "
                                               "DisableVertexAttribArray"
                                             : "";
-        for (const Case& c : cases) {
+        for (const AttributeCase& c : attributeCases(s)) {
             EXPECT_EQ(GLWatch::callsDuring(c.set, functions),
                       !built || c.location.empty()
                           ? ""
