@@ -247,16 +247,13 @@ TEST_F(ClipTest, ColoursGoByTheClipsOwnMatrixAndRangeAndComeBack) {
                           {"bt709", "pc", 0.2126, 0.0722},
                           {"bt2020nc", "tv", 0.2627, 0.0593},
                           {"smpte170m", "pc", 0.299, 0.114}};
-    const std::array<int, 3> colour = {110, 100, 150};
-    std::string raw;
-    for (const int value : colour) {
-        raw.append(64 * 64, static_cast<char>(value));
-    }
-    std::ofstream(path("raw"), std::ios::binary) << raw;
+    const std::array<int, 3> colour = {0156, 0144, 0226}; // as in the raw pixels
+    std::ofstream(path("raw"), std::ios::binary)
+        << std::string(4096, '\156') + std::string(4096, '\144') + std::string(4096, '\226');
     const auto expectColour = [&](const char* name, const std::array<double, 3>& expected) {
         const World world = std::move(read(input(name)).at(0).picture.world);
-        for (std::size_t i = 0; i < 3; ++i) {
-            EXPECT_NEAR(world.row(30)[121 + i], expected[i], 1.6) << name << " " << i;
+        for (int i = 0; i < 3; ++i) {
+            EXPECT_NEAR(world.row(30)[121 + i], expected[std::size_t(i)], 1.6) << name << " " << i;
         }
     };
     for (const auto& [matrix, range, kr, kb] : cases) {
