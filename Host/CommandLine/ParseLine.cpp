@@ -111,40 +111,51 @@ void setUp(CLI::App& app, Command command, const std::vector<ParameterOption>& e
     }
 }
 
-// Gives CLI11 the words that it knows, each option and its value as one word, so that a value may
-// begin with a dash; takes out the options that it doesn't know.
+// Takes out of a line the options that CLI11 doesn't know and those with a value missing or too
+// many. What is left has each option and its value in one word, so that a value may begin with a
+// dash.
 class WordSorter {
 public:
     WordSorter(const CLI::App& app, std::vector<std::string> words)
         : mApp(app), mWords(std::move(words)) {}
 
-    std::vector<std::string> sort(std::vector<ParsedLine::OtherOption>& others) {
-        std::vector<std::string> known;
-        for (mNext = 0; mNext < mWords.size();) {
+    std::vector<std::string> sort(ParsedLine& line) {
+        std::vector<std::string> sorted;
+        bool optionsOver = false;
+        while (mNext < mWords.size()) {
             const std::string word = mWords[mNext++];
-            if (word == "--") {
-                known.insert(known.end(), mWords.begin() + static_cast<std::ptrdiff_t>(mNext) - 1,
-                             mWords.end());
-                break;
-            }
-            const std::string name = word.substr(0, word.find('='));
-            const CLI::Option* option = isOption(word) ? mApp.get_option_no_throw(name) : nullptr;
-            if (!isOption(word) || (option != nullptr && option->get_type_name().empty())) {
-                known.push_back(word);
-                continue;
-            }
-            const std::string text = name == word ? nextValue(word) : word.substr(name.size() + 1);
-            if (option == nullptr) {
-                others.push_back({name, text});
+            optionsOver = optionsOver || word == "--";
+            if (isOption(word) && !optionsOver) {
+                sortOption(word, sorted, line);
             } else {
-                known.push_back(text.empty() ? word : name + "=" + text);
+                sorted.push_back(word);
             }
         }
-        return known;
+        return sorted;
     }
 
 private:
     static bool isOption(const std::string& word) { return word.size() > 1 && word[0] == '-'; }
+
+    void sortOption(const std::string& word, std::vector<std::string>& sorted, ParsedLine& line) {
+        const std::string name = word.substr(0, word.find('='));
+        const CLI::Option* option = mApp.get_option_no_throw(name);
+        const bool isFlag = option != nullptr && option->get_type_name().empty();
+        if (isFlag && name != word) {
+            line.problem = name + " takes no value";
+        } else if (isFlag) {
+            sorted.push_back(word);
+        } else {
+            const std::string text = name == word ? nextValue(word) : word.substr(name.size() + 1);
+            if (option == nullptr) {
+                line.others.push_back({name, text});
+            } else if (text.empty()) {
+                line.problem = name + " takes a value: " + option->get_type_name();
+            } else {
+                sorted.push_back(name + "=" + text);
+            }
+        }
+    }
 
     // The word behind the option if it can be its value; otherwise empty.
     std::string nextValue(const std::string& option) {
@@ -161,20 +172,6 @@ private:
     std::size_t mNext = 0;
 };
 
-// CLI11's message begins with the option's name, without dashes if it is a flag that was given a
-// value; ours says what the option takes.
-std::string problemText(const CLI::App& app, const std::string& message) {
-    const std::string name = message.substr(0, message.find_first_of(": ="));
-    const CLI::Option* option = app.get_option_no_throw(name);
-    if (option == nullptr && app.get_option_no_throw("--" + name) != nullptr) {
-        return "--" + name + " takes no value";
-    }
-    if (option != nullptr && !option->get_type_name().empty()) {
-        return name + " takes a value: " + option->get_type_name();
-    }
-    return message;
-}
-
 } // namespace
 
 ParsedLine parseLine(int count, const char* const* words) {
@@ -186,12 +183,12 @@ ParsedLine parseLine(int count, const char* const* words) {
     }
     CLI::App app;
     setUp(app, line.command);
-    std::vector<std::string> known = WordSorter(app, std::move(rest)).sort(line.others);
+    std::vector<std::string> known = WordSorter(app, std::move(rest)).sort(line);
     std::reverse(known.begin(), known.end()); // as CLI11 takes them
     try {
         app.parse(std::move(known));
     } catch (const CLI::ParseError& error) {
-        line.problem = problemText(app, error.what());
+        line.problem = error.what();
     }
     for (const Option& option : programOptions()) {
         const CLI::Option* found =
@@ -202,6 +199,10 @@ ParsedLine parseLine(int count, const char* const* words) {
         }
     }
     line.surplus = app.remaining();
+    const auto separator = std::find(line.surplus.begin(), line.surplus.end(), "--");
+    if (separator != line.surplus.end()) { // CLI11 leaves it there
+        line.surplus.erase(separator);
+    }
     return line;
 }
 
