@@ -3,6 +3,8 @@
 
 #include "Tests/Host/ProgramTest.h"
 
+#include <regex>
+
 namespace {
 
 struct Example {
@@ -13,26 +15,10 @@ struct Example {
 // The blocks "sh" of a page (those called "bash" are for other machines), each with the block
 // "text" that follows it, if one does.
 std::vector<Example> examplesOf(const std::string& page) {
-    std::ifstream file(page);
+    static const std::regex block("```sh\n([^`]*)```\n(\n*```text\n([^`]*)```)?");
     std::vector<Example> examples;
-    std::string* block = nullptr;
-    bool mayFollow = false;
-    for (std::string line; std::getline(file, line);) {
-        if (line.rfind("```", 0) == 0) {
-            if (block == nullptr && line == "```sh") {
-                examples.emplace_back();
-                block = &examples.back().commands;
-            } else if (block == nullptr && line == "```text" && mayFollow) {
-                block = &examples.back().output;
-            } else if (block != nullptr) {
-                mayFollow = block == &examples.back().commands;
-                block = nullptr;
-            }
-        } else if (block != nullptr) {
-            *block += line + "\n";
-        } else if (!line.empty()) {
-            mayFollow = false;
-        }
+    for (std::sregex_iterator found(page.begin(), page.end(), block), end; found != end; ++found) {
+        examples.push_back({(*found)[1], (*found)[3]});
     }
     return examples;
 }
@@ -40,7 +26,8 @@ std::vector<Example> examplesOf(const std::string& page) {
 class DocumentationTest : public ProgramTest, public testing::WithParamInterface<const char*> {};
 
 TEST_P(DocumentationTest, ItsCommandsDoWhatItSays) {
-    const std::vector<Example> examples = examplesOf(PRISMDRIFT_ROOT "/" + std::string(GetParam()));
+    const std::string page = contents(PRISMDRIFT_ROOT "/" + std::string(GetParam()));
+    const std::vector<Example> examples = examplesOf(page);
     ASSERT_FALSE(examples.empty());
     output("cp '" PRISMDRIFT_ROOT "/Documentation/pictures/sample.png' photo.png\n"
            "mkdir Presets && cp '" PRISMDRIFT_ROOT "'/Presets/*.json Presets\n"
