@@ -13,9 +13,16 @@ namespace {
 
 class PresetTest : public ProgramTest {
 protected:
-    PresetTest() { // the red is 7, which the effect of the tests adds to
-        output("ffmpeg -v error -nostdin -f lavfi -i color=0x07FFFF:s=16x8,format=rgb24 "
-               "-frames:v 6 in.%d.png");
+    PresetTest() {
+        Picture picture{World(16, 8), {}};
+        for (int i = 0; i < 16 * 8; ++i) {
+            std::uint8_t* pixel = picture.world.row(i / 16) + i % 16 * std::ptrdiff_t{4};
+            pixel[0] = 255;
+            pixel[1] = 7; // red, which the effect of the tests adds to
+        }
+        for (int number = 1; number <= 6; ++number) {
+            writePicture(path("in." + std::to_string(number) + ".png"), picture);
+        }
     }
 
     // What the options add to the red of the frames, beside the defaults' 400.

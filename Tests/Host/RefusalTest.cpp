@@ -1,7 +1,10 @@
 // Everything that the program refuses: what it says, the status it ends with, and that it leaves
 // every file as it was.
 
+#include "Host/Media/Picture.h"
 #include "Tests/Host/ProgramTest.h"
+
+using namespace Vexorel::PrismDrift::Host;
 
 namespace {
 
@@ -53,11 +56,17 @@ const Refusal commandLine[] = {
     {"in.png o.mkv --output-format flv", 2, "there is no output format 'flv'"},
     {"in.%04d.%d.png o.mkv", 2, "'in.%04d.%d.png' is no pattern"},
     {"in.png o%.png", 2, "'o%.png' is no pattern"},
-    {"in.mp4 o.mkv --missing hold", 1, "only a sequence, .*; leave out --missing\n"},
     {"--plugin no.so --about", 1, "cannot load the plug-in 'no.so'"},
     {"--plugin /lib/x86_64-linux-gnu/libm.so.6 --about", 1, "has no EntryPointFunc"},
     {"--list-parameters >/dev/full", 1, "cannot write to standard output: No space left"},
     {"--list-parameters >&-", 1, "cannot write to standard output: "},
+    {"--script fail.js", 1, "'fail.js' failed: ReferenceError: .*'lens' undefined \\(line 2\\)\n"},
+    {"--script zero.js", 1, "the script 'zero.js' is not a text: it holds a zero byte\n"},
+    {"--script none.js", 1, "cannot read the script 'none.js': No such file or directory\n"},
+    {"--script .", 1, "cannot read the script '.': Is a directory\n"},
+    {"--script", 2, ": --script takes a value: FILE\n"},
+    {"--script fail.js in.png o.png", 2, "--script takes no INPUT and OUTPUT .*'in.png'\n"},
+    {"--script fail.js --shift-angle 3", 2, "unknown option '--shift-angle'"},
 };
 
 const Refusal fileRefusals[] = {
@@ -80,13 +89,8 @@ const Refusal fileRefusals[] = {
     {"in.mp4 - --output-format png >/dev/full", 1, "cannot write to standard output: No space"},
     {"in.mp4 - --output-format rawvideo >&-", 1, "cannot write to standard output: Bad file"},
     {"- o.mkv", 1, "cannot read standard input: "},
-    {"--script fail.js", 1, "'fail.js' failed: ReferenceError: .*'lens' undefined \\(line 2\\)\n"},
-    {"--script zero.js", 1, "the script 'zero.js' is not a text: it holds a zero byte\n"},
-    {"--script none.js", 1, "cannot read the script 'none.js': No such file or directory\n"},
-    {"--script .", 1, "cannot read the script '.': Is a directory\n"},
-    {"--script", 2, ": --script takes a value: FILE\n"},
-    {"--script fail.js in.png o.png", 2, "--script takes no INPUT and OUTPUT .*'in.png'\n"},
-    {"--script fail.js --shift-angle 3", 2, "unknown option '--shift-angle'"},
+    {"in.mp4 o.mkv --missing hold", 1, "only a sequence, .*; leave out --missing\n"},
+    {"in.mp4 o.mkv --channel-lightness '0=1;-51=2'", 1, "Channel Lightness, R Channel: .*'-51' "},
 };
 
 const Refusal sheets[] = {
@@ -119,7 +123,6 @@ const Refusal keyframes[] = {
      "--channel-scale: a key takes a number from 0 to 200, not '201'\n  0=201\n    \\^\n"},
     {"none.png o.png --channel-order 0=GBR", 2, "--channel-order cannot change over time\n"},
     {"in.png o.png --shift-angle '0=1;0.001s=2'", 1, ": Shift Angle: .* '0' and '0.001s' "},
-    {"in.mp4 o.mkv --channel-lightness '0=1;-51=2'", 1, "Channel Lightness, R Channel: .*'-51' "},
     {"--input-format rawvideo --video-size 2x2 --pixel-format rgba - o.mkv <text.png "
      "--shift-angle '0=1;-1s=2'",
      1, "Shift Angle: the key at '-1s' counts from the end, which is not known of a pipe"},
@@ -169,20 +172,24 @@ const Refusal presets[] = {
 class RefusalTest : public ProgramTest {
 protected:
     RefusalTest() {
+        writePicture(path("in.png"), {World(40, 30), {}});
+        output("printf kept >kept.png; printf 'no picture' >text.png; mkdir folder.png; "
+               "printf '\\nlens.blur()' >fail.js; printf '1\\0 2' >zero.js; : >bad.json");
+    }
+
+    void makeClips() const {
         output(R"(
-            ff="ffmpeg -v error -nostdin"; zeros() { printf "%0$1d" 0; }
-            hit() { zeros $2 | dd of=$1 bs=1 seek=$3 conv=notrunc status=none; }
+            ff="ffmpeg -v error -nostdin"
+            hit() { printf "%0$2d" 0 | dd of=$1 bs=1 seek=$3 conv=notrunc status=none; }
             $ff -f lavfi -i testsrc2=s=160x120 -f lavfi -i sine -t 2 -pix_fmt yuv420p \
                 -c:v libx264 -c:a aac in.mp4
-            $ff -i in.mp4 -frames:v 1 in.png; $ff -i in.mp4 -c copy in.mkv
+            $ff -i in.mp4 -c copy in.mkv
             cp in.mp4 hit.mp4; hit hit.mp4 200 20000
             $ff -i in.mp4 -c:v ffv1 -level 3 -slicecrc 1 -an crc.mkv; hit crc.mkv 200 90000
             cp in.mkv lost.mkv; hit lost.mkv 900 12000
             $ff -i in.mp4 -f yuv4mpegpipe - | head -c 100000 >cut.y4m
             head -c 20000 in.mkv >cut.mkv; head -c 20000 in.mp4 >cut.mp4; : >empty.mp4
-            printf '#EXTM3U\n#EXTINF:1,\nin.mp4\n' >list.m3u8
-            printf kept >kept.png; printf 'no picture of any kind' >text.png; mkdir folder.png
-            printf '\nlens.blur()' >fail.js; printf '1\0 2' >zero.js; : >bad.json)");
+            printf '#EXTM3U\n#EXTINF:1,\nin.mp4\n' >list.m3u8)");
     }
 
     template <std::size_t count>
@@ -210,7 +217,7 @@ protected:
 
 // clang-format off
 TEST_F(RefusalTest, OfOptions) { expectAll(commandLine); }
-TEST_F(RefusalTest, OfFiles) { expectAll(fileRefusals); }
+TEST_F(RefusalTest, OfFiles) { makeClips(); expectAll(fileRefusals); }
 TEST_F(RefusalTest, OfSheets) { expectAll(sheets); }
 TEST_F(RefusalTest, OfKeyframes) { expectAll(keyframes); }
 TEST_F(RefusalTest, OfPresets) { expectAll(presets); }
