@@ -62,11 +62,12 @@ struct Module {
 
 using Frame = std::vector<std::uint8_t>; ///< R, G, B, A
 
-/// An odd size, for each `number` another.
-Frame someFrame(unsigned number) {
+/// An odd size, for each `number` another; other colours for each `seed`.
+Frame someFrame(unsigned number, std::size_t seed = 0) {
     Frame frame(std::size_t{4} * (17 + number * 2) * 11);
     for (std::size_t i = 0; i < frame.size(); ++i) {
-        frame[i] = static_cast<std::uint8_t>(i % 4 == 3 ? 128 + i % 128 : i * 37 + i / 100);
+        frame[i] =
+            static_cast<std::uint8_t>(i % 4 == 3 ? 128 + i % 128 : (i + seed) * 37 + i / 100);
     }
     return frame;
 }
@@ -193,10 +194,14 @@ TEST(Frei0rModule, ServesEightThreadsFromTwoPaths) {
         threads.push_back(std::async(std::launch::async, [&, t] {
             const Module& module = modules[t % 2];
             module.init();
+            f0r_instance_t own = makeInstance(module, 0);
+            const Frame frame = someFrame(0, t);
+            const Frame ownWanted = updated(module, own, frame);
+            module.destruct(own);
             for (unsigned i = t; i < t + 40; ++i) {
                 wrong += drawn(module, i % 8) != wanted[i % 8];
                 module.set(shared[t % 2], 0, "BGR");
-                wrong += updated(module, shared[t % 2], someFrame(0)) != wanted[0];
+                wrong += updated(module, shared[t % 2], frame) != ownWanted;
             }
             module.deinit();
         }));
