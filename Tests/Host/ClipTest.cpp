@@ -1,5 +1,6 @@
 #include "Host/Media/Clip.h"
 
+#include "Host/Media/ClipError.h"
 #include "Host/Media/SequencePattern.h"
 #include "Tests/Host/MediaTest.h"
 
@@ -108,12 +109,47 @@ TEST_F(ClipTest, PatternsNameFilesAndFindThem) {
     EXPECT_EQ(SequencePattern::of(path("s.##.png"))->existingNumbers(),
               (std::vector<std::int64_t>{7, 11, 100}));
     // The name of a file that exists is taken as it is.
-    for (const char* name : {"50%.png", "a%d%d.png", "%d.png", "q.5.png", "q.6.png"}) {
+    for (const char* name : {"50%.png", "a%d%d.png", "%d.png"}) {
         writePicture(path(name), {noise(2, 2, false), {}});
         EXPECT_EQ(read(input(name)).size(), 1) << name;
     }
-    const ClipFrame second = std::move(read(input("q.%d.png")).at(1));
-    EXPECT_EQ(std::pair(second.number, second.time), std::pair(std::int64_t{6}, std::int64_t{1}));
+}
+
+TEST_F(ClipTest, ASequenceKeepsItsNumbersAndMissingFramesAreSkippedOrHeld) {
+    const auto write = [&](int number, int value) {
+        World world(2, 2);
+        std::memset(world.row(0), value, 4);
+        writePicture(path("s." + std::to_string(number) + ".png"), {std::move(world), {}});
+    };
+    struct Case {
+        Missing missing;
+        const char *frames, *expected; // number, time and value of each frame, then the error
+    };
+    const Case cases[] = {
+        {Missing::Refuse, "", "'s.10.png' is missing"},
+        {Missing::Refuse, "8-9", "8@0=8 9@1=9 "},
+        {Missing::Skip, "", "8@0=8 9@1=9 12@4=12 "},
+        {Missing::Hold, "", "8@0=8 9@1=9 10@2=9 11@3=9 12@4=12 "},
+        {Missing::Hold, "7", "'s.7.png' is missing: the sequence has the frames 8 to 12"},
+    };
+    for (const Case& row : cases) {
+        for (const int number : {8, 9, 12}) {
+            write(number, number);
+        }
+        std::string found;
+        const std::string error = errorOf([&] {
+            ClipInput sequence = input("s.%d.png", row.frames);
+            sequence.missing = row.missing;
+            const auto reader = openClip(sequence);
+            while (auto item = reader->next()) {
+                const auto& frame = std::get<ClipFrame>(*item);
+                found += std::to_string(frame.number) + "@" + std::to_string(frame.time) + "=" +
+                         std::to_string(frame.picture.world.row(0)[1]) + " ";
+                write(frame.number == 9 ? 9 : 8, 99); // a held picture is the one that was read
+            }
+        });
+        EXPECT_EQ(found + error, row.expected) << row.frames;
+    }
 }
 
 TEST_F(ClipTest, WhatIsWrittenComesBackWithItsTimes) {
@@ -173,13 +209,15 @@ TEST_F(ClipTest, TheLastFrameStaysAsLongAsInTheClip) {
 
 TEST_F(ClipTest, AFullDiskIsNoticedAtTheEnd) {
     makeClip("-c:v qtrle clip.mov");
-    ClipOutput full = output("");
-    full.file = "-";
-    full.format = "nut";
-    full.standardOutput = open("/dev/full", O_WRONLY);
-    EXPECT_EQ(errorOf([&] { copy(input("clip.mov", "0"), full); }),
-              "cannot write to standard output: No space left on device");
-    close(full.standardOutput);
+    for (const char* format : {"nut", "png"}) {
+        ClipOutput full = output("");
+        full.file = "-";
+        full.format = format;
+        full.standardOutput = open("/dev/full", O_WRONLY);
+        EXPECT_EQ(errorOf([&] { copy(input("clip.mov", "0"), full); }),
+                  "cannot write to standard output: No space left on device");
+        close(full.standardOutput);
+    }
 }
 
 TEST_F(ClipTest, WhatElseIsInTheFileIsHandedOnFromItsStart) {
@@ -327,14 +365,35 @@ TEST_F(ClipTest, TheCodecAndThePixelFormatSuitTheClip) {
 }
 
 TEST_F(ClipTest, ARecordingMayBeginInTheMiddleButMayNotBeDamaged) {
-    ffmpeg("-f lavfi -i testsrc2=s=160x120:d=2 -c:v libx264 -g 8 in.ts -c:v png in.mov");
-    shell("tail -c 30000 in.ts >tail.ts; "
-          "printf '%0200d' 0 | dd of=in.mov bs=1 seek=90000 conv=notrunc status=none");
+    ffmpeg("-f lavfi -i testsrc2=s=160x120:d=2 -c:v libx264 -g 8 in.ts -c:v png in.mov -c:v ffv1 "
+           "-level 3 -slicecrc 1 crc.mkv -c:v libx264 whole.mkv -pix_fmt yuv420p whole.y4m");
+    shell("tail -c 30000 in.ts >tail.ts; for i in in.mov crc.mkv; do printf '%0200d' 0 | dd of=$i "
+          "bs=1 seek=90000 conv=notrunc status=none; done; head -c 20000 whole.mkv >cut.mkv; "
+          "head -c 100000 whole.y4m >cut.y4m");
     const std::size_t count = read(input("tail.ts")).size();
     EXPECT_GT(count, 10);
     EXPECT_EQ(openClip(input("tail.ts"))->frameCount(), count);
-    EXPECT_THAT(errorOf([&] { read(input("in.mov")); }),
-                MatchesRegex("cannot read 'in.mov': frame [0-9]+: it is damaged or cut off .*"));
+    for (const auto& [name, reason] : {std::pair("in.mov", "it is damaged or cut off .*"),
+                                       {"crc.mkv", "it is damaged"},
+                                       {"cut.mkv", "the file is cut off or damaged .*"},
+                                       {"cut.y4m", "it is cut off"}}) {
+        EXPECT_THAT(errorOf([&, file = input(name)] { read(file); }),
+                    MatchesRegex("cannot read '.*': frame [0-9]+: " + std::string(reason)));
+    }
+}
+
+TEST_F(ClipTest, ErrorsCarryAReason) {
+    makeClip("-c:v qtrle clip.mov");
+    const auto reason = [&](const ClipOutput& output) {
+        try {
+            copy(input("clip.mov"), output);
+        } catch (const ClipError& error) {
+            return error.reason();
+        }
+        throw Error("no error");
+    };
+    EXPECT_EQ(reason(output("o.png")), ClipReason::TooManyFrames);
+    EXPECT_EQ(reason(output("o.mkv", "x")), ClipReason::ValueNotTaken);
 }
 
 } // namespace
