@@ -72,6 +72,10 @@ std::unique_ptr<HostContext> makeGlx() {
     const auto destroy = [=] {
         glXMakeContextCurrent(display, None, None, nullptr);
         glXDestroyContext(display, context);
+        if (draw != read) {
+            glXDestroyPbuffer(display, draw);
+            glXDestroyPbuffer(display, read);
+        }
         XCloseDisplay(display);
         pclose(server);
     };
