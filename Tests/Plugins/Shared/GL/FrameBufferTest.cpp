@@ -23,7 +23,7 @@ void fill(float r, float g, float b, float a) {
 
 /// The picture of a texture that the test then lets go.
 std::vector<FloatPixel> take(GLuint texture, std::size_t pixels) {
-    const auto picture = contents(texture, pixels);
+    auto picture = contents(texture, pixels);
     glDeleteTextures(1, &texture);
     return picture;
 }

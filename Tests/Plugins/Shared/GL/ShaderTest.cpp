@@ -23,9 +23,9 @@ const char* const kTypes[] = {"int", "ivec2", "ivec3", "ivec4", "float", "vec2",
 std::string fragmentSource() {
     std::string uniforms;
     std::string sum = "v + texture(s, v.xy) + m4 * v + vec4((m3[0] + m3[1]) * v.xyz, 1.0)";
-    for (const std::string type : kTypes) {
-        uniforms += "uniform " + type + " " + type + "s[2];\n";
-        sum += " + float(" + type + "s[0]) + float(" + type + "s[1])";
+    for (const char* type : kTypes) {
+        uniforms.append("uniform ").append(type).append(" ").append(type).append("s[2];\n");
+        sum.append(" + float(").append(type).append("s[0]) + float(").append(type).append("s[1])");
     }
     return "#version 330\nuniform mat3 m3[2];\nuniform mat4 m4;\nuniform sampler2D s;\n" +
            uniforms + "in vec4 v;\nout vec4 colour;\nvoid main() { colour = " + sum + "; }\n";
