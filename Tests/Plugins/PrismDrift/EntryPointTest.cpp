@@ -9,9 +9,11 @@
 #include <glbinding/gl33core/gl.h>
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cstring>
 #include <optional>
 #include <stdexcept>
+#include <string_view>
 #include <tuple>
 
 namespace Testing {
@@ -78,6 +80,10 @@ TEST_P(EntryPoint, SaysWhatTheEffectIsAndIgnoresWhatItDoesNotKnow) {
     EXPECT_THAT(host.calls, ElementsAre("acquire PF ANSI Suite 1", "release PF ANSI Suite 1"));
 }
 
+std::string_view bytesOf(const PF_ParamDef& def) {
+    return {reinterpret_cast<const char*>(&def), sizeof def};
+}
+
 TEST_P(EntryPoint, PublishesThirteenParametersUpToTheFirstRefusal) {
     const std::int32_t types[] = {7, 3, 10, 13, 10, 10, 10, 14, 13, 10, 10, 10, 14};
     const char* const names[] = {"Channel Order",
@@ -103,7 +109,7 @@ TEST_P(EntryPoint, PublishesThirteenParametersUpToTheFirstRefusal) {
         std::memset(&expected, 0, sizeof expected); // every other byte of the union too
         expected.uu.id = static_cast<std::int32_t>(i) + 1;
         expected.param_type = types[i];
-        std::strcpy(expected.name, names[i]);
+        std::copy_n(names[i], std::strlen(names[i]), expected.name);
         if (types[i] == 7) {
             expected.flags = 0x46;
             expected.u.pd = {1, 6, 1, {host.added[i].u.pd.u.namesptr}};
@@ -112,7 +118,7 @@ TEST_P(EntryPoint, PublishesThirteenParametersUpToTheFirstRefusal) {
             expected.u.fs_d = {initial[i], low[i],         high[i], low[i], high[i],
                                initial[i], 0x1.99999ap-5F, 2,       0,      0};
         }
-        EXPECT_EQ(std::memcmp(&host.added[i], &expected, sizeof expected), 0) << i;
+        EXPECT_EQ(bytesOf(host.added[i]), bytesOf(expected)) << i;
         TestHost refusing;
         refusing.failing["add " + std::to_string(i + 1)] = 700;
         EXPECT_EQ(refusing.command(PF_Cmd_PARAMS_SETUP), 700);
