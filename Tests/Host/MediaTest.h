@@ -4,11 +4,13 @@
 #include "Tests/Host/ErrorOf.h"
 #include "Tests/Host/ScratchFolder.h"
 
+#include <csignal>
 #include <cstdlib>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <random>
 #include <sstream>
+#include <sys/resource.h>
 
 /// Tests of pictures and clips in a folder of their own, made and judged with the ffmpeg programs.
 class MediaTest : public testing::Test {
@@ -45,6 +47,20 @@ protected:
         std::string text = ::errorOf(action);
         const std::size_t folder = text.find(path("").string());
         return folder == std::string::npos ? text : text.erase(folder, path("").string().size());
+    }
+
+    /// The same on a disk on which a file can't grow beyond so many bytes.
+    template <typename Action>
+    std::string errorWithLimit(rlim_t bytes, const Action& action) const {
+        rlimit before{};
+        getrlimit(RLIMIT_FSIZE, &before);
+        const rlimit limit{bytes, before.rlim_max};
+        const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+        setrlimit(RLIMIT_FSIZE, &limit);
+        std::string text = errorOf(action);
+        setrlimit(RLIMIT_FSIZE, &before);
+        std::signal(SIGXFSZ, handler);
+        return text;
     }
 
     static World noise(int width, int height, bool withAlpha) {
