@@ -116,11 +116,15 @@ std::string StreamCopier::reasonToLeaveOut(const AVStream& stream) const {
         return "the input says too little of it";
     }
     // Matroska has attachments, and would take a cover for a second video.
+    const AVCodecID codec = stream.codecpar->codec_id;
+    // MOV says that it takes these, and then refuses its header: they are MP4's.
+    const bool isForMp4Alone =
+        codec == AV_CODEC_ID_FLAC || codec == AV_CODEC_ID_OPUS || codec == AV_CODEC_ID_TRUEHD;
     const bool hasPlace =
         type == AVMEDIA_TYPE_ATTACHMENT || (type == AVMEDIA_TYPE_VIDEO && isMatroska)
             ? isMatroska && type == AVMEDIA_TYPE_ATTACHMENT
-            : avformat_query_codec(mMuxer.context().oformat, stream.codecpar->codec_id,
-                                   FF_COMPLIANCE_NORMAL) == 1;
+            : !(isForMp4Alone && std::string_view(container.name) == "mov") &&
+                  avformat_query_codec(mMuxer.context().oformat, codec, FF_COMPLIANCE_NORMAL) == 1;
     return hasPlace ? "" : "." + std::string(container.ending) + " has no place for it";
 }
 
@@ -141,9 +145,10 @@ void StreamCopier::addStream(const AVStream& from) {
     for (int i = 0; i < from.nb_side_data; ++i) {
         const AVPacketSideData& data = from.side_data[i];
         std::uint8_t* copy = av_stream_new_side_data(&to, data.type, data.size);
-        if (copy != nullptr) {
-            std::memcpy(copy, data.data, data.size);
+        if (copy == nullptr) {
+            throw std::bad_alloc();
         }
+        std::memcpy(copy, data.data, data.size);
     }
     mStreams[static_cast<std::size_t>(from.index)].to = &to;
 }
