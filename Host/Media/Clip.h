@@ -49,7 +49,8 @@ struct ClipOutput {
     /// the clip.
     std::string format, codec, pixelFormat;
     std::optional<double> quality; ///< 0 to 100, for codecs with loss
-    /// Called with one line for each thing of the clip that gets lost, on the thread that writes.
+    /// Called with one line for each thing of the clip that gets lost, by `openClipWriter` and then
+    /// on the thread that writes.
     std::function<void(const std::string&)> warn;
 };
 

@@ -134,8 +134,9 @@ void Muxer::finish() {
     check(av_write_trailer(mContext.get()));
 }
 
+// A muxer that ends well doesn't tell of a write that failed: it may have filled its buffer only.
 void Muxer::check(int result) const {
-    if (result < 0 && mDescriptor->error() != 0) {
+    if (mDescriptor->error() != 0) {
         throw Error(std::generic_category().message(mDescriptor->error()));
     }
     checkResult(result);

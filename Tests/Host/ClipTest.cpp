@@ -216,6 +216,18 @@ TEST_F(ClipTest, AFullDiskIsNoticedAtTheEnd) {
     EXPECT_FALSE(fs::exists(path("o.mov")));
     ClipOutput full = output("");
     full.file = "-";
+    for (const char* format : {"mp4", "mov", "matroska", "nut"}) { // as into a pipe
+        full.format = format;
+        full.standardOutput = open(path("p").c_str(), O_RDWR | O_CREAT | O_TRUNC, 0600);
+        copy(input("clip.mov"), full);
+        const std::uintmax_t size = fs::file_size(path("p"));
+        EXPECT_EQ(ftruncate(full.standardOutput, 0), 0);
+        lseek(full.standardOutput, 0, SEEK_SET);
+        EXPECT_EQ(errorWithLimit(size - 1, [&] { copy(input("clip.mov"), full); }),
+                  "cannot write to standard output: File too large")
+            << format;
+        close(full.standardOutput);
+    }
     full.format = "png";
     full.standardOutput = open("/dev/full", O_WRONLY);
     EXPECT_EQ(errorOf([&] { copy(input("clip.mov"), full); }),
@@ -246,6 +258,8 @@ TEST_F(ClipTest, WhatElseIsInTheFileIsHandedOnFromItsStart) {
     EXPECT_EQ(probe("out.mkv"), probe("base.mkv"));
     EXPECT_EQ(copy(input("late.mkv"), output("out.mp4")),
               "stream 2, subtitles (subrip), is left out: .mp4 has no place for it\n");
+    EXPECT_EQ(copy(input("out.mp4"), output("out.mov")),
+              "stream 1, sound (flac), is left out: .mov has no place for it\n");
     // A part of a clip begins at 0, with a time code of its own and without the sound.
     ffmpeg("-i base.mkv -map 0:v -map 0:a -c:v copy -timecode 01:00:00:00 in.mov");
     EXPECT_EQ(copy(input("in.mov", "10-15x2"), output("part.mov")),
