@@ -26,8 +26,8 @@
 ///  - A name that was never given, or whose semaphore was destroyed, is refused. A name comes back
 ///    only after 2^32 - 1 others.
 ///
-/// Cost: one short lock for all semaphores of the process. A call makes no system call, unless it
-/// has to sleep, wakes a thread or meets another call.
+/// Cost: one short lock for all semaphores of the process. A wait or a signal makes no system call,
+/// unless it has to sleep, wakes a thread or meets another call.
 ///
 /// Memory ordering: whatever a thread did before semaphore_signal or semaphore_signal_all happens
 /// before the return of each wait that it lets through. What was done before earlier signals,

@@ -15,8 +15,6 @@
 
 /// On a field: it is used only while the mutex is held.
 #define PRISMDRIFT_GUARDED_BY(mutex) PRISMDRIFT_THREAD_ATTRIBUTE(guarded_by(mutex))
-/// On a pointer: what it points at is used only while the mutex is held.
-#define PRISMDRIFT_POINTEE_GUARDED_BY(mutex) PRISMDRIFT_THREAD_ATTRIBUTE(pt_guarded_by(mutex))
 /// On a function: the caller holds the mutex.
 #define PRISMDRIFT_REQUIRES(...) PRISMDRIFT_THREAD_ATTRIBUTE(requires_capability(__VA_ARGS__))
 /// On a function: the caller doesn't hold the mutex.
@@ -27,8 +25,6 @@
 #define PRISMDRIFT_RELEASE(...) PRISMDRIFT_THREAD_ATTRIBUTE(release_capability(__VA_ARGS__))
 /// On a function: it takes the mutex where it returns the first argument.
 #define PRISMDRIFT_TRY_ACQUIRE(...) PRISMDRIFT_THREAD_ATTRIBUTE(try_acquire_capability(__VA_ARGS__))
-/// On a function that the analysis can't follow; say why beside it.
-#define PRISMDRIFT_UNCHECKED_LOCKING PRISMDRIFT_THREAD_ATTRIBUTE(no_thread_safety_analysis)
 
 namespace Platform {
 

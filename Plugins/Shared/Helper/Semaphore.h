@@ -13,7 +13,7 @@
 ///  - Each permit lets one `wait` through, also when it is given before anyone waits. It belongs to
 ///    whoever takes it first: a running thread may take it before the one that `signal` woke.
 ///  - Among the threads that wait, the one that came last is woken first.
-///  - Where no thread waits, no operation makes a system call, unless two threads meet in one.
+///  - Where no thread waits, `wait` and the signals make no system call, unless two threads meet.
 ///
 /// Memory ordering: what a thread did before `signal` or `signalAll` happens before the return of
 /// each `wait` that it lets through, so a semaphore of count 1 serves as a lock.
