@@ -34,8 +34,8 @@ std::string inQuotes(const std::string& text) {
     return Json(text).dump(-1, ' ', true, Json::error_handler_t::replace);
 }
 
-// A value for a message.
-std::string shown(const Json& value) {
+// A value as messages show it.
+std::string valueText(const Json& value) {
     constexpr std::size_t longest = 60;
     if (value.is_structured()) {
         return value.is_object() ? "an object" : "an array";
@@ -45,7 +45,7 @@ std::string shown(const Json& value) {
 }
 
 // "A, B and C", quoted.
-std::string listed(const std::vector<std::string>& names) {
+std::string quotedList(const std::vector<std::string>& names) {
     std::string text;
     for (std::size_t i = 0; i < names.size(); ++i) {
         text += i == 0 ? "" : (i + 1 == names.size() ? " and " : ", ");
@@ -59,10 +59,10 @@ std::string listed(const std::vector<std::string>& names) {
                             const std::vector<std::string>& known) {
     const std::string hint = nearestHint(key, known);
     throw Error("unknown key " + inQuotes(key) + (where.empty() ? "" : " in " + inQuotes(where)) +
-                (hint.empty() ? "; what it takes is " + listed(known) : hint));
+                (hint.empty() ? "; it takes " + quotedList(known) : hint));
 }
 
-// What the reader says without what it last read, which may be long and no text.
+// The JSON library's message without the text that it quotes, which may be long or binary.
 std::string reasonIn(const std::string& message) {
     const std::size_t start = std::min(message.find("syntax error"), message.size());
     const std::size_t read = message.find("; last read: '", start);
@@ -79,8 +79,8 @@ std::string placeOf(const std::string& text, std::size_t byte) {
            ", column " + std::to_string(1 + before.size() - lineStart);
 }
 
-// Refuses what the reader would take silently: a key that stands twice, and endless nesting.
-class Watch {
+// Refuses what the JSON library accepts silently: a repeated key, and deep nesting.
+class ParseGuard {
 public:
     bool operator()(int depth, Json::parse_event_t event, const Json& parsed) {
         using Event = Json::parse_event_t;
@@ -94,7 +94,7 @@ public:
         } else if (event == Event::key) {
             mKey = parsed.get<std::string>();
             if (!mKeys.back().insert(mKey).second) {
-                throw Error("the key " + inQuotes(mKey) + " stands there twice");
+                throw Error("the key " + inQuotes(mKey) + " appears twice");
             }
         }
         return true;
@@ -103,7 +103,7 @@ public:
     const std::string& key() const { return mKey; } // the last one
 
 private:
-    std::vector<std::set<std::string>> mKeys; // of the objects that are open
+    std::vector<std::set<std::string>> mKeys; // of the objects that are not closed yet
     std::string mKey;
 };
 
@@ -111,29 +111,29 @@ Json parse(const std::string& text) {
     if (text.size() > largestFile) {
         throw Error("it is larger than 1 MiB");
     }
-    Watch watch;
+    ParseGuard guard;
     try {
-        return Json::parse(text, std::ref(watch));
+        return Json::parse(text, std::ref(guard));
     } catch (const Json::parse_error& error) {
-        throw Error("it is no JSON at " + placeOf(text, error.byte) + ": " +
+        throw Error("it is not JSON at " + placeOf(text, error.byte) + ": " +
                     reasonIn(error.what()));
     } catch (const Json::out_of_range&) {
-        throw Error(inQuotes(watch.key()) + " has a number that is too large for any parameter");
+        throw Error(inQuotes(guard.key()) + " has a number that is too large for any parameter");
     }
 }
 
-// An object's member of this kind, or an error that says what it takes.
+// A member that must be an object.
 const Json& objectAt(const Json& parent, const std::string& key, const std::string& takes) {
     const Json& value = parent.at(key);
     if (!value.is_object()) {
-        throw Error(inQuotes(key) + " takes " + takes + ", not " + shown(value));
+        throw Error(inQuotes(key) + " takes " + takes + ", not " + valueText(value));
     }
     return value;
 }
 
-void checkFrame(const Json& preset) {
+void checkOutline(const Json& preset) {
     if (!preset.is_object()) {
-        throw Error("it is no preset: it takes an object, not " + shown(preset));
+        throw Error("it is not a preset: it takes an object, not " + valueText(preset));
     }
     const std::vector<std::string> keys = {versionKey, parametersKey};
     for (const auto& [key, value] : preset.items()) {
@@ -143,7 +143,7 @@ void checkFrame(const Json& preset) {
     }
     for (const std::string& key : keys) {
         if (!preset.contains(key)) {
-            throw Error("it is no preset: the key " + inQuotes(key) + " is missing");
+            throw Error("it is not a preset: the key " + inQuotes(key) + " is missing");
         }
     }
     const Json& version = preset[versionKey];
@@ -151,7 +151,7 @@ void checkFrame(const Json& preset) {
         throw Error("it has version " + version.dump() + ", and this program reads version 1");
     }
     if (version != formatVersion) {
-        throw Error(inQuotes(versionKey) + " takes the version 1, not " + shown(version));
+        throw Error(inQuotes(versionKey) + " takes the version 1, not " + valueText(version));
     }
 }
 
@@ -167,9 +167,9 @@ std::vector<std::string> keysOf(const std::string& group,
     return keys;
 }
 
-// Reads one value, which `name` stands for in messages.
-void take(const Json& value, const Parameter& parameter, const std::string& name,
-          ParameterValues& values) {
+// Reads the value of a parameter, which messages call `name`.
+void readValue(const Json& value, const Parameter& parameter, const std::string& name,
+               ParameterValues& values) {
     const bool isPopup = parameter.kind == Host::ParameterKind::Popup;
     std::string hint;
     if (isPopup && value.is_string()) {
@@ -188,30 +188,30 @@ void take(const Json& value, const Parameter& parameter, const std::string& name
             return;
         } catch (const Host::KeyframesError& error) {
             throw Error(name + ": " + error.what() + ", at character " +
-                        std::to_string(error.place() + 1) + " of " + shown(value));
+                        std::to_string(error.place() + 1) + " of " + valueText(value));
         }
     } else if (!isPopup && value.is_number() && parameter.accepts(value.get<double>())) {
         values.set(parameter.index, value.get<double>());
         return;
     }
     throw Error(name + " takes " + parameter.takes() +
-                (parameter.varies ? ", or keyframes as a string" : "") + ", not " + shown(value) +
-                hint);
+                (parameter.varies ? ", or keyframes as a string" : "") + ", not " +
+                valueText(value) + hint);
 }
 
-void takeNamed(const std::string& group, const std::string& key, const Json& value,
+void readNamed(const std::string& group, const std::string& key, const Json& value,
                ParameterValues& values) {
     for (const Parameter& parameter : values.parameters()) {
         if (parameter.hasValue() && parameter.group == group && parameter.name == key) {
-            take(value, parameter, (group.empty() ? "" : inQuotes(group) + ", ") + inQuotes(key),
-                 values);
+            readValue(value, parameter,
+                      (group.empty() ? "" : inQuotes(group) + ", ") + inQuotes(key), values);
             return;
         }
     }
     refuseKey(key, group, keysOf(group, values.parameters()));
 }
 
-void takeParameters(const Json& object, ParameterValues& values) {
+void readParameters(const Json& object, ParameterValues& values) {
     const std::vector<Parameter>& parameters = values.parameters();
     for (const auto& [key, value] : object.items()) {
         const bool isGroup = std::any_of(
@@ -219,17 +219,17 @@ void takeParameters(const Json& object, ParameterValues& values) {
                 return parameter.kind == Host::ParameterKind::GroupStart && parameter.name == key;
             });
         if (!isGroup) {
-            takeNamed("", key, value, values);
+            readNamed("", key, value, values);
             continue;
         }
-        const std::string takes = "an object with " + listed(keysOf(key, parameters));
+        const std::string takes = "an object with " + quotedList(keysOf(key, parameters));
         for (const auto& [member, memberValue] : objectAt(object, key, takes).items()) {
-            takeNamed(key, member, memberValue, values);
+            readNamed(key, member, memberValue, values);
         }
     }
 }
 
-Json saved(const Parameter& parameter, const ParameterValues& values) {
+Json jsonOf(const Parameter& parameter, const ParameterValues& values) {
     if (const Host::Keyframes* keyframes = values.keyframes(parameter.index)) {
         return keyframes->text();
     }
@@ -246,9 +246,9 @@ void loadPreset(const std::filesystem::path& file, ParameterValues& values) {
     const std::string text = readText(file, "the preset", largestFile);
     try {
         const Json preset = parse(text);
-        checkFrame(preset);
+        checkOutline(preset);
         ParameterValues changed = values;
-        takeParameters(objectAt(preset, parametersKey, "an object of the effect's parameters"),
+        readParameters(objectAt(preset, parametersKey, "an object of the effect's parameters"),
                        changed);
         values = std::move(changed);
     } catch (const Error& error) {
@@ -261,7 +261,7 @@ void savePreset(const std::filesystem::path& file, const ParameterValues& values
     for (const Parameter& parameter : values.parameters()) {
         if (parameter.hasValue()) {
             Json& place = parameter.group.empty() ? parameters : parameters[parameter.group];
-            place[parameter.name] = saved(parameter, values);
+            place[parameter.name] = jsonOf(parameter, values);
         }
     }
     const Json preset = {{versionKey, formatVersion}, {parametersKey, parameters}};

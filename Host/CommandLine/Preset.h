@@ -9,7 +9,7 @@
 
 namespace Vexorel::PrismDrift::CommandLine {
 
-/// Puts the file's values over those in `values`; what the file leaves out stays. Throws
+/// Overwrites `values` with the file's values; parameters that it leaves out stay. Throws
 /// Host::Error in one line that names the file, the key and what it takes, and changes nothing
 /// then.
 void loadPreset(const std::filesystem::path& file, Host::ParameterValues& values);

@@ -18,16 +18,14 @@ namespace {
 
 class ClipCommandTest : public ProgramTest {
 protected:
-    static constexpr const char* source = "ffmpeg -v error -nostdin -y -f lavfi -i testsrc2=";
-
     void makeSequence(int first, int count) const {
-        output(std::string(source) + "s=48x32 -frames:v " + std::to_string(count) +
-               " -start_number " + std::to_string(first) + " in.%04d.png");
+        output("$SOURCE=s=48x32 -frames:v " + std::to_string(count) + " -start_number " +
+               std::to_string(first) + " in.%04d.png");
     }
 
     // The picture's bytes of a clip or a sequence, frame by frame.
     std::string frames(const std::string& input) const {
-        return output("ffmpeg -v error -nostdin -i " + input +
+        return output("$FF -i " + input +
                       " -map 0:v -vsync passthrough -f framemd5 -pix_fmt rgba - | grep -v '^#' | "
                       "awk '{print $NF}'");
     }
@@ -40,51 +38,45 @@ TEST_F(ClipCommandTest, ASequenceKeepsItsNumbersAndSaysWhatIsMissing) {
     EXPECT_EQ(output("rm out.*; $PROGRAM $FAKE in.%04d.png out.%d.png --frames 9-12x2; ls out.*"),
               "out.11.png\nout.9.png\n");
     output("rm out.* in.0010.png");
-    struct Case {
-        const char* options;
-        int status;
-        const char* error;
-        const char* files;
+    const std::array<const char*, 3> cases[] = {
+        // the options, the error, the files
+        {"", "'in.0010.png' is missing; --missing skip leaves", ""},
+        {"--frames 11-12", "", "11 12 "},
+        {"--frames 8-13", "'in.0010.png' is missing", ""},
+        {"--frames 11-13", "'in.0013.png' is missing: the sequence has the frames 8 to 12", ""},
+        {"--frames 7", "'in.0007.png' is missing: the sequence has the frames 8 to 12", ""},
+        {"--missing skip", "", "08 09 11 12 "},
+        {"--missing hold", "", "08 09 10 11 12 "},
     };
-    const Case cases[] = {
-        {"", 1, "'in.0010.png' is missing; --missing skip leaves", ""},
-        {"--frames 11-12", 0, "", "11 12 "},
-        {"--frames 8-13", 1, "'in.0010.png' is missing", ""},
-        {"--frames 11-13", 1, "'in.0013.png' is missing: the sequence has the frames 8 to 12", ""},
-        {"--frames 7", 1, "'in.0007.png' is missing: the sequence has the frames 8 to 12", ""},
-        {"--missing skip", 0, "", "08 09 11 12 "},
-        {"--missing hold", 0, "", "08 09 10 11 12 "},
-    };
-    for (const Case& row : cases) {
-        const Result result = run(std::string("$PROGRAM $FAKE in.%04d.png o.%02d.png ") +
-                                  row.options + " && for f in o.*; do printf '%s ' ${f:2:2}; done");
-        EXPECT_EQ(result.status, row.status) << row.options;
-        EXPECT_THAT(result.errors, HasSubstr(row.error)) << row.options;
-        EXPECT_EQ(result.output, row.files) << row.options;
-        EXPECT_TRUE(row.status == 0 || run("ls o.*").status != 0) << row.options;
+    for (const auto& [options, error, numbers] : cases) {
+        const Result result = run(std::string("$PROGRAM $FAKE in.%04d.png o.%02d.png ") + options);
+        EXPECT_EQ(result.status, *error == '\0' ? 0 : 1) << options;
+        EXPECT_THAT(result.errors, HasSubstr(error)) << options;
+        EXPECT_EQ(output("shopt -s nullglob; for f in o.*; do printf '%s ' ${f:2:2}; done"),
+                  numbers);
         run("cp o.10.png held.png; cp o.09.png before.png; rm o.*");
     }
     EXPECT_EQ(contents(path("held.png")), contents(path("before.png")));
     // Written over its own input, a picture that is held is still the one that was there.
-    output("for i in 08 09 11 12; do ln in.00$i.png i.$i.png; done; "
-           "$PROGRAM i.%02d.png other.%02d.png --missing hold --shift-distance 7 && "
-           "$PROGRAM i.%02d.png i.%02d.png --missing hold --shift-distance 7 && "
-           "for i in 08 09 10 11 12; do cmp i.$i.png other.$i.png || exit; done");
+    output("for i in 08 09 11 12; do ln in.00$i.png i.$i.png; done; $PROGRAM i.%02d.png "
+           "other.%02d.png --missing hold --shift-distance 7 && $PROGRAM i.%02d.png i.%02d.png "
+           "--missing hold --shift-distance 7 && for i in 08 09 10 11 12; do cmp i.$i.png "
+           "other.$i.png || exit; done");
 }
 
 TEST_F(ClipCommandTest, PartsOfARunGiveTheSameBytes) {
-    output(std::string(source) + "s=48x32:r=10 -frames:v 6 -pix_fmt yuv420p -c:v libx264 in.mp4");
+    output("$SOURCE=s=48x32:r=10 -frames:v 6 -pix_fmt yuv420p -c:v libx264 in.mp4");
     const std::string look = " --shift-distance 7.5 --shift-angle 30";
     output("$PROGRAM in.mp4 whole.%d.png" + look);
     output("for part in 0-1 2-4x2 3,5; do $PROGRAM in.mp4 part.%d.png --frames $part" + look +
            " || exit; done");
-    output("for i in 0 1 2 3 4 5; do cmp whole.$i.png part.$i.png || exit; done; "
-           "! cmp -s whole.0.png whole.2.png");
+    output("for i in 0 1 2 3 4 5; do cmp whole.$i.png part.$i.png || exit; done; ! cmp -s "
+           "whole.0.png whole.2.png");
     EXPECT_THAT(run("$PROGRAM in.mp4 more.%d.png --frames 5-7").errors,
                 HasSubstr("cannot read 'in.mp4': there is no frame 7, it has the frames 0 to 5"));
     // A frame of a clip is what the program makes of it as a picture.
-    output("ffmpeg -v error -nostdin -i in.mp4 -c:v qtrle -pix_fmt rgb24 in.mov");
-    output("ffmpeg -v error -nostdin -i in.mov still.%d.png");
+    output("$FF -i in.mp4 -c:v qtrle -pix_fmt rgb24 in.mov");
+    output("$FF -i in.mov still.%d.png");
     output("$PROGRAM in.mov out.mov" + look);
     output("for i in 1 2 3 4 5 6; do $PROGRAM still.$i.png still.$i.png" + look + "; done");
     EXPECT_EQ(frames("out.mov"), frames("still.%d.png"));
@@ -92,20 +84,19 @@ TEST_F(ClipCommandTest, PartsOfARunGiveTheSameBytes) {
 
 TEST_F(ClipCommandTest, EverythingElseInTheFileIsHandedOn) {
     std::ofstream(path("s.srt")) << "1\n00:00:00,200 --> 00:00:00,700\nOne\n";
-    std::ofstream(path("m.txt")) << ";FFMETADATA1\ntitle=A title\nownkey=kept\n[CHAPTER]\n"
-                                    "TIMEBASE=1/1000\nSTART=0\nEND=400\ntitle=First\n";
-    output(std::string(source) +
-           "s=48x32:r=25 -f lavfi -i sine -i s.srt -i m.txt -map 0 -map 1 -map 2 -map_metadata 3 "
-           "-t 1 -vf \"select='not(eq(mod(n,5),2))',setsar=4/3\" -vsync vfr -pix_fmt yuv420p "
-           "-c:v libx264 -color_primaries bt709 -color_trc bt709 -colorspace bt709 -c:a aac "
-           "-metadata:s:a language=deu -c:s srt in.mkv");
-    output("ffmpeg -v error -nostdin -i in.mkv -map 0 -c copy -c:s mov_text "
-           "-movflags use_metadata_tags in.mp4");
+    std::ofstream(path("m.txt"))
+        << ";FFMETADATA1\ntitle=A "
+           "title\nownkey=kept\n[CHAPTER]\nTIMEBASE=1/1000\nSTART=0\nEND=400\ntitle=First\n";
+    output("$SOURCE=s=48x32:r=25 -f lavfi -i sine -i s.srt -i m.txt -map 0 -map 1 -map 2 "
+           "-map_metadata 3 -t 1 -vf \"select='not(eq(mod(n,5),2))',setsar=4/3\" -vsync vfr "
+           "-pix_fmt yuv420p -c:v libx264 -color_primaries bt709 -color_trc bt709 -colorspace "
+           "bt709 -c:a aac -metadata:s:a language=deu -c:s srt in.mkv");
+    output("$FF -i in.mkv -map 0 -c copy -c:s mov_text -movflags use_metadata_tags in.mp4");
     const std::string probe =
         "ffprobe -v error -show_chapters -show_entries "
         "packet=stream_index,pts_time,duration_time,size,data_hash:stream=sample_aspect_ratio,"
-        "color_space,color_range,color_primaries:stream_tags=language,title:"
-        "format_tags=title,ownkey -show_data_hash md5 -of compact ";
+        "color_space,color_range,color_primaries:stream_tags=language,title:format_tags=title,"
+        "ownkey -show_data_hash md5 -of compact ";
     for (const char* kind : {"mkv", "mp4"}) {
         const std::string name = std::string(".") + kind;
         output("$PROGRAM in" + name + " out" + name + " --shift-distance 3");
@@ -124,8 +115,8 @@ TEST_F(ClipCommandTest, EverythingElseInTheFileIsHandedOn) {
                        "csv=p=0 cut.mp4"),
                 "video,0.000000,7\n");
     // What only the container knows: the pixels' aspect, and the time of day.
-    output(std::string(source) + "s=48x32:r=25 -t 1 -c:v qtrle -pix_fmt rgb24 -aspect 3:1 "
-                                 "-timecode 01:00:00:00 own.mov");
+    output("$SOURCE=s=48x32:r=25 -t 1 -c:v qtrle -pix_fmt rgb24 -aspect 3:1 -timecode 01:00:00:00 "
+           "own.mov");
     output("$PROGRAM own.mov part.mov --frames 10-12");
     EXPECT_EQ(output("ffprobe -v error -select_streams v -show_entries "
                      "stream=sample_aspect_ratio:stream_tags=timecode -of csv=p=0 part.mov"),
@@ -135,7 +126,7 @@ TEST_F(ClipCommandTest, EverythingElseInTheFileIsHandedOn) {
 }
 
 TEST_F(ClipCommandTest, PipesCarryWhatFilesCarry) {
-    output(std::string(source) + "s=48x32:r=10 -frames:v 5 -c:v qtrle -pix_fmt argb in.mov");
+    output("$SOURCE=s=48x32:r=10 -frames:v 5 -c:v qtrle -pix_fmt argb in.mov");
     output("$PROGRAM in.mov file.mov --shift-distance 5");
     const std::string expected = frames("file.mov");
     const std::string raw = "-f rawvideo -video_size 48x32 -framerate 10 -pixel_format ";
@@ -151,30 +142,30 @@ TEST_F(ClipCommandTest, PipesCarryWhatFilesCarry) {
         {"-c:v ffv1 -f nut - | $PROGRAM - - --output-format mov --codec qtrle", "-i"},
     };
     for (const auto& [pipe, reader] : pipes) {
-        output("ffmpeg -v error -nostdin -i in.mov " + pipe + " --shift-distance 5 >out");
-        EXPECT_EQ(output("ffmpeg -v error -nostdin " + reader +
+        output("$FF -i in.mov " + pipe + " --shift-distance 5 >out");
+        EXPECT_EQ(output("$FF " + reader +
                          " out -f framemd5 -pix_fmt rgba - | grep -v '^#' | awk '{print $NF}'"),
                   expected)
             << pipe;
     }
     // A named pipe is opened once, or its writer would take the first look for its reader.
-    output("mkfifo pipe; ffmpeg -v error -nostdin -y -i in.mov -c:v ffv1 -f matroska pipe & "
-           "$PROGRAM pipe piped.mov --codec qtrle --shift-distance 5 && wait $!");
+    output("mkfifo pipe; $FF -i in.mov -c:v ffv1 -f matroska pipe & $PROGRAM pipe piped.mov "
+           "--codec qtrle --shift-distance 5 && wait $!");
     EXPECT_EQ(frames("piped.mov"), expected);
     // The frames of yuv4mpegpipe are in YUV, as near as that allows.
-    output("ffmpeg -v error -nostdin -i in.mov -pix_fmt yuv444p -f yuv4mpegpipe - | "
-           "$PROGRAM - - --output-format yuv4mpegpipe >out.y4m");
+    output("$FF -i in.mov -pix_fmt yuv444p -f yuv4mpegpipe - | $PROGRAM - - --output-format "
+           "yuv4mpegpipe >out.y4m");
     EXPECT_THAT(output("head -1 out.y4m"), StartsWith("YUV4MPEG2 W48 H32 F10:1 Ip"));
     const std::string likeness =
-        run("ffmpeg -nostdin -i in.mov -i out.y4m -lavfi '[0]format=yuv444p[a];[a][1]psnr' "
-            "-f null - 2>&1 | grep -o 'min:[0-9inf]*'")
+        run("ffmpeg -nostdin -i in.mov -i out.y4m -lavfi '[0]format=yuv444p[a];[a][1]psnr' -f null "
+            "- 2>&1 | grep -o 'min:[0-9inf]*'")
             .output;
     ASSERT_THAT(likeness, StartsWith("min:"));
     EXPECT_TRUE(likeness.substr(4) == "inf\n" || std::stoi(likeness.substr(4)) > 38) << likeness;
 }
 
 TEST_F(ClipCommandTest, AFailedWriteLeavesNoFile) {
-    output(std::string(source) + "s=160x120 -t 2 -pix_fmt yuv420p -c:v libx264 in.mp4");
+    output("$SOURCE=s=160x120 -t 2 -pix_fmt yuv420p -c:v libx264 in.mp4");
     EXPECT_EQ(output("set +o pipefail; $PROGRAM $FAKE --quiet in.mp4 - --output-format rawvideo | "
                      "head -c 100 >one; echo ${PIPESTATUS[0]}"),
               "1\n");
@@ -186,9 +177,8 @@ TEST_F(ClipCommandTest, AFailedWriteLeavesNoFile) {
 }
 
 TEST_F(ClipCommandTest, AFileThatExistsIsNoPattern) {
-    output(std::string(source) + "s=48x32:r=10 -frames:v 3 -pix_fmt yuv420p 50%.mp4 && "
-                                 "ffmpeg -v error -nostdin -i 50%.mp4 -frames:v 1 -update 1 "
-                                 "50%.png; cp 50%.png a#.png");
+    output("$SOURCE=s=48x32:r=10 -frames:v 3 -pix_fmt yuv420p 50%.mp4 && $FF -i 50%.mp4 -frames:v "
+           "1 -update 1 50%.png; cp 50%.png a#.png");
     for (const std::string name : {"50%.png", "a#.png", "50%.mp4"}) {
         output("$PROGRAM $FAKE '" + name + "' out.mkv && $PROGRAM sheet '" + name + "' sheet.png");
         EXPECT_EQ(frames("out.mkv").size(), name == "50%.mp4" ? 3 * 33 : 33) << name;
@@ -196,11 +186,11 @@ TEST_F(ClipCommandTest, AFileThatExistsIsNoPattern) {
 }
 
 TEST_F(ClipCommandTest, WhatGetsLostIsSaid) {
-    output(std::string(source) + "s=48x32 -frames:v 1 -pix_fmt rgb24 a.1.png");
-    output(std::string(source) + "s=48x32 -frames:v 1 -vf format=rgba,colorchannelmixer=aa=0.5 "
-                                 "-pix_fmt rgba64be a.2.png");
-    output(std::string(source) + "s=48x32 -frames:v 9 -vf \"select='lt(n,2)+gt(n,6)'\" -vsync vfr "
-                                 "-c:v qtrle vfr.mov");
+    output("$SOURCE=s=48x32 -frames:v 1 -pix_fmt rgb24 a.1.png");
+    output("$SOURCE=s=48x32 -frames:v 1 -vf format=rgba,colorchannelmixer=aa=0.5 -pix_fmt rgba64be "
+           "a.2.png");
+    output("$SOURCE=s=48x32 -frames:v 9 -vf \"select='lt(n,2)+gt(n,6)'\" -vsync vfr -c:v qtrle "
+           "vfr.mov");
     const std::pair<const char*, const char*> cases[] = {
         {"a.%d.png a.mov", "the alpha of 'a.mov' is lost"},
         {"a.%d.png b.mov", "the input has 16 bits a channel; 8 are kept"},
@@ -213,26 +203,25 @@ TEST_F(ClipCommandTest, WhatGetsLostIsSaid) {
         EXPECT_THAT(result.errors, HasSubstr(std::string("prismdrift: warning: ") + warning));
     }
     // A name without the format's ending.
-    output("$PROGRAM $FAKE a.1.png picture --output-format png; "
-           "$PROGRAM $FAKE a.1.png named.png; cmp picture named.png");
+    output("$PROGRAM $FAKE a.1.png picture --output-format png; $PROGRAM $FAKE a.1.png named.png; "
+           "cmp picture named.png");
 }
 
 TEST_F(ClipCommandTest, AnInterruptedRunEndsWithWhatIsDone) {
-    output(std::string(source) + "s=320x240 -frames:v 2000 -pix_fmt yuv420p -c:v libx264 -preset "
-                                 "ultrafast in.mp4");
+    output(
+        "$SOURCE=s=320x240 -frames:v 2000 -pix_fmt yuv420p -c:v libx264 -preset ultrafast in.mp4");
     const auto interrupted = [&](const std::string& signal, const std::string& out) {
         return run("set -m; $PROGRAM in.mp4 " + out +
-                   " --progress kv 2>log & child=$!; "
-                   "until grep -q progress=continue log; do sleep 0.05; done; "
-                   "kill -" +
+                   " --progress kv 2>log & child=$!; until grep -q progress=continue log; do sleep "
+                   "0.05; done; kill -" +
                    signal + " $child; wait $child; echo $?; tail -1 log; rm log");
     };
     for (const auto& [signal, status] : {std::pair("INT", "130"), {"TERM", "143"}}) {
         const Result result = interrupted(signal, "out.mp4");
         std::smatch found;
-        const std::regex expected(std::string(status) +
-                                  "\nprismdrift: interrupted after ([0-9]+) frames, which are "
-                                  "written\n");
+        const std::regex expected(
+            std::string(status) +
+            "\nprismdrift: interrupted after ([0-9]+) frames, which are written\n");
         ASSERT_TRUE(std::regex_match(result.output, found, expected)) << result.output;
         EXPECT_EQ(output("ffprobe -v error -count_frames -show_entries stream=nb_read_frames -of "
                          "csv=p=0 out.mp4"),
@@ -246,13 +235,13 @@ TEST_F(ClipCommandTest, AnInterruptedRunEndsWithWhatIsDone) {
     EXPECT_GT(files().size(), 1);
     output("for f in out.*; do ffmpeg -v error -xerror -nostdin -i $f -f null - || exit; done");
     // Waiting for a pipe that nothing comes from.
-    EXPECT_EQ(run("(ffmpeg -v quiet -nostdin -i in.mp4 -f yuv4mpegpipe - | head -c 500000; "
-                  "sleep 30) | { set -m; $PROGRAM - pipe.mp4 & sleep 2; kill -INT $!; wait $!; "
-                  "echo $?; pkill -P $$ sleep; }")
+    EXPECT_EQ(run("(ffmpeg -v quiet -nostdin -i in.mp4 -f yuv4mpegpipe - | head -c 500000; sleep "
+                  "30) | { set -m; $PROGRAM - pipe.mp4 & sleep 2; kill -INT $!; wait $!; echo $?; "
+                  "pkill -P $$ sleep; }")
                   .output,
               "130\n");
-    EXPECT_GT(std::stoi(output("ffprobe -v error -count_frames -show_entries "
-                               "stream=nb_read_frames -of csv=p=0 pipe.mp4")),
+    EXPECT_GT(std::stoi(output("ffprobe -v error -count_frames -show_entries stream=nb_read_frames "
+                               "-of csv=p=0 pipe.mp4")),
               0);
 }
 
@@ -261,18 +250,16 @@ TEST_F(ClipCommandTest, ProgressSuitsWhoeverLooks) {
     const std::string command = "$PROGRAM $FAKE in.%04d.png out.mkv";
     EXPECT_EQ(run(command).errors, ""); // it is over before a line is due
     EXPECT_EQ(run(command + " --quiet --progress kv").errors, "");
-    const std::regex blocks("(frame=[0-9]+\nfps=[0-9.]+\nout_time_us=[0-9]+\nout_time_ms=[0-9]+\n"
-                            "out_time=00:00:0[0-9.]+\ndup_frames=0\ndrop_frames=0\n"
-                            "speed=[0-9.e+]+x\nprogress=(continue|end)\n)+");
+    const std::regex blocks(
+        "(frame=[0-9]+\nfps=[0-9.]+\nout_time_us=[0-9]+\nout_time_ms=[0-9]+\nout_time=00:00:0[0-9.]"
+        "+\ndup_frames=0\ndrop_frames=0\nspeed=[0-9.e+]+x\nprogress=(continue|end)\n)+");
     const std::string told = run(command + " --progress kv").errors;
     EXPECT_TRUE(std::regex_match(told, blocks)) << told;
     EXPECT_THAT(told, AllOf(HasSubstr("frame=30\n"), HasSubstr("out_time_us=1200000\n"),
                             HasSubstr("out_time=00:00:01.200000\n"), HasSubstr("progress=end\n")));
     makeSequence(1, 300);
-    const std::string terminal = output("script -qec '" +
-                                        std::string("$PROGRAM in.%04d.png "
-                                                    "out.mkv") +
-                                        "' /dev/null");
+    const std::string terminal =
+        output("script -qec '" + std::string("$PROGRAM in.%04d.png out.mkv") + "' /dev/null");
     EXPECT_TRUE(std::regex_search(
         terminal,
         std::regex("\r\\[#+\\.*\\] +[0-9]+%  [0-9]+/300  [0-9.]+ frames/s  [0-9:]+ left")))

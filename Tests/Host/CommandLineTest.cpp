@@ -45,8 +45,8 @@ TEST_F(CommandLineTest, ValuesReachTheEffect) {
         EXPECT_EQ(result.errors + result.output, "");
         EXPECT_EQ(readPicture(path("out.png")).world.row(0)[1], (11 + sum) % 256) << options;
     }
-    output("$PROGRAM $FAKE in.png -- --out.png && mv ./--out.png out.png && "
-           "$PROGRAM $FAKE in.png in.png && cmp in.png out.png");
+    output("$PROGRAM $FAKE in.png -- --out.png && mv ./--out.png out.png && $PROGRAM $FAKE in.png "
+           "in.png && cmp in.png out.png");
 }
 
 TEST_F(CommandLineTest, StandardOutputIsTheProgramsOwn) {
@@ -133,10 +133,10 @@ TEST_F(CommandLineTest, TellsWhatItRunsOn) {
     EXPECT_THAT(output("$PROGRAM $FAKE --version"),
                 MatchesRegex("prismdrift [0-9.]+\neffect: Fake v2" + libraries +
                              "OpenGL: [0-9.]+.*, on .+, by .+\n"));
-    EXPECT_THAT(output("__EGL_VENDOR_LIBRARY_FILENAMES=/dev/null $PROGRAM --plugin none.so "
-                       "--version"),
-                MatchesRegex("prismdrift [0-9.]+\nno effect: .*'none.so'.*" + libraries +
-                             "no OpenGL: no EGL driver was found\n"));
+    EXPECT_THAT(
+        output("__EGL_VENDOR_LIBRARY_FILENAMES=/dev/null $PROGRAM --plugin none.so --version"),
+        MatchesRegex("prismdrift [0-9.]+\nno effect: .*'none.so'.*" + libraries +
+                     "no OpenGL: no EGL driver was found\n"));
 }
 
 TEST_F(CommandLineTest, HelpFitsATerminalAndNamesWhatEachCommandTakes) {

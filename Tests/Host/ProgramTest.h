@@ -15,7 +15,7 @@ struct Result {
 
 /// The program as its users meet it: run by a shell in a folder of the test's own. In the commands,
 /// $PROGRAM is the program that was built, and $FAKE the option that loads the plug-in of the tests
-/// instead of the real one.
+/// instead of the real one; $FF is ffmpeg, and "$SOURCE=s=48x32" gives it a moving picture.
 class ProgramTest : public testing::Test {
 protected:
     std::filesystem::path path(const std::string& name) const { return mScratch.path() / name; }
@@ -28,7 +28,8 @@ protected:
 
     Result run(const std::string& command) const {
         const std::string whole =
-            "export PROGRAM='" PRISMDRIFT_PROGRAM "' FAKE='--plugin " FAKE_EFFECT_FILE "'; cd '" +
+            "export PROGRAM='" PRISMDRIFT_PROGRAM "' FAKE='--plugin " FAKE_EFFECT_FILE "' "
+            "FF='ffmpeg -v error -nostdin -y' SOURCE=\"$FF -f lavfi -i testsrc2\"; cd '" +
             mScratch.path().string() + "' && { " + command + "\n} >.out 2>.err </dev/null";
         std::ofstream(path(".command")) << whole;
         const int status = std::system(("bash '" + path(".command").string() + "'").c_str());
