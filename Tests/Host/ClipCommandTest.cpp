@@ -101,11 +101,11 @@ TEST_F(ClipCommandTest, EverythingElseInTheFileIsHandedOn) {
         const std::string name = std::string(".") + kind;
         output("$PROGRAM in" + name + " out" + name + " --shift-distance 3");
         // Of the picture's packets, the times alone are compared.
-        const auto told = [&](const std::string& file) {
+        const auto probed = [&](const std::string& file) {
             return output(probe + file + " | sed '/stream_index=0/s/|duration_time=.*//' | sort");
         };
-        EXPECT_EQ(told("in" + name), told("out" + name));
-        EXPECT_THAT(told("out" + name),
+        EXPECT_EQ(probed("in" + name), probed("out" + name));
+        EXPECT_THAT(probed("out" + name),
                     AllOf(HasSubstr("stream_index=1|"), HasSubstr("stream_index=2|"),
                           HasSubstr("First"), HasSubstr("=kept\n")));
     }
@@ -253,10 +253,11 @@ TEST_F(ClipCommandTest, ProgressSuitsWhoeverLooks) {
     const std::regex blocks(
         "(frame=[0-9]+\nfps=[0-9.]+\nout_time_us=[0-9]+\nout_time_ms=[0-9]+\nout_time=00:00:0[0-9.]"
         "+\ndup_frames=0\ndrop_frames=0\nspeed=[0-9.e+]+x\nprogress=(continue|end)\n)+");
-    const std::string told = run(command + " --progress kv").errors;
-    EXPECT_TRUE(std::regex_match(told, blocks)) << told;
-    EXPECT_THAT(told, AllOf(HasSubstr("frame=30\n"), HasSubstr("out_time_us=1200000\n"),
-                            HasSubstr("out_time=00:00:01.200000\n"), HasSubstr("progress=end\n")));
+    const std::string report = run(command + " --progress kv").errors;
+    EXPECT_TRUE(std::regex_match(report, blocks)) << report;
+    EXPECT_THAT(report,
+                AllOf(HasSubstr("frame=30\n"), HasSubstr("out_time_us=1200000\n"),
+                      HasSubstr("out_time=00:00:01.200000\n"), HasSubstr("progress=end\n")));
     makeSequence(1, 300);
     const std::string terminal =
         output("script -qec '" + std::string("$PROGRAM in.%04d.png out.mkv") + "' /dev/null");

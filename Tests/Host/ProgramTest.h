@@ -29,7 +29,7 @@ protected:
     Result run(const std::string& command) const {
         const std::string whole =
             "export PROGRAM='" PRISMDRIFT_PROGRAM "' FAKE='--plugin " FAKE_EFFECT_FILE "' "
-            "FF='ffmpeg -v error -nostdin -y' SOURCE=\"$FF -f lavfi -i testsrc2\"; cd '" +
+            "FF='ffmpeg -v error -nostdin -y'; export SOURCE=\"$FF -f lavfi -i testsrc2\"; cd '" +
             mScratch.path().string() + "' && { " + command + "\n} >.out 2>.err </dev/null";
         std::ofstream(path(".command")) << whole;
         const int status = std::system(("bash '" + path(".command").string() + "'").c_str());
