@@ -11,6 +11,7 @@ namespace {
 [[noreturn]] void refuseUnknown(const std::string& name, Command command,
                                 const std::vector<ParameterOption>& effectOptions) {
     std::vector<std::string> names;
+    names.reserve(effectOptions.size() + programOptions().size());
     for (const ParameterOption& option : effectOptions) {
         names.push_back(option.name);
     }
