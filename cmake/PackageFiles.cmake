@@ -1,5 +1,6 @@
 # Run by CPack over the files that it has installed, before it packs them: what Debian asks of a
-# package beyond what a plain install gives, and times that don't tell when it was built.
+# package beyond what a plain install gives. CPack itself gives the files the time of
+# SOURCE_DATE_EPOCH.
 
 set(share "${CPACK_TEMPORARY_INSTALL_DIRECTORY}${CPACK_PACKAGING_INSTALL_PREFIX}/share")
 
@@ -27,5 +28,3 @@ file(GLOB texts "${share}/man/man1/*.1" "${share}/doc/prismdrift/changelog")
 run(gzip --best --no-name --force ${texts})
 file(GLOB_RECURSE texts "${share}/*.gz" "${share}/*/copyright")
 run(chmod 644 ${texts})
-run(find "${CPACK_TEMPORARY_INSTALL_DIRECTORY}" -exec touch --no-dereference "--date=@${seconds}"
-    {} +)
