@@ -4,30 +4,52 @@
 #include "Platform/OpenGL/Glx.h"
 #include "Platform/Threads/Mutex.h"
 
+#include <algorithm>
 #include <map>
+#include <set>
+#include <vector>
 
 namespace {
 
 using Platform::RenderingApiScope;
 
-/// The contexts that have not been invalidated, by number. Never destroyed: threads may end, and
-/// their contexts with them, after the process's static objects.
-struct LivingContexts {
+/// A context that was invalidated while another thread had it current.
+struct RetiredContext {
+    std::uint64_t number;
+    EGLDisplay display;
+    EGLContext context;
+};
+
+/// What threads must know of each other's contexts. Never destroyed: threads may end, and their
+/// contexts with them, after the process's static objects.
+struct AllContexts {
     Platform::Mutex mutex;
-    std::map<std::uint64_t, NSOpenGLContext*> byNumber PRISMDRIFT_GUARDED_BY(mutex);
+    /// Those that have not been invalidated.
+    std::map<std::uint64_t, NSOpenGLContext*> living PRISMDRIFT_GUARDED_BY(mutex);
+    /// The numbers of those that this layer has made current on some thread, and not released
+    /// since. A host that switched by itself leaves a number here until that thread comes back.
+    std::set<std::uint64_t> bound PRISMDRIFT_GUARDED_BY(mutex);
+    std::vector<RetiredContext> retired PRISMDRIFT_GUARDED_BY(mutex);
     std::uint64_t lastNumber PRISMDRIFT_GUARDED_BY(mutex) = 0;
 };
 
-LivingContexts& living() {
-    static LivingContexts& contexts = *new LivingContexts;
+AllContexts& all() {
+    static AllContexts& contexts = *new AllContexts;
     return contexts;
 }
 
 NSOpenGLContext* findLiving(std::uint64_t number) {
-    LivingContexts& contexts = living();
+    AllContexts& contexts = all();
     const Platform::MutexLock lock(contexts.mutex);
-    const auto found = contexts.byNumber.find(number);
-    return found != contexts.byNumber.end() ? found->second : nullptr;
+    const auto found = contexts.living.find(number);
+    return found != contexts.living.end() ? found->second : nullptr;
+}
+
+bool isRetired(std::uint64_t number) {
+    AllContexts& contexts = all();
+    const Platform::MutexLock lock(contexts.mutex);
+    return std::any_of(contexts.retired.begin(), contexts.retired.end(),
+                       [&](const RetiredContext& retired) { return retired.number == number; });
 }
 
 /// What this layer last made current on the thread. A host may have switched since, and another
@@ -39,6 +61,17 @@ struct OwnCurrent {
 };
 
 thread_local OwnCurrent tOwnCurrent;
+
+/// Notes what the thread has current instead of the context of ours that it had before.
+void setOwnCurrent(const OwnCurrent& current) {
+    AllContexts& contexts = all();
+    const Platform::MutexLock lock(contexts.mutex);
+    contexts.bound.erase(tOwnCurrent.number);
+    if (current.number != 0) {
+        contexts.bound.insert(current.number);
+    }
+    tOwnCurrent = current;
+}
 
 /// Whether the driver still knows the context. The handle alone proves nothing.
 bool driverKnows(EGLDisplay display, EGLContext context) {
@@ -55,11 +88,13 @@ NSOpenGLContext* ownCurrent() {
 }
 
 /// Whether what is current on this thread is a context of ours that another thread has invalidated.
-/// Its handle can name a context of the host's by now, but that one the driver knows.
+/// The handle of one that was lost can name a context of the host's by now, but that one the driver
+/// knows.
 bool zombieIsCurrent() {
     return tOwnCurrent.number != 0 && eglGetCurrentContext() == tOwnCurrent.context &&
            findLiving(tOwnCurrent.number) == nullptr &&
-           !driverKnows(tOwnCurrent.display, tOwnCurrent.context);
+           (isRetired(tOwnCurrent.number) ||
+            !driverKnows(tOwnCurrent.display, tOwnCurrent.context));
 }
 
 void releaseEgl() {
@@ -106,6 +141,9 @@ CGLContextObj CGLGetCurrentContext() {
     if (context == EGL_NO_CONTEXT) {
         return Platform::currentGlxContext();
     }
+    if (zombieIsCurrent()) {
+        return current;
+    }
     current.layer = CGLContextObj::Layer::egl;
     current.display = eglGetCurrentDisplay();
     current.context = context;
@@ -121,17 +159,23 @@ bool CGLSetCurrentContext(const CGLContextObj& context) {
         return own != nullptr && own->makeCurrentContext();
     }
     const RenderingApiScope api;
+    bool isMade = true;
     switch (context.layer) {
     case CGLContextObj::Layer::egl:
-        return makeEglCurrent(context);
+        isMade = makeEglCurrent(context);
+        break;
     case CGLContextObj::Layer::glx:
-        return makeGlxCurrent(context);
+        isMade = makeGlxCurrent(context);
+        break;
     case CGLContextObj::Layer::none:
+        releaseEgl();
+        Platform::releaseGlxContext();
         break;
     }
-    releaseEgl();
-    Platform::releaseGlxContext();
-    return true;
+    if (isMade) {
+        setOwnCurrent({});
+    }
+    return isMade;
 }
 
 NSOpenGLPixelFormat*
@@ -190,9 +234,9 @@ NSOpenGLContext* NSOpenGLContext::initWithFormat(NSOpenGLPixelFormat* format,
 
 NSOpenGLContext::NSOpenGLContext(void* display, void* context)
     : mDisplay(display), mContext(context), mNumber([this] {
-          LivingContexts& contexts = living();
+          AllContexts& contexts = all();
           const Platform::MutexLock lock(contexts.mutex);
-          contexts.byNumber.emplace(++contexts.lastNumber, this);
+          contexts.living.emplace(++contexts.lastNumber, this);
           return contexts.lastNumber;
       }()) {}
 
@@ -244,7 +288,7 @@ bool NSOpenGLContext::makeCurrentContext() {
     if (!makeEglCurrent(own)) {
         return false;
     }
-    tOwnCurrent = {mNumber, own.display, own.context};
+    setOwnCurrent({mNumber, own.display, own.context});
     return true;
 }
 
@@ -256,13 +300,15 @@ void NSOpenGLContext::invalidate() {
     if (tOwnCurrent.number == mNumber) {
         Platform::releaseOwnContext();
     }
-    {
-        LivingContexts& contexts = living();
-        const Platform::MutexLock lock(contexts.mutex);
-        contexts.byNumber.erase(mNumber);
-    }
+    AllContexts& contexts = all();
+    const Platform::MutexLock lock(contexts.mutex);
+    contexts.living.erase(mNumber);
     // A lost context went with its display; its handle may name another one by now.
-    if (!mLost) {
+    if (mLost) {
+        contexts.bound.erase(mNumber);
+    } else if (contexts.bound.count(mNumber) != 0) {
+        contexts.retired.push_back({mNumber, mDisplay, context});
+    } else {
         eglDestroyContext(mDisplay, context);
     }
 }
@@ -274,7 +320,28 @@ void releaseOwnContext() {
     if (ownCurrent() != nullptr || zombieIsCurrent()) {
         releaseEgl();
     }
-    tOwnCurrent = {};
+    setOwnCurrent({});
+}
+
+void destroyRetiredContexts() {
+    const RenderingApiScope api;
+    AllContexts& contexts = all();
+    const Platform::MutexLock lock(contexts.mutex);
+    const auto free =
+        std::partition(contexts.retired.begin(), contexts.retired.end(),
+                       [&](const RetiredContext& retired) PRISMDRIFT_REQUIRES(contexts.mutex) {
+                           return contexts.bound.count(retired.number) != 0;
+                       });
+    for (auto retired = free; retired != contexts.retired.end(); ++retired) {
+        eglDestroyContext(retired->display, retired->context);
+    }
+    contexts.retired.erase(free, contexts.retired.end());
+}
+
+void forgetRetiredContexts() {
+    AllContexts& contexts = all();
+    const Platform::MutexLock lock(contexts.mutex);
+    contexts.retired.clear();
 }
 
 } // namespace Platform

@@ -99,7 +99,8 @@ public:
     /// The low-level value of this context; null once it has been invalidated.
     CGLContextObj lowLevelContext() const;
 
-    /// Destroys the context, unbound first if it is current here. The object stays for those who
+    /// Destroys the context, unbound first if it is current here. One that is current on another
+    /// thread is retired instead, for destroyRetiredContexts(). The object stays for those who
     /// still hold a reference, and can't be made current any more.
     void invalidate();
 
@@ -129,5 +130,13 @@ namespace Platform {
 /// Leaves nothing current on this thread if what is current there was made by this layer, a context
 /// that has been invalidated since included.
 void releaseOwnContext();
+
+/// Destroys the retired contexts that their threads have let go of. Drivers keep lists per share
+/// group that the destruction of a context changes and drawing reads, so no other thread may draw
+/// meanwhile: that is why the thread that lets go of one doesn't destroy it.
+void destroyRetiredContexts();
+
+/// Forgets them instead, after their display has been terminated and they with it.
+void forgetRetiredContexts();
 
 } // namespace Platform

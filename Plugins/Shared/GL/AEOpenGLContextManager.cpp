@@ -1,6 +1,7 @@
 #include "Shared/GL/AEOpenGLContextManager.h"
 
 #include <memory>
+#include <vector>
 
 namespace Vexorel::PrismDrift {
 
@@ -19,29 +20,52 @@ namespace {
 /// The calling thread's context id, -1 until it asks for a context.
 thread_local std::int32_t mThread = -1;
 
-/// Takes the thread's context down with the thread. A thread that ended with its context current
-/// would keep megabytes of the driver's.
+/// The contexts of threads that have ended. Never destroyed, as threads may outlive static objects.
+std::vector<AEOpenGLContext*>& ended PRISMDRIFT_GUARDED_BY(AEOpenGLContextManager::mMapMutex) =
+    *new std::vector<AEOpenGLContext*>;
+
+/// Moves the contexts of ended threads out of the list.
+std::vector<AEOpenGLContext*> takeEnded() {
+    std::vector<AEOpenGLContext*> taken;
+    const MutexLock lock(AEOpenGLContextManager::mMapMutex);
+    taken.swap(ended);
+    return taken;
+}
+
+/// Destroys what threads have left behind. No thread may be drawing.
+void destroyLeftContexts() PRISMDRIFT_REQUIRES(AEOpenGLContextManager::mMutex) {
+    for (const AEOpenGLContext* context : takeEnded()) {
+        delete context;
+    }
+    Platform::destroyRetiredContexts();
+}
+
+/// Lets go of the thread's context at the thread's end: one that ended with its context current
+/// would keep megabytes of the driver's. The context is destroyed here if no frame is being drawn,
+/// else by whoever draws next, since a thread's end must not wait for a frame.
 struct ThreadEnd {
     ThreadEnd() = default;
     ThreadEnd(const ThreadEnd&) = delete;
     ThreadEnd& operator=(const ThreadEnd&) = delete;
     ~ThreadEnd() {
         Platform::releaseOwnContext();
-        delete take();
+        retire();
+        if (AEOpenGLContextManager::mMutex.try_lock()) {
+            destroyLeftContexts();
+            AEOpenGLContextManager::mMutex.unlock();
+        }
     }
 
 private:
-    /// The thread's context, off the map; null if there is none, or a set-down took it.
-    static AEOpenGLContext* take() {
+    /// Moves the thread's context, if it has one, from the map to the list.
+    static void retire() {
         const MutexLock lock(AEOpenGLContextManager::mMapMutex);
         auto& contexts = AEOpenGLContextManager::mRenderContexts;
         const auto found = contexts.find(mThread);
-        if (found == contexts.end()) {
-            return nullptr;
+        if (found != contexts.end()) {
+            ended.push_back(found->second);
+            contexts.erase(found);
         }
-        AEOpenGLContext* context = found->second;
-        contexts.erase(found);
-        return context;
     }
 };
 
@@ -72,6 +96,7 @@ AEOpenGLContext* AEOpenGLContextManager::getSharedDataContext() {
 
 AEOpenGLContext* AEOpenGLContextManager::getCurrentRenderContext() {
     const RecursiveMutexLock lock(mMutex);
+    destroyLeftContexts();
     if (mThread == -1) {
         if (mSharedDataContext == nullptr) {
             return nullptr;
@@ -101,6 +126,7 @@ void AEOpenGLContextManager::releaseContextManager() {
     }
     delete mSharedDataContext;
     mSharedDataContext = nullptr;
+    destroyLeftContexts();
 }
 
 void AEOpenGLContextManager::abandonContexts() {
@@ -112,7 +138,11 @@ void AEOpenGLContextManager::abandonContexts() {
                 entry.second->mNSContext->setLost();
             }
         }
+        for (const AEOpenGLContext* context : ended) {
+            context->mNSContext->setLost();
+        }
     }
+    Platform::forgetRetiredContexts();
     if (mSharedDataContext != nullptr) {
         mSharedDataContext->mNSContext->setLost();
     }

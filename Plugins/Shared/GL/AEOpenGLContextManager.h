@@ -13,12 +13,13 @@
 namespace Vexorel::PrismDrift {
 
 /// Static data and operations only. A thread has an id from its first request on, for its life; its
-/// context is destroyed when the thread ends, without a GL call.
+/// context is destroyed after the thread has ended, without a GL call and not beside a frame.
 ///
 /// Lock: mMutex. Each operation takes it, and since it is recursive a caller that goes on to call
 /// GL holds it from before until after, as every command of the effect does: GL calls of one thread
-/// must not run beside the making of a context on another. The end of a thread takes only
-/// mMapMutex, so that it never waits for a frame.
+/// must not run beside the making of a context on another. The end of a thread never
+/// waits for it, and so not for a frame: what can't be destroyed at once the next operation
+/// destroys.
 class AEOpenGLContextManager {
 public:
     AEOpenGLContextManager() = delete;

@@ -4,12 +4,14 @@
 #include "EffectTest.h"
 #include "Support/HostContexts.h"
 
+#include "Platform/OpenGL/OpenGLContext.h"
 #include "PrismDrift/Sources/Frame.h"
 
 #ifdef __SANITIZE_ADDRESS__
 #include <sanitizer/lsan_interface.h>
 #endif
 
+#include <EGL/egl.h>
 #include <chrono>
 #include <future>
 #include <pthread.h>
@@ -85,6 +87,41 @@ TEST_F(Threads, MayEndInACallbackOrBeCancelledBehindTheFrame) {
         EXPECT_EQ(drawn, !ends);
         EXPECT_EQ(GLWatch::sharedNames(), names);
         expectSoundFrame();
+    }
+}
+
+/// A thread ends with its context current, or one that a set-down took, while another draws.
+/// Drivers crash on a context that is destroyed beside a frame.
+TEST_F(Threads, EndWithinAFrameAndLoseTheirContextsAfterIt) {
+    for (const bool isSetDown : {false, true}) {
+        SCOPED_TRACE(isSetDown);
+        CGLContextObj context;
+        const auto lives = [&] {
+            EGLint type = 0;
+            return eglQueryContext(context.display, context.context, EGL_CONTEXT_CLIENT_TYPE,
+                                   &type) == EGL_TRUE;
+        };
+        std::promise<void> hasDrawn, mayEnd;
+        std::thread thread([&] {
+            expectFrame(1);
+            context = CGLGetCurrentContext();
+            hasDrawn.set_value();
+            mayEnd.get_future().wait();
+        });
+        hasDrawn.get_future().wait();
+        isSetDown ? restart() : void();
+        host.onCall = [&](const std::string& call) {
+            if (call == "checkout 5") {
+                mayEnd.set_value();
+                thread.join();
+                EXPECT_TRUE(lives());
+            }
+        };
+        World8 world(8, 8);
+        EXPECT_EQ(host.render(world, world), 0);
+        host.onCall = nullptr;
+        expectSoundFrame();
+        EXPECT_FALSE(lives());
     }
 }
 
