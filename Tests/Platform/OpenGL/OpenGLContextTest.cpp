@@ -19,8 +19,8 @@ NSOpenGLPixelFormat* format(std::vector<NSOpenGLPixelFormatAttribute> attributes
 
 TEST(PixelFormat, TakesWhatItKnows) {
     NSOpenGLPixelFormat* known =
-        format({NSOpenGLPFAClosestPolicy, NSOpenGLPFANoRecovery, NSOpenGLPFAAlphaSize, 0,
-                NSOpenGLPFAColorSize, 24, NSOpenGLPFAStencilSize, 0, NSOpenGLPFADepthSize, 0,
+        format({NSOpenGLPFAClosestPolicy, NSOpenGLPFANoRecovery, NSOpenGLPFAAlphaSize, 24,
+                NSOpenGLPFAColorSize, 24, NSOpenGLPFAStencilSize, 24, NSOpenGLPFADepthSize, 24,
                 NSOpenGLPFAOpenGLProfile, NSOpenGLProfileVersion3_2Core});
     ASSERT_NE(known, nullptr);
     known->release();
