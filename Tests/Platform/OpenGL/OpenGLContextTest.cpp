@@ -53,6 +53,7 @@ protected:
 
 TEST_F(PlatformContext, SwitchesAtBothLevelsOrStaysWhereItIs) {
     EXPECT_EQ(Platform::contextFailure(), "");
+    const auto nothingCurrent = currentState();
     EXPECT_EQ(NSOpenGLContext::currentContext(), nullptr);
     EXPECT_NE(first->number(), second->number());
     ASSERT_TRUE(first->makeCurrentContext());
@@ -74,7 +75,7 @@ TEST_F(PlatformContext, SwitchesAtBothLevelsOrStaysWhereItIs) {
     EXPECT_TRUE(CGLSetCurrentContext(nullptr) && !CGLGetCurrentContext());
     ASSERT_TRUE(first->makeCurrentContext());
     first->invalidate(); // unbinds it
-    EXPECT_EQ(NSOpenGLContext::currentContext(), nullptr);
+    EXPECT_EQ(currentState(), nothingCurrent);
 }
 
 TEST_F(PlatformContext, LeavesAForeignOneAlone) {
