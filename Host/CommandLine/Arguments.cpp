@@ -4,6 +4,7 @@
 #include "Host/CommandLine/Usage.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace Vexorel::PrismDrift::CommandLine {
 namespace {
@@ -54,14 +55,30 @@ std::vector<EffectArgument> effectArguments(const ParsedLine& line,
     return arguments;
 }
 
+// What prints something renders nothing and saves nothing beside it.
 void checkFiles(const Arguments& arguments) {
     const std::string input = arguments.input.file.string();
-    if (!arguments.script.empty() && !input.empty()) {
-        throw UsageError("--script takes no INPUT and OUTPUT beside it; leave out '" + input + "'");
+    const bool hasOutput = !arguments.output.file.empty();
+    if (input.empty() && hasOutput) {
+        throw UsageError("INPUT is an empty name; --help tells what it can be");
+    }
+    for (const auto& [option, isGiven] : {std::pair("--script", !arguments.script.empty()),
+                                          {"--about", arguments.about},
+                                          {"--list-parameters", arguments.listParameters}}) {
+        if (isGiven && !input.empty()) {
+            throw UsageError(std::string(option) +
+                             " takes no INPUT and OUTPUT beside it; leave out '" + input + "'");
+        }
+        if (isGiven && !arguments.savePreset.empty()) {
+            throw UsageError(std::string(option) +
+                             " takes no --save-preset beside it; leave one of them out");
+        }
+        if (isGiven) {
+            return;
+        }
     }
     const bool onlySaves = !arguments.savePreset.empty() && input.empty();
-    if (!arguments.listParameters && !arguments.about && arguments.script.empty() && !onlySaves &&
-        arguments.output.file.empty()) {
+    if (!onlySaves && !hasOutput) {
         throw UsageError(input.empty() ? "INPUT and OUTPUT are missing; --help tells more"
                                        : "OUTPUT is missing; --help tells more");
     }

@@ -65,7 +65,7 @@ std::string information(const ParsedLine& line) {
     return helpText(line.command, parameterOptions(effect->parameters()));
 }
 
-// What can't work, whatever the files hold, is wrong usage.
+// What can be seen to be wrong before a file is opened is wrong usage.
 void checkUsage(const Arguments& arguments) {
     try {
         Host::checkClipOutput(arguments.output);

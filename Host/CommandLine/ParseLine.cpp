@@ -142,7 +142,7 @@ private:
         const CLI::Option* option = mApp.get_option_no_throw(name);
         const bool isFlag = option != nullptr && option->get_type_name().empty();
         if (isFlag && name != word) {
-            line.problem = name + " takes no value";
+            note(line, name + " takes no value");
         } else if (isFlag) {
             sorted.push_back(word);
         } else {
@@ -150,10 +150,23 @@ private:
             if (option == nullptr) {
                 line.others.push_back({name, text});
             } else if (text.empty()) {
-                line.problem = name + " takes a value: " + option->get_type_name();
+                const std::string next = name == word && mNext < mWords.size() ? mWords[mNext] : "";
+                const bool isDashed =
+                    next.rfind("--", 0) == 0 && next != "--" &&
+                    mApp.get_option_no_throw(next.substr(0, next.find('='))) == nullptr;
+                note(line, name + " takes a value: " + option->get_type_name() +
+                               (isDashed ? "; one that begins with -- is written " + name + "=VALUE"
+                                         : ""));
             } else {
                 sorted.push_back(name + "=" + text);
             }
+        }
+    }
+
+    // The first problem is the one to report.
+    static void note(ParsedLine& line, const std::string& problem) {
+        if (line.problem.empty()) {
+            line.problem = problem;
         }
     }
 
@@ -188,7 +201,7 @@ ParsedLine parseLine(int count, const char* const* words) {
     try {
         app.parse(std::move(known));
     } catch (const CLI::ParseError& error) {
-        line.problem = error.what();
+        line.problem += line.problem.empty() ? error.what() : "";
     }
     for (const Option& option : programOptions()) {
         const CLI::Option* found =

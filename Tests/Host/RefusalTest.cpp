@@ -66,6 +66,10 @@ const Refusal commandLine[] = {
     {"--script .", 1, "cannot read the script '.': Is a directory\n"},
     {"--script", 2, ": --script takes a value: FILE\n"},
     {"--script fail.js in.png o.png", 2, "--script takes no INPUT and OUTPUT .*'in.png'\n"},
+    {"--about in.png o.png", 2, "--about takes no INPUT and OUTPUT .*'in.png'\n"},
+    {"--list-parameters --save-preset p.json", 2, "takes no --save-preset beside it; leave one"},
+    {"'' o.png --save-preset p.json", 2, "INPUT is an empty name"},
+    {"sheet in.png o.png --vary --shift-angle=1,2", 2, "begins with -- is written --vary=VALUE"},
     {"--script fail.js --shift-angle 3", 2, "unknown option '--shift-angle'"},
 };
 
