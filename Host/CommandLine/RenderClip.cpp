@@ -77,11 +77,11 @@ private:
     std::thread mThread;
 };
 
-// The thread that writes.
+// The thread that writes. Where that fails nothing more is read, or drawn, either.
 class Writing {
 public:
-    Writing(Host::ClipWriter& writer, Queue& queue)
-        : mWriter(writer), mQueue(queue), mThread([this] { run(); }) {}
+    Writing(Host::ClipWriter& writer, Queue& queue, Queue& read)
+        : mWriter(writer), mQueue(queue), mRead(read), mThread([this] { run(); }) {}
     Writing(const Writing&) = delete;
     Writing& operator=(const Writing&) = delete;
     ~Writing() {
@@ -111,11 +111,13 @@ private:
         } catch (...) {
             mError = std::current_exception();
             mQueue.close();
+            mRead.close(); // or the error would wait for the next frame of a pipe
         }
     }
 
     Host::ClipWriter& mWriter;
     Queue& mQueue;
+    Queue& mRead;
     std::exception_ptr mError;
     std::thread mThread;
 };
@@ -192,17 +194,19 @@ int renderClip(const ClipRendering& rendering) {
     Queue read(capacity);
     Queue drawn(capacity);
     const Interruption interruption([&read] { read.close(); });
-    Writing writing(rendering.writer, drawn);
+    Writing writing(rendering.writer, drawn, read);
     const Reading reading(rendering.reader, read);
+    bool isCutShort = false;
     try {
         drawFrames(rendering, read, drawn);
+        isCutShort = read.isClosed();
         drawn.end();
     } catch (...) {
         // What was drawn before is still written; the writer is not finished.
         drawn.end(std::current_exception());
     }
     writing.join();
-    return Interruption::signal();
+    return isCutShort ? Interruption::signal() : 0; // a signal may come after the last frame
 }
 
 } // namespace Vexorel::PrismDrift::CommandLine

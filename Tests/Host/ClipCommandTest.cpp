@@ -139,6 +139,12 @@ TEST_F(ClipCommandTest, AFailedWriteLeavesNoFile) {
     EXPECT_EQ(output("set +o pipefail; $PROGRAM $FAKE --quiet in.mp4 - --output-format rawvideo | "
                      "head -c 100 >one; echo ${PIPESTATUS[0]}"),
               "1\n");
+    // An idle pipe doesn't hold the error back.
+    EXPECT_EQ(run("timeout 10 $PROGRAM $FAKE --quiet --input-format rawvideo --video-size 64x64 "
+                  "--pixel-format rgba - - --output-format rawvideo >/dev/full < <(head -c 65536 "
+                  "/dev/zero; exec sleep 30); echo $? >&2; pkill -P $$ sleep")
+                  .errors,
+              "prismdrift: error: cannot write to standard output: No space left on device\n1\n");
     const Result full =
         run("trap '' XFSZ; ulimit -f 20; $PROGRAM $FAKE in.mp4 big.mkv --codec ffv1");
     EXPECT_EQ(full.status, 1);
