@@ -126,8 +126,8 @@ const std::vector<Option> sheetOptions = {
      .onlyIn = Command::Sheet},
     {.name = "--cell-width",
      .takes = "PIXELS",
-     .help = "Width that the pictures are scaled down to, 96 to 8192. Default: 320, or the "
-             "picture's own width if that is less",
+     .help = "Width that the pictures are scaled down to, 96 to 8192. Default: the picture's "
+             "own width, but 128 at least and 320 at most",
      .store = storeCellWidth,
      .onlyIn = Command::Sheet},
 };

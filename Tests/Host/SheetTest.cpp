@@ -134,11 +134,11 @@ TEST_F(SheetTest, ShowsWhatTheProgramRenders) {
         labels.push_back("channel-order " + order + "\nshift-distance 10"); // 4 % of 240, rounded
     }
     expectSheet("in.png", "", "", 4,
-                {"in.png", "240x120, shift-distance 10 (chosen, as none was given)", labels});
+                {"in.png", "240x120, shift-distance 10 (chosen, as it was 0)", labels});
     std::filesystem::copy_file(path("in.png"), path("sheet")); // not the sub-command
     expectSheet("in.png", "--downsample 2", "--vary shift-angle=0,90 ", 2,
                 {"in.png",
-                 "240x120, downsample 2, shift-distance 20 (chosen, as none was given)",
+                 "240x120, downsample 2, shift-distance 20 (chosen, as it was 0)",
                  {"shift-angle 0\nshift-distance 20", "shift-angle 90\nshift-distance 20"}});
     expectSheet("./sheet", "--shift-distance 7", "--vary channel-order=RGB,GBR --columns 1 ", 1,
                 {"sheet", "240x120, shift-distance 7", {"channel-order RGB", "channel-order GBR"}});

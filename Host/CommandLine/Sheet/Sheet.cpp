@@ -91,7 +91,7 @@ public:
                 Host::numberText(std::min(wanted, mOption->members.front()->maximum));
             mOption->apply(value, *cell.values);
             cell.label += "\n" + labelOf(*mOption, value);
-            words = labelOf(*mOption, value) + " (chosen, as none was given)";
+            words = labelOf(*mOption, value) + " (chosen, as it was 0)";
         }
         return words;
     }
