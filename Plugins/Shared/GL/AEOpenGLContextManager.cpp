@@ -1,7 +1,7 @@
 #include "Shared/GL/AEOpenGLContextManager.h"
 
 #include <memory>
-#include <vector>
+#include <utility>
 
 namespace Vexorel::PrismDrift {
 
@@ -20,22 +20,20 @@ namespace {
 /// The calling thread's context id, -1 until it asks for a context.
 thread_local std::int32_t mThread = -1;
 
-/// The contexts of threads that have ended. Never destroyed, as threads may outlive static objects.
-std::vector<AEOpenGLContext*>& ended PRISMDRIFT_GUARDED_BY(AEOpenGLContextManager::mMapMutex) =
-    *new std::vector<AEOpenGLContext*>;
+/// The contexts of threads that have ended, none of them null. Never destroyed, as threads may
+/// outlive static objects.
+std::map<int, AEOpenGLContext*>& ended PRISMDRIFT_GUARDED_BY(AEOpenGLContextManager::mMapMutex) =
+    *new std::map<int, AEOpenGLContext*>;
 
-/// Moves the contexts of ended threads out of the list.
-std::vector<AEOpenGLContext*> takeEnded() {
-    std::vector<AEOpenGLContext*> taken;
+std::map<int, AEOpenGLContext*> takeEnded() {
     const MutexLock lock(AEOpenGLContextManager::mMapMutex);
-    taken.swap(ended);
-    return taken;
+    return std::exchange(ended, {});
 }
 
 /// Destroys what threads have left behind. No thread may be drawing.
 void destroyLeftContexts() PRISMDRIFT_REQUIRES(AEOpenGLContextManager::mMutex) {
-    for (const AEOpenGLContext* context : takeEnded()) {
-        delete context;
+    for (const auto& entry : takeEnded()) {
+        delete entry.second;
     }
     Platform::destroyRetiredContexts();
 }
@@ -57,14 +55,18 @@ struct ThreadEnd {
     }
 
 private:
-    /// Moves the thread's context, if it has one, from the map to the list.
+    /// Moves the thread's context, if it has one, to those of ended threads. This allocates nothing
+    /// that could fail.
     static void retire() {
         const MutexLock lock(AEOpenGLContextManager::mMapMutex);
         auto& contexts = AEOpenGLContextManager::mRenderContexts;
         const auto found = contexts.find(mThread);
-        if (found != contexts.end()) {
-            ended.push_back(found->second);
-            contexts.erase(found);
+        if (found == contexts.end()) {
+            return;
+        }
+        auto entry = contexts.extract(found);
+        if (entry.mapped() != nullptr) {
+            ended.insert(std::move(entry));
         }
     }
 };
@@ -138,8 +140,8 @@ void AEOpenGLContextManager::abandonContexts() {
                 entry.second->mNSContext->setLost();
             }
         }
-        for (const AEOpenGLContext* context : ended) {
-            context->mNSContext->setLost();
+        for (const auto& entry : ended) {
+            entry.second->mNSContext->setLost();
         }
     }
     Platform::forgetRetiredContexts();

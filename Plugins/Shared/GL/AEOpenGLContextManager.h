@@ -48,7 +48,7 @@ public:
     /// By id; owned.
     static std::map<int, AEOpenGLContext*>& mRenderContexts PRISMDRIFT_GUARDED_BY(mMapMutex);
     static Platform::RecursiveMutex& mMutex;
-    static Platform::Mutex& mMapMutex; ///< a leaf: taken under mMutex or alone, for the map only
+    static Platform::Mutex& mMapMutex; ///< a leaf: taken under mMutex or alone, for the maps only
     static AEOpenGLContext* mSharedDataContext PRISMDRIFT_GUARDED_BY(mMutex); ///< owned
 };
 
