@@ -102,6 +102,17 @@ std::vector<PF_ParamDef> parameterRecords(const World& input, const ParameterVal
     return records;
 }
 
+// Gives the effect a command without pictures. `purpose` is what it could not do if it fails.
+PF_OutData give(PF_EffectMain entry, PF_Cmd name, PF_ProgressInfo& command, const char* purpose) {
+    PF_InData in = makeInData(command);
+    PF_OutData out{};
+    const PF_Err code = entry(name, &in, &out, nullptr, nullptr, nullptr);
+    if (code != PF_Err_NONE) {
+        fail(purpose, code, out, command.refusal);
+    }
+    return out;
+}
+
 } // namespace
 
 HostedEffect::HostedEffect(PF_EffectMain entry) : mEntry(entry) {
@@ -124,12 +135,7 @@ void HostedEffect::publish() {
     std::vector<Parameter> parameters;
     PF_ProgressInfo command;
     command.published = &parameters;
-    PF_InData in = makeInData(command);
-    PF_OutData out{};
-    const PF_Err code = mEntry(PF_Cmd_PARAMS_SETUP, &in, &out, nullptr, nullptr, nullptr);
-    if (code != PF_Err_NONE) {
-        fail("publish its parameters", code, out, command.refusal);
-    }
+    const PF_OutData out = give(mEntry, PF_Cmd_PARAMS_SETUP, command, "publish its parameters");
     if (out.num_params != static_cast<std::int32_t>(parameters.size()) + 1) {
         throw Error("the effect announces " + std::to_string(out.num_params) +
                     " parameters, the input among them, and publishes " +
@@ -143,12 +149,7 @@ void HostedEffect::publish() {
 
 std::string HostedEffect::about() const {
     PF_ProgressInfo command;
-    PF_InData in = makeInData(command);
-    PF_OutData out{};
-    const PF_Err code = mEntry(PF_Cmd_ABOUT, &in, &out, nullptr, nullptr, nullptr);
-    if (code != PF_Err_NONE) {
-        fail("describe itself", code, out, command.refusal);
-    }
+    const PF_OutData out = give(mEntry, PF_Cmd_ABOUT, command, "describe itself");
     std::string text(out.return_msg, strnlen(out.return_msg, sizeof out.return_msg));
     std::replace(text.begin(), text.end(), '\r', '\n');
     return text;
@@ -190,12 +191,7 @@ void HostedEffect::setDown() {
     }
     all.counts.erase(mEntry);
     PF_ProgressInfo command;
-    PF_InData in = makeInData(command);
-    PF_OutData out{};
-    const PF_Err code = mEntry(PF_Cmd_GLOBAL_SETDOWN, &in, &out, nullptr, nullptr, nullptr);
-    if (code != PF_Err_NONE) {
-        fail("be set down", code, out, command.refusal);
-    }
+    give(mEntry, PF_Cmd_GLOBAL_SETDOWN, command, "be set down");
 }
 
 void HostedEffect::render(const World& input, World& output, const ParameterValues& values,
