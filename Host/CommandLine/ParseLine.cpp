@@ -29,7 +29,7 @@ CommandWords wordsOf(Command command) {
             "Shifts the red, green and blue of a picture apart."};
 }
 
-// CLI11's layout, with our own words where it would put what can't be left out in brackets.
+// CLI11's layout, without its marks behind the names of options, and with a usage line of ours.
 class HelpLayout : public CLI::Formatter {
 public:
     explicit HelpLayout(std::string usage) : mUsage(std::move(usage)) { column_width(helpColumn); }
@@ -150,13 +150,8 @@ private:
             if (option == nullptr) {
                 line.others.push_back({name, text});
             } else if (text.empty()) {
-                const std::string next = name == word && mNext < mWords.size() ? mWords[mNext] : "";
-                const bool isDashed =
-                    next.rfind("--", 0) == 0 && next != "--" &&
-                    mApp.get_option_no_throw(next.substr(0, next.find('='))) == nullptr;
                 note(line, name + " takes a value: " + option->get_type_name() +
-                               (isDashed ? "; one that begins with -- is written " + name + "=VALUE"
-                                         : ""));
+                               (name == word ? hintAtDashes(name) : ""));
             } else {
                 sorted.push_back(name + "=" + text);
             }
@@ -168,6 +163,14 @@ private:
         if (line.problem.empty()) {
             line.problem = problem;
         }
+    }
+
+    // How to write the value that is next in the line, if it looks like an option and is none.
+    std::string hintAtDashes(const std::string& option) const {
+        const std::string next = mNext < mWords.size() ? mWords[mNext] : "";
+        const bool isValue = next.size() > 2 && next.rfind("--", 0) == 0 &&
+                             mApp.get_option_no_throw(next.substr(0, next.find('='))) == nullptr;
+        return isValue ? "; one that begins with -- is written " + option + "=VALUE" : "";
     }
 
     // The word behind the option if it can be its value; otherwise empty.

@@ -46,7 +46,8 @@ public:
         mThread.join();
     }
 
-    // Before any object is made.
+    // Gives the signal that ends a read a handler, so that it ends nothing else. Called before any
+    // object is made.
     static void prepare() {
         struct sigaction action = {};
         action.sa_handler = [](int) {};
