@@ -63,11 +63,10 @@ VideoDecoder::VideoDecoder(const AVStream& stream, ClipKind kind, bool mayStartB
     if (isStrict(decoder->id, kind)) {
         mContext->err_recognition = AV_EF_EXPLODE | AV_EF_CRCCHECK;
     }
-    // A message that is needed must be logged on this thread.
+    // Threads work on the slices of one frame, never on several frames: those give a frame before
+    // its damage is known, and log on threads of their own. A still is decoded on this one.
+    mContext->thread_type = FF_THREAD_SLICE;
     mContext->thread_count = kind == ClipKind::Still ? 1 : 0; // 0: as many as processors
-    if (decoder->id == AV_CODEC_ID_FFV1) {
-        mContext->thread_type = FF_THREAD_SLICE;
-    }
     checkResult(avcodec_open2(mContext.get(), decoder, nullptr));
 }
 
