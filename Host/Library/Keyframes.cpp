@@ -13,23 +13,20 @@ namespace {
 
 constexpr double largestTime = std::numeric_limits<std::int32_t>::max(); // frames or seconds
 
-// The text's UTF-8 characters, each in a column of its own; control characters as blanks.
-std::vector<std::string> columnsOf(std::string_view text) {
-    std::vector<std::string> columns;
-    for (const char byte : text) {
-        const auto code = static_cast<unsigned char>(byte);
-        if ((code & 0xC0U) == 0x80U && !columns.empty()) {
-            columns.back() += byte; // a further byte of the same character
-        } else {
-            columns.emplace_back(1, code < ' ' || code == 0x7FU ? ' ' : byte);
-        }
+// The text's UTF-8 characters, each in a column of its own; blanks for what isn't visible.
+std::vector<std::string_view> columnsOf(std::string_view text) {
+    std::vector<std::string_view> columns;
+    while (!text.empty()) {
+        const std::size_t length = visibleLength(text);
+        columns.push_back(length > 0 ? text.substr(0, length) : " ");
+        text.remove_prefix(std::max<std::size_t>(1, length));
     }
     return columns;
 }
 
 std::string withCaret(std::string_view text, std::size_t place) {
     constexpr std::size_t before = 40, width = 72;
-    const std::vector<std::string> columns = columnsOf(text);
+    const std::vector<std::string_view> columns = columnsOf(text);
     const std::size_t caret = columnsOf(text.substr(0, place)).size();
     const std::size_t first = columns.size() > width && caret > before ? caret - before : 0;
     const std::size_t last = std::min(columns.size(), first + width);

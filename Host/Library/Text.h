@@ -23,4 +23,16 @@ std::string lowerCase(std::string_view text);
 
 bool equalIgnoringCase(std::string_view left, std::string_view right);
 
+/// The bytes of the UTF-8 character that the text begins with, if a terminal only shows it. 0 for
+/// what it would obey instead, a control character or a mark that ends a line or turns the
+/// direction of writing, and for bytes that are no UTF-8.
+std::size_t visibleLength(std::string_view text);
+
+/// The text for a terminal, in one line: what it wouldn't only show is written out, as "\n",
+/// "\x1b", "\u202e", or "\xff" for a byte that is no UTF-8.
+std::string printable(std::string_view text);
+
+/// The same, line by line.
+std::string printableLines(std::string_view text);
+
 } // namespace Vexorel::PrismDrift::Host

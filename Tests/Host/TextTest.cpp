@@ -38,4 +38,21 @@ TEST(TextTest, PartsAndEndsAreFound) {
     EXPECT_TRUE(equalIgnoringCase("rGb", "RGB") && !equalIgnoringCase("RG", "RGB"));
 }
 
+TEST(TextTest, WhatATerminalWouldObeyIsWrittenOut) {
+    const std::pair<std::string_view, const char*> cases[] = {
+        {"Größe 😀\\n\uFFFD\u00A0", "Größe 😀\\n\uFFFD\u00A0"},
+        {{"a\0\t\n\x1B[2J\x7F", 9}, "a\\x00\\t\\n\\x1b[2J\\x7f"},
+        {"\xC2\x9B|\xC2\xA0|\u2029|\u202E|\u202F|\u2066|\u2069|\u206A",
+         "\\u009b|\xC2\xA0|\\u2029|\\u202e|\u202F|\\u2066|\\u2069|\u206A"},
+        // A stray byte, overlong forms, half a pair, beyond the last code, cut off.
+        {"\x80|\xC1\x8A|\xE0\x80\x8A", "\\x80|\\xc1\\x8a|\\xe0\\x80\\x8a"},
+        {"\xED\xA0\x80|\xF4\x90\x80\x80", "\\xed\\xa0\\x80|\\xf4\\x90\\x80\\x80"},
+        {"\xF8\x88|\xE2\x82", "\\xf8\\x88|\\xe2\\x82"},
+    };
+    for (const auto& [text, shown] : cases) {
+        EXPECT_EQ(printable(text), shown);
+    }
+    EXPECT_EQ(printableLines("a\r\n\n\x1B\n"), "a\\r\n\n\\x1b\n");
+}
+
 } // namespace
