@@ -16,6 +16,7 @@
 #include "Host/CommandLine/VersionText.h"
 #include "Host/Library/Error.h"
 #include "Host/Library/HostedEffect.h"
+#include "Host/Library/Text.h"
 #include "Host/Media/Clip.h"
 #include "Host/Media/SequencePattern.h"
 
@@ -117,7 +118,7 @@ int render(Host::HostedEffect& effect, const Arguments& arguments,
 int run(const ParsedLine& line) {
     const StandardOutput output(line.has("--verbose"));
     if (line.has("--help") || line.has("--version")) {
-        output.write(information(line));
+        output.show(information(line));
         return Done;
     }
     if (line.has("--script")) { // needs no effect
@@ -130,9 +131,9 @@ int run(const ParsedLine& line) {
     if (line.command == Command::Sheet) {
         makeSheet(effect, options, readSheetArguments(arguments, options));
     } else if (arguments.about) {
-        output.write(effect.about() + "\n");
+        output.show(effect.about() + "\n");
     } else if (arguments.listParameters) {
-        output.write(parameterTable(effect.parameters()));
+        output.show(parameterTable(effect.parameters()));
     } else if (const int signal = render(effect, arguments, output); signal != 0) {
         constexpr int interrupted = 128; // as shells count it
         return interrupted + signal;
@@ -149,8 +150,10 @@ void keepMemory() {
     mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
 }
 
-int complain(const std::string& text, ExitStatus status) {
-    std::cerr << "prismdrift: error: " << text << "\n";
+// `shown` are lines that may follow.
+int complain(const std::string& text, ExitStatus status, const std::string& shown = "") {
+    std::cerr << "prismdrift: error: " << Host::printable(text) << "\n"
+              << shown << (shown.empty() ? "" : "\n");
     return status;
 }
 
@@ -160,7 +163,7 @@ int runOrComplain(int count, const char* const* words) {
     try {
         return run(parseLine(count, words));
     } catch (const UsageError& error) {
-        return complain(error.what(), WrongUsage);
+        return complain(error.what(), WrongUsage, error.shown());
     } catch (const std::bad_alloc&) {
         return complain("there is not enough memory", CouldNot);
     } catch (const std::exception& error) {

@@ -118,7 +118,7 @@ Keyframes parseKeyframes(const Parameter& parameter, std::string_view text,
     try {
         return Keyframes::parse(text, parameter);
     } catch (const KeyframesError& error) {
-        throw UsageError(option + ": " + error.what() + "\n" + error.shown());
+        throw UsageError(option + ": " + error.what(), error.shown());
     }
 }
 
@@ -179,8 +179,10 @@ std::string parameterTable(const std::vector<Parameter>& parameters) {
     std::vector<Row> rows = {{"Option", "Parameter", "Takes", "Default", "Keyframes"}};
     for (const ParameterOption& option : parameterOptions(parameters)) {
         for (const Parameter* member : option.members) {
-            rows.push_back({option.name, member->fullName(), takesWithUnit(*member),
-                            member->valueText(member->initial), member->varies ? "yes" : "no"});
+            rows.push_back({option.name, Host::printable(member->fullName()),
+                            Host::printable(takesWithUnit(*member)),
+                            Host::printable(member->valueText(member->initial)),
+                            member->varies ? "yes" : "no"});
         }
     }
     std::array<std::size_t, 5> widths{};

@@ -1,6 +1,7 @@
 #include "Host/CommandLine/ParseLine.h"
 
 #include "Host/CommandLine/Options.h"
+#include "Host/Library/Text.h"
 
 #include <CLI/CLI.hpp>
 
@@ -100,8 +101,9 @@ void setUp(CLI::App& app, Command command, const std::vector<ParameterOption>& e
     for (const Option& option : programOptions()) {
         if (std::strcmp(option.group, effectGroup) == 0 && !std::exchange(hasEffect, true)) {
             for (const ParameterOption& parameter : effectOptions) {
-                app.add_option(parameter.name, CLI::callback_t(), wrapped(parameter.meaning))
-                    ->type_name(parameter.takes)
+                app.add_option(parameter.name, CLI::callback_t(),
+                               wrapped(Host::printable(parameter.meaning)))
+                    ->type_name(Host::printable(parameter.takes))
                     ->group(effectGroup);
             }
         }

@@ -31,7 +31,7 @@ const char* const versionKey = "prismdrift";
 const char* const parametersKey = "parameters";
 
 std::string inQuotes(const std::string& text) {
-    return Json(text).dump(-1, ' ', true, Json::error_handler_t::replace);
+    return Json(text).dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
 // A value as messages show it.
@@ -40,8 +40,12 @@ std::string valueText(const Json& value) {
     if (value.is_structured()) {
         return value.is_object() ? "an object" : "an array";
     }
-    const std::string text = value.dump(-1, ' ', true);
-    return text.size() > longest ? text.substr(0, longest) + "..." : text;
+    const std::string text = value.dump();
+    std::size_t end = std::min(longest, text.size());
+    while (end < text.size() && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U) {
+        --end; // to where a character begins
+    }
+    return end < text.size() ? text.substr(0, end) + "..." : text;
 }
 
 // "A, B and C", quoted.

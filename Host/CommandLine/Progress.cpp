@@ -1,5 +1,7 @@
 #include "Host/CommandLine/Progress.h"
 
+#include "Host/Library/Text.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -82,7 +84,8 @@ void Progress::warn(const std::string& text) {
         return;
     }
     const Platform::MutexLock lock(mMutex);
-    std::cerr << (mHasBar ? "\r\033[K" : "") << "prismdrift: warning: " << text << "\n";
+    std::cerr << (mHasBar ? "\r\033[K" : "") << "prismdrift: warning: " << Host::printable(text)
+              << "\n";
 }
 
 void Progress::show(bool last) {

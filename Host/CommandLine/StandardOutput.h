@@ -2,6 +2,8 @@
 
 /// The program's standard output, kept apart from what a plug-in prints.
 
+#include "Host/Library/Text.h"
+
 #include <string_view>
 
 namespace Vexorel::PrismDrift::CommandLine {
@@ -18,6 +20,9 @@ public:
 
     /// Writes all of it. Throws Error where that fails, a full disk for example.
     void write(std::string_view text) const;
+
+    /// Writes lines for people, with what a terminal would obey written out.
+    void show(std::string_view lines) const { write(Host::printableLines(lines)); }
 
     /// Where it led, for pictures; below 0 if it was closed.
     int descriptor() const { return mDescriptor; }

@@ -5,6 +5,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace Vexorel::PrismDrift::CommandLine {
@@ -12,7 +13,14 @@ namespace Vexorel::PrismDrift::CommandLine {
 /// The command line makes no sense; the text says which part and what would.
 class UsageError : public std::runtime_error {
 public:
-    using std::runtime_error::runtime_error;
+    explicit UsageError(const std::string& text, std::string shown = "")
+        : std::runtime_error(text), mShown(std::move(shown)) {}
+
+    /// Lines that show where a text is wrong, printable as they are; empty for none.
+    const std::string& shown() const { return mShown; }
+
+private:
+    std::string mShown;
 };
 
 /// "; did you mean 'NAME'?" for the known name that is written most alike, an empty text if none is

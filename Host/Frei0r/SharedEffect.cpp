@@ -1,5 +1,6 @@
 #include "Host/Frei0r/SharedEffect.h"
 
+#include "Host/Library/Text.h"
 #include "PrismDrift/Sources/Embedded.h"
 
 #include <cstdio>
@@ -54,7 +55,7 @@ void warnOnce(const std::string& text) noexcept {
         static auto& warnings = *new Warnings;
         const Platform::MutexLock lock(warnings.mutex);
         if (warnings.written.insert(text).second) {
-            std::fputs(("prismdrift (frei0r): " + text + "\n").c_str(), stderr);
+            std::fputs(("prismdrift (frei0r): " + printable(text) + "\n").c_str(), stderr);
         }
     } catch (const std::exception&) { // NOLINT(bugprone-empty-catch): no memory for the message
     }

@@ -75,6 +75,8 @@ const Refusal commandLine[] = {
 
 const Refusal fileRefusals[] = {
     {"none.png kept.png", 1, "cannot read 'none.png': No such file or directory\n"},
+    {"$'n\\n\\e[2J\\xe2\\x80\\xae\\xc3\\xa4\\xff' kept.png", 1,
+     "'n.n.x1b\\[2J.u202e\u00e4.xff': No"},
     {"in.png folder.png", 1, "cannot write 'folder.png': it is a directory"},
     {"in.png kept.png/kept.png", 1, "Not a directory"},
     {"in.mp4 none/o.%d.png", 1, "cannot write 'none/o.*': the folder '.*none': No such file"},
@@ -160,6 +162,7 @@ const Refusal presets[] = {
     {loading, 1, "the key \"Shift Angle\" appears twice",
      given + "\"Shift Angle\": 1, \"Shift Angle\": 1}}"},
     {loading, 1, "or keyframes as a string, not null", given + "\"Shift Angle\": null}}"},
+    {loading, 1, "not \"\u00e4.x7f.n\"\n", given + "\"Shift Angle\": \"\u00e4\x7F\\n\"}}"},
     {loading, 1, "or keyframes as a string, not \"30\"", given + "\"Shift Angle\": \"30\"}}"},
     {loading, 1, "up to, not including, 32768, or key", given + "\"Shift Angle\": 32768}}"},
     {loading, 1, "between time and value, at character 8 of \"0=0; 25.=4\"",

@@ -52,7 +52,7 @@ void applyVaried(const Variation& variation, const std::string& value, Cell& cel
     try {
         variation.option->apply(value, *cell.values);
     } catch (const UsageError& error) {
-        throw UsageError(std::string("--vary: ") + error.what());
+        throw UsageError(std::string("--vary: ") + error.what(), error.shown());
     }
     cell.label += (cell.label.empty() ? "" : "\n") + labelOf(*variation.option, value);
 }
