@@ -1,7 +1,9 @@
 #include "Host/CommandLine/Arguments.h"
 
+#include "Host/CommandLine/ClipErrorText.h"
 #include "Host/CommandLine/Options.h"
 #include "Host/CommandLine/Usage.h"
+#include "Host/Library/Error.h"
 
 #include <algorithm>
 #include <utility>
@@ -84,6 +86,15 @@ void checkFiles(const Arguments& arguments) {
     }
 }
 
+// What is wrong with every file is wrong usage.
+void checkInput(const Host::ClipInput& input) {
+    try {
+        Host::checkClipInput(input);
+    } catch (const Host::Error& error) {
+        throw UsageError(textWithOptions(error));
+    }
+}
+
 } // namespace
 
 Arguments readArguments(const ParsedLine& line, const std::vector<ParameterOption>& effectOptions) {
@@ -107,6 +118,7 @@ Arguments readArguments(const ParsedLine& line, const std::vector<ParameterOptio
         }
     }
     checkFiles(arguments);
+    checkInput(arguments.input);
     return arguments;
 }
 

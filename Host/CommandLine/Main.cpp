@@ -18,7 +18,6 @@
 #include "Host/Library/HostedEffect.h"
 #include "Host/Library/Text.h"
 #include "Host/Media/Clip.h"
-#include "Host/Media/SequencePattern.h"
 
 #include <csignal>
 #include <iostream>
@@ -66,11 +65,9 @@ std::string information(const ParsedLine& line) {
     return helpText(line.command, parameterOptions(effect->parameters()));
 }
 
-// What can be seen to be wrong before a file is opened is wrong usage.
-void checkUsage(const Arguments& arguments) {
+void checkOutput(const Arguments& arguments) {
     try {
         Host::checkClipOutput(arguments.output);
-        Host::SequencePattern::ofInput(arguments.input.file);
     } catch (const Host::Error& error) {
         throw UsageError(textWithOptions(error));
     }
@@ -88,7 +85,7 @@ void sayInterrupted(std::int64_t frames) {
 int render(Host::HostedEffect& effect, const Arguments& arguments,
            const StandardOutput& standardOutput) {
     if (!arguments.output.file.empty()) {
-        checkUsage(arguments);
+        checkOutput(arguments);
     }
     Host::ParameterValues values = chosenValues(effect, arguments);
     if (!arguments.savePreset.empty()) {

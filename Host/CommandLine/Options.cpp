@@ -50,15 +50,6 @@ void storeFrames(Arguments& arguments, Text text) {
     arguments.input.frames = *frames;
 }
 
-void storeFrameRate(Arguments& arguments, Text text) {
-    try {
-        Host::frameRateFrom(text);
-    } catch (const Host::Error& error) {
-        throw UsageError(std::string("--framerate: ") + error.what());
-    }
-    arguments.input.frameRate = text;
-}
-
 void storeMissing(Arguments& arguments, Text text) {
     arguments.input.missing = choice<Host::Missing>(
         "--missing", text, {{"skip", Host::Missing::Skip}, {"hold", Host::Missing::Hold}});
@@ -163,7 +154,7 @@ const std::vector<Option> inputOptions = {
     {.name = "--framerate",
      .takes = "RATE",
      .help = "Frames per second of a sequence or of raw input. Default: 25",
-     .store = storeFrameRate,
+     .store = [](Arguments& to, Text text) { to.input.frameRate = text; },
      .setting = ClipSetting::FrameRate},
     {.name = "--input-format",
      .takes = "FORMAT",

@@ -105,7 +105,11 @@ public:
     virtual void stop() {}
 };
 
-/// Throws Error as the readers do, a ClipError where a setting is to blame.
+/// Throws Error for an input that no file would suit: settings whose values are unknown or missing,
+/// or a name that is no pattern.
+void checkClipInput(const ClipInput& input);
+
+/// Throws Error as `checkClipInput` and the readers do, a ClipError where a setting is to blame.
 std::unique_ptr<ClipReader> openClip(const ClipInput& input);
 
 /// Writes a clip. One thread at a time.

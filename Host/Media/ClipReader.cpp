@@ -201,13 +201,15 @@ Ratio frameRateFrom(const std::string& text) {
         rate.num / rate.den > highest) {
         throw ClipError(ClipReason::ValueNotTaken, {ClipSetting::FrameRate},
                         "'" + text +
-                            "' is no frame rate: a number such as 25 or 23.976, a fraction such as "
-                            "30000/1001, or a name such as ntsc is taken");
+                            "' is no frame rate: a number above 0 and up to 100000 such as 25 or "
+                            "23.976, a fraction such as 30000/1001, or a name such as ntsc is "
+                            "taken");
     }
     return {rate.num, rate.den};
 }
 
 std::unique_ptr<ClipReader> openClip(const ClipInput& input) {
+    checkClipInput(input);
     if (auto pattern = SequencePattern::ofInput(input.file)) {
         refuseRawSettings(input);
         return std::make_unique<SequenceReader>(input, std::move(*pattern));

@@ -35,18 +35,6 @@ bool isTextOrList(const AVInputFormat& format) {
     return false;
 }
 
-const AVInputFormat* formatNamed(const std::string& name) {
-    if (name.empty()) {
-        return nullptr;
-    }
-    const AVInputFormat* format = av_find_input_format(name.c_str());
-    if (format == nullptr) {
-        throw ClipError(ClipReason::ValueNotTaken, {ClipSetting::InputFormat},
-                        "there is no input format '" + name + "'");
-    }
-    return format;
-}
-
 // A setting that FFmpeg's format takes as an option.
 struct FormatOption {
     const char* name;
@@ -109,13 +97,8 @@ Demuxer::Demuxer(const ClipInput& input)
     if (input.file != "-") {
         checkReadable(input.file);
     }
-    const AVInputFormat* wanted = formatNamed(input.format);
-    if (input.format == "rawvideo" && input.videoSize.empty()) {
-        throw ClipError(ClipReason::SettingNeeded,
-                        {ClipSetting::VideoSize, ClipSetting::InputPixelFormat},
-                        "rawvideo doesn't describe itself: it needs a video size, and a pixel "
-                        "format unless it is yuv420p");
-    }
+    const AVInputFormat* wanted =
+        input.format.empty() ? nullptr : av_find_input_format(input.format.c_str());
     // FFmpeg frees the context if it can't open the file.
     AVFormatContext* context = owned(avformat_alloc_context()).release();
     context->opaque = &mUrl;
