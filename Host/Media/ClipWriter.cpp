@@ -72,10 +72,8 @@ void checkVideoSettings(const ClipOutput& output, const Target& target) {
     try {
         const VideoCodec& codec =
             chooseCodec(*target.container, output.codec, AV_CODEC_ID_NONE, false);
-        if (!output.pixelFormat.empty() &&
-            (!output.codec.empty() || target.container->codecs.size() == 1)) {
-            const auto plain = owned(av_frame_alloc());
-            choosePixelFormat(codec, output.pixelFormat, *plain);
+        if (!output.pixelFormat.empty()) {
+            checkPixelFormat(*target.container, output.codec, output.pixelFormat);
         }
         if (output.quality && codec.qualityOption == nullptr && !output.codec.empty()) {
             throw ClipError(ClipReason::SettingNotTaken, {ClipSetting::Quality},

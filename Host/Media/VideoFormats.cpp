@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <set>
 #include <string_view>
 
 extern "C" {
@@ -128,6 +129,32 @@ bool isConvertible(AVPixelFormat format) {
     return isPackedRgb(format) || sws_isSupportedOutput(format) != 0;
 }
 
+bool isTaken(AVPixelFormat format, const VideoCodec& codec) {
+    return format != AV_PIX_FMT_NONE && isConvertible(format) &&
+           (codec.formats.empty() ||
+            std::find(codec.formats.begin(), codec.formats.end(), format) != codec.formats.end());
+}
+
+[[noreturn]] void refusePixelFormat(const std::string& wanted, const std::string& taker,
+                                    const std::vector<const VideoCodec*>& codecs) {
+    std::string known;
+    std::set<AVPixelFormat> listed;
+    for (const VideoCodec* codec : codecs) {
+        for (const AVPixelFormat one : codec->formats) {
+            if (listed.insert(one).second) {
+                known += (known.empty() ? ", which takes " : ", ") +
+                         std::string(av_get_pix_fmt_name(one));
+            }
+        }
+    }
+    if (std::any_of(codecs.begin(), codecs.end(),
+                    [](const VideoCodec* codec) { return codec->formats.empty(); })) {
+        known = "; 'ffmpeg -pix_fmts' lists them";
+    }
+    throw ClipError(ClipReason::ValueNotTaken, {ClipSetting::OutputPixelFormat},
+                    "'" + wanted + "' is no pixel format of " + taker + known);
+}
+
 // The source's own format if it has 8 bits, else RGB.
 AVPixelFormat plainFormat(const AVFrame& source) {
     const auto own = static_cast<AVPixelFormat>(source.format);
@@ -190,21 +217,28 @@ const VideoCodec& chooseCodec(const Container& container, const std::string& wan
     return chosen;
 }
 
+void checkPixelFormat(const Container& container, const std::string& codec,
+                      const std::string& wanted) {
+    const AVPixelFormat format = av_get_pix_fmt(wanted.c_str());
+    std::vector<const VideoCodec*> possible;
+    for (const char* name : container.codecs) {
+        if (codec.empty() || codec == name) {
+            possible.push_back(&codecNamed(name));
+        }
+    }
+    if (std::none_of(possible.begin(), possible.end(),
+                     [format](const VideoCodec* one) { return isTaken(format, *one); })) {
+        const std::string all = std::string(".") + container.ending;
+        refusePixelFormat(wanted, possible.size() == 1 ? possible.front()->name : all, possible);
+    }
+}
+
 AVPixelFormat choosePixelFormat(const VideoCodec& codec, const std::string& wanted,
                                 const AVFrame& source) {
     if (!wanted.empty()) {
         const AVPixelFormat format = av_get_pix_fmt(wanted.c_str());
-        const bool offered =
-            codec.formats.empty() ||
-            std::find(codec.formats.begin(), codec.formats.end(), format) != codec.formats.end();
-        if (format == AV_PIX_FMT_NONE || !offered || !isConvertible(format)) {
-            std::string known;
-            for (const AVPixelFormat one : codec.formats) {
-                known += (known.empty() ? ", which takes " : ", ") +
-                         std::string(av_get_pix_fmt_name(one));
-            }
-            throw ClipError(ClipReason::ValueNotTaken, {ClipSetting::OutputPixelFormat},
-                            "'" + wanted + "' is no pixel format of " + codec.name + known);
+        if (!isTaken(format, codec)) {
+            refusePixelFormat(wanted, codec.name, {&codec});
         }
         return format;
     }

@@ -45,6 +45,11 @@ std::string containerEndings();
 const VideoCodec& chooseCodec(const Container& container, const std::string& wanted,
                               AVCodecID ownCodec, bool alpha);
 
+/// Throws ClipError for the name of a pixel format that the codec of this name doesn't take, or for
+/// an empty one none of the container's codecs.
+void checkPixelFormat(const Container& container, const std::string& codec,
+                      const std::string& wanted);
+
 /// The pixel format of the name `wanted`. Where that is empty: the clip's own if the codec has it
 /// in 8 bits, else the nearest, with alpha if the clip has it and the codec can. Throws Error for
 /// one that the codec or the converter doesn't take.
