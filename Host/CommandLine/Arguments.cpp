@@ -11,8 +11,9 @@
 namespace Vexorel::PrismDrift::CommandLine {
 namespace {
 
-[[noreturn]] void refuseUnknown(const std::string& name, Command command,
+[[noreturn]] void refuseUnknown(const std::string& name, const ParsedLine& line,
                                 const std::vector<ParameterOption>& effectOptions) {
+    const Command command = line.command;
     std::vector<std::string> names;
     names.reserve(effectOptions.size() + programOptions().size());
     for (const ParameterOption& option : effectOptions) {
@@ -28,6 +29,10 @@ namespace {
         }
     }
     const std::string hint = nearestHint(name, names);
+    if (hint.empty() && line.has("--script")) {
+        throw UsageError("--script takes no options of the effect beside it; leave out '" + name +
+                         "'");
+    }
     throw UsageError("unknown option '" + name + "'" +
                      (hint.empty() ? "; --help lists them all" : hint));
 }
@@ -39,7 +44,7 @@ std::vector<EffectArgument> effectArguments(const ParsedLine& line,
         const auto hasName = [&](const auto& option) { return option.name == other.name; };
         const auto option = std::find_if(effectOptions.begin(), effectOptions.end(), hasName);
         if (option == effectOptions.end()) {
-            refuseUnknown(other.name, line.command, effectOptions);
+            refuseUnknown(other.name, line, effectOptions);
         }
         if (other.text.empty()) {
             throw UsageError(option->name + " takes a value: " + option->takes);

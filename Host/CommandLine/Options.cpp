@@ -45,7 +45,8 @@ Value choice(const char* option, Text text,
 void storeFrames(Arguments& arguments, Text text) {
     const auto frames = Host::FrameNumbers::parse(text);
     if (!frames) {
-        refuse("--frames", "numbers and ranges such as 10-99 or 1-100x2,200", text);
+        refuse("--frames",
+               "numbers up to 2147483647 and ascending ranges, such as 10-99 or 1-100x2,200", text);
     }
     arguments.input.frames = *frames;
 }

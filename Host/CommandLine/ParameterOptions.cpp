@@ -111,9 +111,9 @@ double parseValue(const Parameter& parameter, std::string_view text, std::string
 }
 
 Keyframes parseKeyframes(const Parameter& parameter, std::string_view text,
-                         const std::string& option) {
+                         const std::string& option, const std::string& complaint) {
     if (!parameter.varies) {
-        throw UsageError(option + " cannot change over time");
+        throw UsageError(complaint + ": it cannot change over time");
     }
     try {
         return Keyframes::parse(text, parameter);
@@ -142,7 +142,8 @@ std::vector<ParameterSetting> ParameterOption::parse(std::string_view text) cons
     for (std::size_t i = 0; i < members.size(); ++i) {
         const std::string_view part = Host::trimmed(parts[parts.size() == 1 ? 0 : i]);
         if (looksLikeKeyframes(part)) {
-            settings.push_back({members[i]->index, parseKeyframes(*members[i], part, name)});
+            settings.push_back(
+                {members[i]->index, parseKeyframes(*members[i], part, name, complaint)});
         } else {
             settings.push_back({members[i]->index, parseValue(*members[i], part, complaint)});
         }

@@ -39,7 +39,8 @@ const Refusal commandLine[] = {
     {"--channel-lightness -101 in.png kept.png", 2, "or one for all, not '-101'"},
     {"--downsample 0 in.png kept.png", 2, "a whole number from 1 to 65536, not '0'"},
     {"--downsample 1.5 in.png kept.png", 2, "a whole number from 1 to 65536, not '1.5'"},
-    {"--frames 5-3 in.png o.mkv", 2, "--frames takes numbers and ranges such as .*, not '5-3'"},
+    {"--frames 5-3 in.png o.mkv", 2,
+     "--frames takes numbers up to 2147483647 and asc.*, not '5-3'"},
     {"--missing maybe in.png o.mkv", 2, "--missing takes skip or hold, not 'maybe'"},
     {"--framerate fast in.png o.mkv", 2, "'fast' is no frame rate: .* \\(--framerate\\)\n"},
     {"--framerate 200000 in.png o.mkv", 2, "'200000' is no .* up to 100000 such"},
@@ -79,7 +80,8 @@ const Refusal commandLine[] = {
     {"--list-parameters --save-preset p.json", 2, "takes no --save-preset beside it; leave one"},
     {"'' o.png --save-preset p.json", 2, "INPUT is an empty name"},
     {"sheet in.png o.png --vary --shift-angle=1,2", 2, "begins with -- is written --vary=VALUE"},
-    {"--script fail.js --shift-angle 3", 2, "unknown option '--shift-angle'"},
+    {"--script fail.js --shift-angle 3", 2, "no options of the effect .* '--shift-angle'\n"},
+    {"--script fail.js --verbos", 2, "unknown option '--verbos'; did you mean '--verbose'"},
 };
 
 const Refusal fileRefusals[] = {
@@ -137,7 +139,8 @@ const Refusal keyframes[] = {
      "--shift-distance: keyframes need .* between time and value\n  0=0; 25.=40\n         \\^\n"},
     {"none.png o.png --preset none.json --channel-scale '1,0=201,3'", 2,
      "--channel-scale: a key takes a number from 0 to 200, not '201'\n  0=201\n    \\^\n"},
-    {"none.png o.png --channel-order 0=GBR", 2, "--channel-order cannot change over time\n"},
+    {"none.png o.png --channel-order 0=GBR", 2,
+     "takes RGB, .* or BGR, not '0=GBR': it cannot change over time\n"},
     {"in.png o.png --shift-angle '0=1;0.001s=2'", 1, ": Shift Angle: .* '0' and '0.001s' "},
     {"--input-format rawvideo --video-size 2x2 --pixel-format rgba - o.mkv <text.png "
      "--shift-angle '0=1;-1s=2'",
