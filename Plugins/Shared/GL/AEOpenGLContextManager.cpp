@@ -1,5 +1,6 @@
 #include "Shared/GL/AEOpenGLContextManager.h"
 
+#include <iterator>
 #include <memory>
 #include <utility>
 
@@ -20,44 +21,31 @@ namespace {
 /// The calling thread's context id, -1 until it asks for a context.
 thread_local std::int32_t mThread = -1;
 
-/// The contexts of threads that have ended, none of them null. Never destroyed, as threads may
-/// outlive static objects.
-std::map<int, AEOpenGLContext*>& ended PRISMDRIFT_GUARDED_BY(AEOpenGLContextManager::mMapMutex) =
+/// The contexts of threads that have ended, for threads to come; none of them null. Never
+/// destroyed, as threads may outlive static objects.
+std::map<int, AEOpenGLContext*>& spares PRISMDRIFT_GUARDED_BY(AEOpenGLContextManager::mMapMutex) =
     *new std::map<int, AEOpenGLContext*>;
 
-std::map<int, AEOpenGLContext*> takeEnded() {
-    const MutexLock lock(AEOpenGLContextManager::mMapMutex);
-    return std::exchange(ended, {});
-}
-
-/// Destroys what threads have left behind. No thread may be drawing.
-void destroyLeftContexts() PRISMDRIFT_REQUIRES(AEOpenGLContextManager::mMutex) {
-    for (const auto& entry : takeEnded()) {
-        delete entry.second;
-    }
-    Platform::destroyRetiredContexts();
-}
-
 /// Lets go of the thread's context at the thread's end: one that ended with its context current
-/// would keep megabytes of the driver's. The context is destroyed here if no frame is being drawn,
-/// else by whoever draws next, since a thread's end must not wait for a frame.
+/// would keep megabytes of the driver's. Nothing here waits for a frame.
 struct ThreadEnd {
     ThreadEnd() = default;
     ThreadEnd(const ThreadEnd&) = delete;
     ThreadEnd& operator=(const ThreadEnd&) = delete;
     ~ThreadEnd() {
         Platform::releaseOwnContext();
-        retire();
+        spareContext();
+        // One that a set-down has taken from the thread can go now, if no frame is being drawn.
         if (AEOpenGLContextManager::mMutex.try_lock()) {
-            destroyLeftContexts();
+            Platform::destroyRetiredContexts();
             AEOpenGLContextManager::mMutex.unlock();
         }
     }
 
 private:
-    /// Moves the thread's context, if it has one, to those of ended threads. This allocates nothing
-    /// that could fail.
-    static void retire() {
+    /// Moves the thread's context, if it has one, to the spares. This allocates nothing that could
+    /// fail.
+    static void spareContext() {
         const MutexLock lock(AEOpenGLContextManager::mMapMutex);
         auto& contexts = AEOpenGLContextManager::mRenderContexts;
         const auto found = contexts.find(mThread);
@@ -66,7 +54,7 @@ private:
         }
         auto entry = contexts.extract(found);
         if (entry.mapped() != nullptr) {
-            ended.insert(std::move(entry));
+            spares.insert(std::move(entry));
         }
     }
 };
@@ -79,6 +67,32 @@ void watchThreadEnd() {
 AEOpenGLContext* makeContext(const AEOpenGLContext* share) {
     auto context = std::make_unique<AEOpenGLContext>(share);
     return context->mNSContext != nullptr ? context.release() : nullptr;
+}
+
+std::unique_ptr<AEOpenGLContext> takeSpare() {
+    const MutexLock lock(AEOpenGLContextManager::mMapMutex);
+    if (spares.empty()) {
+        return nullptr;
+    }
+    const auto newest = std::prev(spares.end());
+    std::unique_ptr<AEOpenGLContext> context(newest->second);
+    spares.erase(newest);
+    return context;
+}
+
+/// A context for a thread that has none, current there: a spare one, or else a new one. Destroying
+/// contexts one by one would leave their frame buffers, and what is attached to them, with the
+/// drivers that keep frame buffers until the share group ends; and a new one builds the programs
+/// anew.
+AEOpenGLContext* contextForThread() PRISMDRIFT_REQUIRES(AEOpenGLContextManager::mMutex) {
+    while (std::unique_ptr<AEOpenGLContext> context = takeSpare()) {
+        context->makeContextCurrent();
+        if (context->isCurrent()) {
+            AEOpenGLContext::InitializeOpenGLBindings(); // describes it for each thread
+            return context.release();
+        }
+    }
+    return makeContext(AEOpenGLContextManager::mSharedDataContext);
 }
 
 } // namespace
@@ -98,7 +112,7 @@ AEOpenGLContext* AEOpenGLContextManager::getSharedDataContext() {
 
 AEOpenGLContext* AEOpenGLContextManager::getCurrentRenderContext() {
     const RecursiveMutexLock lock(mMutex);
-    destroyLeftContexts();
+    Platform::destroyRetiredContexts();
     if (mThread == -1) {
         if (mSharedDataContext == nullptr) {
             return nullptr;
@@ -111,7 +125,7 @@ AEOpenGLContext* AEOpenGLContextManager::getCurrentRenderContext() {
         return &mRenderContexts[mThread];
     }();
     if (*entry == nullptr && mSharedDataContext != nullptr) {
-        *entry = makeContext(mSharedDataContext);
+        *entry = contextForThread();
     }
     return *entry;
 }
@@ -126,9 +140,11 @@ void AEOpenGLContextManager::releaseContextManager() {
     for (const auto& entry : contexts) {
         delete entry.second;
     }
+    while (takeSpare() != nullptr) {
+    }
     delete mSharedDataContext;
     mSharedDataContext = nullptr;
-    destroyLeftContexts();
+    Platform::destroyRetiredContexts();
 }
 
 void AEOpenGLContextManager::abandonContexts() {
@@ -140,7 +156,7 @@ void AEOpenGLContextManager::abandonContexts() {
                 entry.second->mNSContext->setLost();
             }
         }
-        for (const auto& entry : ended) {
+        for (const auto& entry : spares) {
             entry.second->mNSContext->setLost();
         }
     }

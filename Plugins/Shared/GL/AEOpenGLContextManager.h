@@ -12,8 +12,9 @@
 
 namespace Vexorel::PrismDrift {
 
-/// Static data and operations only. A thread has an id from its first request on, for its life; its
-/// context is destroyed after the thread has ended, without a GL call and not beside a frame.
+/// Static data and operations only. A thread has an id from its first request on, for its life.
+/// When it ends its context waits, current nowhere, for the next thread that needs one: there are
+/// as many contexts as there were threads at a time, however many come and go.
 ///
 /// Lock: mMutex. Each operation takes it, and since it is recursive a caller that goes on to call
 /// GL holds it from before until after, as every command of the effect does: GL calls of one thread
@@ -31,11 +32,13 @@ public:
     /// Null before the set-up and after the release.
     static AEOpenGLContext* getSharedDataContext();
 
-    /// The calling thread's context. A new one is made, and is then current, if the thread has
-    /// none; an old one is not made current. Null without a set-up, or if it can't be made.
+    /// The calling thread's context. If the thread has none it gets that of a thread that has
+    /// ended, or a new one, which is then current and has written its description; its own from
+    /// before is not made current. Null without a set-up, or if it can't be made.
     static AEOpenGLContext* getCurrentRenderContext();
 
-    /// Destroys the render contexts in the order of their ids, then the shared data context.
+    /// Destroys the render contexts in the order of their ids, those of ended threads, and then the
+    /// shared data context.
     static void releaseContextManager();
 
     /// The same for contexts that the driver has lost: it is not asked to destroy them.

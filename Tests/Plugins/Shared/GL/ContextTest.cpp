@@ -160,11 +160,18 @@ TEST_F(Manager, GivesEachThreadItsContext) {
     shared->makeContextCurrent();
     EXPECT_EQ(M::getCurrentRenderContext(), own);
     EXPECT_TRUE(shared->isCurrent()); // an old one is not made current
-    std::thread([&] {
-        EXPECT_NE(M::getCurrentRenderContext(), own);
-        EXPECT_THAT(contexts(), ElementsAre(Key(firstId), Key(firstId + 1)));
-    }).join();
-    EXPECT_THAT(contexts(), ElementsAre(Pair(firstId, own)));
+    const AEOpenGLContext* others = nullptr;
+    for (const int id : {firstId + 1, firstId + 2}) { // the second takes over from the first
+        std::thread([&] {
+            const auto told = GLWatch::messages();
+            const AEOpenGLContext* given = M::getCurrentRenderContext();
+            EXPECT_TRUE(given != own && given->isCurrent() && GLWatch::messages() != told);
+            EXPECT_TRUE(others == nullptr || given == others);
+            EXPECT_THAT(contexts(), ElementsAre(Key(firstId), Key(id)));
+            others = given;
+        }).join();
+        EXPECT_THAT(contexts(), ElementsAre(Pair(firstId, own)));
+    }
     M::releaseContextManager();
     EXPECT_TRUE(M::getSharedDataContext() == nullptr && M::getCurrentRenderContext() == nullptr);
     EXPECT_THAT(contexts(), ElementsAre(Pair(firstId, nullptr)));
@@ -172,7 +179,7 @@ TEST_F(Manager, GivesEachThreadItsContext) {
     M::setupContextManager();
     EXPECT_NE(M::getCurrentRenderContext(), nullptr);
     EXPECT_THAT(contexts(), ElementsAre(Key(firstId)));
-    EXPECT_EQ(M::mContextCount, firstId + 2);
+    EXPECT_EQ(M::mContextCount, firstId + 3);
 }
 
 /// Writes down its end.
