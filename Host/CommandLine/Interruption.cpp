@@ -1,10 +1,10 @@
 #include "Host/CommandLine/Interruption.h"
 
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
-#include <fcntl.h>
-#include <unistd.h>
+#include <semaphore.h>
 #include <utility>
 
 namespace Vexorel::PrismDrift::CommandLine {
@@ -12,19 +12,18 @@ namespace {
 
 constexpr std::array signals = {SIGINT, SIGTERM, SIGHUP};
 
-volatile std::sig_atomic_t received = 0;
-std::array<int, 2> pipeEnds = {-1, -1}; // from the handler to the thread
+std::atomic<int> received = 0;
+sem_t wakeUp; // of the thread that watches: neither side has a call that may fail
 
 void handle(int signal) {
-    if (received != 0) { // the second one; it may be another signal
+    int none = 0;
+    if (!received.compare_exchange_strong(none, signal)) { // the second one; maybe another signal
         std::signal(signal, SIG_DFL);
         raise(signal);
         return;
     }
     const int before = errno;
-    received = signal;
-    const char byte = 1;
-    [[maybe_unused]] const ssize_t written = write(pipeEnds[1], &byte, 1);
+    sem_post(&wakeUp);
     errno = before;
 }
 
@@ -44,16 +43,11 @@ void install(void (*handler)(int), int flags) {
 } // namespace
 
 Interruption::Interruption(std::function<void()> onSignal) : mOnSignal(std::move(onSignal)) {
-    if (pipe2(pipeEnds.data(), O_CLOEXEC) != 0) {
-        return;
-    }
+    sem_init(&wakeUp, 0, 0);
     mWatch = std::thread([this] {
-        char byte = 0;
-        ssize_t count = 0;
-        do {
-            count = read(pipeEnds[0], &byte, 1);
-        } while (count < 0 && errno == EINTR);
-        if (byte == 1) {
+        while (sem_wait(&wakeUp) != 0) { // a signal got in between
+        }
+        if (received != 0) {
             mOnSignal();
         }
     });
@@ -62,13 +56,8 @@ Interruption::Interruption(std::function<void()> onSignal) : mOnSignal(std::move
 
 Interruption::~Interruption() {
     install(SIG_DFL, 0);
-    if (mWatch.joinable()) {
-        const char byte = 0;
-        [[maybe_unused]] const ssize_t written = write(pipeEnds[1], &byte, 1);
-        mWatch.join();
-        close(pipeEnds[0]);
-        close(pipeEnds[1]);
-    }
+    sem_post(&wakeUp);
+    mWatch.join();
 }
 
 int Interruption::signal() {

@@ -149,6 +149,14 @@ TEST_F(ClipCommandTest, AFailedWriteLeavesNoFile) {
         run("trap '' XFSZ; ulimit -f 20; $PROGRAM $FAKE in.mp4 big.mkv --codec ffv1");
     EXPECT_EQ(full.status, 1);
     EXPECT_EQ(full.errors, "prismdrift: error: cannot write 'big.mkv': File too large\n");
+    // Of the calls that fail, none is waited for.
+    for (const char* target : {"o.mkv", "o.png --frames 0", "- --output-format nut"}) {
+        EXPECT_THAT(
+            run(std::string("timeout 10 $FAILING FAIL_CALLS=write $PROGRAM $FAKE in.mp4 ") +
+                target + "; echo $? >&2")
+                .errors,
+            MatchesRegex("prismdrift: error: cannot write .*: No space left on device\n1\n"));
+    }
     EXPECT_THAT(files(), ElementsAre("in.mp4", "one"));
 }
 
