@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <new>
 #include <string_view>
+#include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
 
@@ -32,7 +33,8 @@ bool haveMovFields(const AVDictionary* metadata) {
 
 } // namespace
 
-// What FFmpeg writes to: a descriptor, and the reason of the first write that failed.
+// What FFmpeg writes to: a descriptor, and the reason of the first call that failed. A muxer goes
+// on where a seek failed, and writes a header's rest behind the end.
 class Muxer::Descriptor {
 public:
     Descriptor(int descriptor, bool isSeekable) : mDescriptor(descriptor) {
@@ -60,19 +62,22 @@ private:
     static int write(void* opaque, std::uint8_t* bytes, int size) {
         auto& self = *static_cast<Descriptor*>(opaque);
         const int error = writeAll(self.mDescriptor, bytes, static_cast<std::size_t>(size));
-        if (error != 0) {
-            self.mError = self.mError != 0 ? self.mError : error;
-            return AVERROR(error);
-        }
-        return size;
+        return error != 0 ? self.failed(error) : size;
     }
 
     static std::int64_t seek(void* opaque, std::int64_t offset, int whence) {
+        auto& self = *static_cast<Descriptor*>(opaque);
         if (whence == AVSEEK_SIZE) {
-            return AVERROR(ENOSYS);
+            struct stat status = {};
+            return fstat(self.mDescriptor, &status) == 0 ? status.st_size : self.failed(errno);
         }
-        const off_t place = lseek(static_cast<Descriptor*>(opaque)->mDescriptor, offset, whence);
-        return place < 0 ? AVERROR(errno) : place;
+        const off_t place = lseek(self.mDescriptor, offset, whence);
+        return place < 0 ? self.failed(errno) : place;
+    }
+
+    int failed(int error) {
+        mError = mError != 0 ? mError : error;
+        return AVERROR(error);
     }
 
     int mDescriptor;
@@ -124,6 +129,7 @@ void Muxer::writeHeader(const AVCodecContext& encoder) {
 }
 
 void Muxer::write(AVPacket& packet, const AVStream& stream, AVRational unit) {
+    mPictures += &stream == &picture() ? 1 : 0;
     packet.stream_index = stream.index;
     packet.pos = -1;
     av_packet_rescale_ts(&packet, unit, stream.time_base);
@@ -132,9 +138,10 @@ void Muxer::write(AVPacket& packet, const AVStream& stream, AVRational unit) {
 
 void Muxer::finish() {
     check(av_write_trailer(mContext.get()));
+    check(mContext->pb->error);
 }
 
-// A muxer that ends well doesn't tell of a write that failed: it may have filled its buffer only.
+// A muxer that ends well doesn't tell of a call that failed: it may have filled its buffer only.
 void Muxer::check(int result) const {
     if (mDescriptor->error() != 0) {
         throw Error(std::generic_category().message(mDescriptor->error()));

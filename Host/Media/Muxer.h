@@ -20,6 +20,7 @@ public:
     const Container& container() const { return mContainer; }
     AVFormatContext& context() { return *mContext; }
     AVStream& picture() { return *mContext->streams[0]; }
+    std::int64_t pictures() const { return mPictures; } ///< that were written
     AVStream& addStream();
 
     /// Describes the picture's stream, its times in the encoder's unit, and writes the header. All
@@ -44,6 +45,7 @@ private:
     const Container& mContainer;
     std::unique_ptr<Descriptor> mDescriptor;
     std::unique_ptr<AVFormatContext, ContextDeleter> mContext;
+    std::int64_t mPictures = 0;
 };
 
 } // namespace Vexorel::PrismDrift::Host

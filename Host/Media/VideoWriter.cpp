@@ -1,6 +1,7 @@
 #include "Host/Media/VideoWriter.h"
 
 #include "Host/Media/ClipError.h"
+#include "Host/Media/WrittenFile.h"
 
 namespace Vexorel::PrismDrift::Host {
 
@@ -92,6 +93,10 @@ void VideoWriter::finish() {
         mEncoder->end();
         writeEncoded();
         mMuxer->finish();
+        if (mFile) {
+            checkWrittenFile(mFile->descriptor(), mMuxer->container(), mEncoder->context(),
+                             mMuxer->pictures());
+        }
     } catch (const std::exception&) {
         rethrowWithPrefix(cannotWrite(mOutput.file));
     }
