@@ -49,11 +49,20 @@ fs::path temporaryName(const fs::path& target) {
     return target.parent_path() / (".prismdrift-" + std::to_string(random()));
 }
 
+// Where a file of this name is, or will be: a link may point to a file that isn't there yet.
 fs::path withLinksFollowed(const fs::path& target) {
+    constexpr int most = 40; // as the system counts
     std::error_code ignored;
-    fs::path end = fs::is_symlink(target, ignored) ? fs::weakly_canonical(target, ignored)
-                                                   : fs::absolute(target, ignored);
+    fs::path end = fs::absolute(target, ignored);
+    for (int links = 0; links < most && fs::is_symlink(end, ignored); ++links) {
+        end = end.parent_path() / fs::read_symlink(end, ignored);
+    }
     return end.empty() ? target : end;
+}
+
+// Some file systems have nothing to do.
+bool isSynchronised(int descriptor) {
+    return fsync(descriptor) == 0 || errno == EINVAL || errno == ENOSYS || errno == ENOTSUP;
 }
 
 } // namespace
@@ -62,8 +71,8 @@ int writeAll(int descriptor, const void* bytes, std::size_t size) {
     const char* next = static_cast<const char*>(bytes);
     while (size > 0) {
         const ssize_t written = write(descriptor, next, size);
-        if (written < 0 && errno != EINTR) {
-            return errno;
+        if (written == 0 || (written < 0 && errno != EINTR)) {
+            return written == 0 ? EIO : errno;
         }
         if (written > 0) {
             next += written;
@@ -76,7 +85,7 @@ int writeAll(int descriptor, const void* bytes, std::size_t size) {
 void checkReplaceable(const fs::path& target) {
     const fs::path end = withLinksFollowed(target);
     std::error_code failure;
-    const fs::file_status status = fs::status(end, failure);
+    const fs::file_status status = fs::status(target, failure);
     if (fs::is_directory(status)) {
         refuse(target, "it is a directory");
     }
@@ -85,6 +94,9 @@ void checkReplaceable(const fs::path& target) {
     }
     if (fs::exists(status) && access(end.c_str(), W_OK) != 0) {
         refuse(target, errno);
+    }
+    if (fs::is_symlink(end, failure)) {
+        refuse(target, ELOOP);
     }
     const fs::path folder = end.parent_path();
     int error = access(folder.c_str(), W_OK | X_OK) == 0 ? 0 : errno;
@@ -122,6 +134,10 @@ NewFile::~NewFile() {
 
 void NewFile::commit() {
     const SignalsHeld signals;
+    // A disk that is full may say so no earlier than here, or when the file is closed.
+    if (!isSynchronised(mDescriptor)) {
+        refuse(mTarget, errno);
+    }
     const std::string own = "/proc/self/fd/" + std::to_string(mDescriptor);
     while (mTemporary.empty()) {
         const fs::path name = temporaryName(mDestination);

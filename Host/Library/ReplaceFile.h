@@ -8,8 +8,9 @@
 namespace Vexorel::PrismDrift::Host {
 
 /// Creates or replaces `target` in one step, with `size` bytes and the permissions of a new file.
-/// A symbolic link is followed. Throws Error on any failure, and the target stays as it was.
-/// SIGINT, SIGTERM and SIGHUP are held back from this thread until it is done.
+/// A symbolic link is followed, also to where no file is yet. Throws Error on any failure, and the
+/// target stays as it was. SIGINT, SIGTERM and SIGHUP are held back from this thread until it is
+/// done.
 void replaceFile(const std::filesystem::path& target, const void* bytes, std::size_t size);
 
 /// Throws Error where `replaceFile` can't succeed: the folder is missing or not writable, or the
@@ -34,8 +35,8 @@ public:
     /// Open for reading and writing. `commit` closes it; the caller must not.
     int descriptor() const { return mDescriptor; }
 
-    /// Puts the new file in the target's place, in one step. Throws Error if that fails, and the
-    /// target stays as it was.
+    /// Puts the new file in the target's place, in one step, once the disk has it whole. Throws
+    /// Error if that fails, and the target stays as it was.
     void commit();
 
 private:
