@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <mutex>
@@ -31,12 +32,22 @@ void keepError(void* /*sender*/, int level, const char* format, va_list argument
 } // namespace
 
 Dictionary::Dictionary(const std::string& text) {
-    av_dict_parse_string(&mEntries, text.c_str(), "=", ":", 0);
+    const int result = av_dict_parse_string(&mEntries, text.c_str(), "=", ":", 0);
+    if (result < 0) {
+        av_dict_free(&mEntries); // no destructor runs
+        checkResult(result);
+    }
 }
 
 void Dictionary::set(const char* name, const std::string& value) {
     if (av_dict_set(&mEntries, name, value.c_str(), 0) < 0) {
         throw std::bad_alloc();
+    }
+}
+
+void Dictionary::checkAllTaken() const {
+    if (const AVDictionaryEntry* left = av_dict_get(mEntries, "", nullptr, AV_DICT_IGNORE_SUFFIX)) {
+        throw Error(std::string("FFmpeg's libraries know no option '") + left->key + "' here");
     }
 }
 
@@ -64,6 +75,9 @@ std::string reasonFor(int result) {
 }
 
 void checkResult(int result) {
+    if (result == AVERROR(ENOMEM)) {
+        throw std::bad_alloc();
+    }
     if (result < 0) {
         throw Error(reasonFor(result));
     }

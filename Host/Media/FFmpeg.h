@@ -48,7 +48,7 @@ class Dictionary {
 public:
     Dictionary() = default;
     /// From "name=value:name=value".
-    explicit Dictionary(const std::string& text);
+    explicit Dictionary(const std::string& text); ///< throws as checkResult does
     Dictionary(const Dictionary&) = delete;
     Dictionary& operator=(const Dictionary&) = delete;
     ~Dictionary() { av_dict_free(&mEntries); }
@@ -58,6 +58,9 @@ public:
 
     /// For a call that takes what it knows out of the dictionary.
     AVDictionary** pointer() { return &mEntries; }
+
+    /// Throws Error if such a call left anything.
+    void checkAllTaken() const;
 
 private:
     AVDictionary* mEntries = nullptr;
@@ -73,7 +76,8 @@ const std::string& firstLoggedError();
 /// Why a call on this thread gave `result`: the error that was logged, else the number's meaning.
 std::string reasonFor(int result);
 
-/// Throws Error with the reason for a negative result.
+/// Throws std::bad_alloc where memory was lacking, Error with the reason for another negative
+/// result.
 void checkResult(int result);
 
 } // namespace Vexorel::PrismDrift::Host

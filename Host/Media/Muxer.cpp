@@ -40,8 +40,10 @@ public:
     Descriptor(int descriptor, bool isSeekable) : mDescriptor(descriptor) {
         constexpr int bufferSize = 1 << 16;
         auto* buffer = static_cast<unsigned char*>(av_malloc(bufferSize));
-        mContext = avio_alloc_context(buffer, bufferSize, 1, this, nullptr, &write,
-                                      isSeekable ? &seek : nullptr);
+        if (buffer != nullptr) {
+            mContext = avio_alloc_context(buffer, bufferSize, 1, this, nullptr, &write,
+                                          isSeekable ? &seek : nullptr);
+        }
         if (mContext == nullptr) {
             av_free(buffer);
             throw std::bad_alloc();
@@ -126,6 +128,7 @@ void Muxer::writeHeader(const AVCodecContext& encoder) {
         }
     }
     check(avformat_write_header(mContext.get(), options.pointer()));
+    options.checkAllTaken();
 }
 
 void Muxer::write(AVPacket& packet, const AVStream& stream, AVRational unit) {

@@ -113,6 +113,7 @@ FFmpegPtr<AVCodecContext> openEncoder(const Format& format, const AVCodec& codec
     context->thread_count = 1;
     Dictionary options(format.options);
     checkResult(avcodec_open2(context.get(), &codec, options.pointer()));
+    options.checkAllTaken();
     return context;
 }
 

@@ -118,6 +118,7 @@ FFmpegPtr<AVCodecContext> openContext(const EncoderSettings& settings, const Cli
     }
     Dictionary options(encoderOptions(codec, settings.output.quality.value_or(defaultQuality)));
     checkResult(avcodec_open2(context.get(), encoder, options.pointer()));
+    options.checkAllTaken();
     return context;
 }
 
