@@ -34,9 +34,18 @@ void copyMetadata(AVDictionary** to, const AVDictionary* from) {
     const AVDictionaryEntry* entry = nullptr;
     while ((entry = av_dict_get(from, "", entry, AV_DICT_IGNORE_SUFFIX)) != nullptr) {
         if (!describesFile(entry->key)) {
-            av_dict_set(to, entry->key, entry->value, AV_DICT_DONT_OVERWRITE);
+            checkResult(av_dict_set(to, entry->key, entry->value, AV_DICT_DONT_OVERWRITE));
         }
     }
+}
+
+// As av_calloc, but never null.
+void* allocated(std::size_t count, std::size_t size) {
+    void* memory = av_calloc(count, size);
+    if (memory == nullptr) {
+        throw std::bad_alloc();
+    }
+    return memory;
 }
 
 const char* kindOf(const AVStream& stream) {
@@ -158,19 +167,16 @@ void StreamCopier::copyChapters(const AVFormatContext& source) {
         return;
     }
     AVFormatContext& to = mMuxer.context();
-    to.chapters = static_cast<AVChapter**>(av_calloc(source.nb_chapters, sizeof(void*)));
-    for (unsigned i = 0; to.chapters != nullptr && i < source.nb_chapters; ++i) {
-        auto* chapter = static_cast<AVChapter*>(av_mallocz(sizeof(AVChapter)));
-        if (chapter == nullptr) {
-            throw std::bad_alloc();
-        }
+    to.chapters = static_cast<AVChapter**>(allocated(source.nb_chapters, sizeof(void*)));
+    for (unsigned i = 0; i < source.nb_chapters; ++i) {
+        auto* chapter = static_cast<AVChapter*>(allocated(1, sizeof(AVChapter)));
+        to.chapters[to.nb_chapters++] = chapter; // which frees it
         *chapter = *source.chapters[i];
         const std::int64_t start = av_rescale_q(mStart, microseconds, chapter->time_base);
-        chapter->start -= start;
-        chapter->end -= start;
+        chapter->start = av_sat_sub64(chapter->start, start);
+        chapter->end = av_sat_sub64(chapter->end, start);
         chapter->metadata = nullptr;
         copyMetadata(&chapter->metadata, source.chapters[i]->metadata);
-        to.chapters[to.nb_chapters++] = chapter;
     }
 }
 
@@ -191,7 +197,7 @@ void StreamCopier::advanceTimecode(AVDictionary*& metadata, std::int64_t frame) 
     }
     std::array<char, AV_TIMECODE_STR_SIZE> text{};
     av_timecode_make_string(&code, text.data(), static_cast<int>(frame));
-    av_dict_set(&metadata, "timecode", text.data(), 0);
+    checkResult(av_dict_set(&metadata, "timecode", text.data(), 0));
 }
 
 void StreamCopier::write(const ClipPacket& item) {
@@ -209,8 +215,9 @@ void StreamCopier::write(const ClipPacket& item) {
     }
     auto packet = owned(av_packet_clone(item.packet.get()));
     const std::int64_t start = av_rescale_q(mStart, microseconds, stream.unit);
-    packet->pts -= packet->pts == AV_NOPTS_VALUE ? 0 : start;
-    packet->dts -= packet->dts == AV_NOPTS_VALUE ? 0 : start;
+    for (std::int64_t* time : {&packet->pts, &packet->dts}) {
+        *time = *time == AV_NOPTS_VALUE ? *time : av_sat_sub64(*time, start);
+    }
     mMuxer.write(*packet, *stream.to, stream.unit);
 }
 
