@@ -93,9 +93,18 @@ FFmpegPtr<SwsContext> newScaler(const PixelLayout& layout, bool toWorld) {
     const bool isFullByName = toWorld && plain != layout.format;
     const int full = isFullByName || layout.range == AVCOL_RANGE_JPEG ? 1 : 0;
     constexpr int one = 1 << 16; // in the scaler's fixed point
-    sws_setColorspaceDetails(scaler.get(), toWorld ? frames : worlds, toWorld ? full : 1,
-                             toWorld ? worlds : frames, toWorld ? 1 : full, 0, one, one);
+    checkResult(sws_setColorspaceDetails(scaler.get(), toWorld ? frames : worlds,
+                                         toWorld ? full : 1, toWorld ? worlds : frames,
+                                         toWorld ? 1 : full, 0, one, one));
     return scaler;
+}
+
+// The scaler gives the number of rows that it has filled.
+void checkRows(int rows, int height) {
+    checkResult(rows);
+    if (rows != height) {
+        throw Error("the pixels can't be converted");
+    }
 }
 
 } // namespace
@@ -131,7 +140,9 @@ void FrameToWorld::convert(const AVFrame& frame, World& world) const {
     if (mScaler != nullptr) {
         std::uint8_t* const rows[] = {world.row(0)};
         const int strides[] = {static_cast<int>(world.rowBytes())};
-        sws_scale(mScaler.get(), frame.data, frame.linesize, 0, frame.height, rows, strides);
+        checkRows(
+            sws_scale(mScaler.get(), frame.data, frame.linesize, 0, frame.height, rows, strides),
+            frame.height);
     } else if (mLayout.format == AV_PIX_FMT_PAL8) {
         convertPalette(frame, world);
     } else {
@@ -203,7 +214,9 @@ void WorldToFrame::convert(const World& world, AVFrame& frame) const {
     if (mScaler != nullptr) {
         const std::uint8_t* const rows[] = {world.row(0)};
         const int strides[] = {static_cast<int>(world.rowBytes())};
-        sws_scale(mScaler.get(), rows, strides, 0, mLayout.height, frame.data, frame.linesize);
+        checkRows(
+            sws_scale(mScaler.get(), rows, strides, 0, mLayout.height, frame.data, frame.linesize),
+            mLayout.height);
         return;
     }
     for (int y = 0; y < mLayout.height; ++y) {
