@@ -5,6 +5,7 @@
 
 #include "Host/Media/Clip.h"
 
+#include <cstring>
 #include <memory>
 #include <string>
 
@@ -22,6 +23,16 @@ inline AVRational rational(const Ratio& ratio) {
 
 /// The unit that the libraries state a file's own times in.
 constexpr AVRational microseconds = {1, AV_TIME_BASE};
+
+/// A number that stands in a file, as one of the first `count` values of its enumeration, else
+/// `unknown`. Any other may not be loaded as what FFmpeg declares it to be.
+template <typename Enumeration>
+Enumeration knownOr(Enumeration unknown, const Enumeration& field, Enumeration count) {
+    int number = 0;
+    static_assert(sizeof number == sizeof field);
+    std::memcpy(&number, &field, sizeof number);
+    return number >= 0 && number < static_cast<int>(count) ? field : unknown;
+}
 
 struct FFmpegDeleter {
     void operator()(AVFormatContext* context) const { avformat_close_input(&context); }

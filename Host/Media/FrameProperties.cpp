@@ -10,6 +10,14 @@ std::shared_ptr<const AVFrame> propertiesOf(const AVFrame& frame) {
     if (av_frame_copy_props(properties.get(), &frame) < 0) {
         throw std::bad_alloc();
     }
+    properties->colorspace = knownOr(AVCOL_SPC_UNSPECIFIED, properties->colorspace, AVCOL_SPC_NB);
+    properties->color_range =
+        knownOr(AVCOL_RANGE_UNSPECIFIED, properties->color_range, AVCOL_RANGE_NB);
+    properties->color_primaries =
+        knownOr(AVCOL_PRI_UNSPECIFIED, properties->color_primaries, AVCOL_PRI_NB);
+    properties->color_trc = knownOr(AVCOL_TRC_UNSPECIFIED, properties->color_trc, AVCOL_TRC_NB);
+    properties->chroma_location =
+        knownOr(AVCHROMA_LOC_UNSPECIFIED, properties->chroma_location, AVCHROMA_LOC_NB);
     properties->format = frame.format;
     properties->width = frame.width;
     properties->height = frame.height;
@@ -18,8 +26,10 @@ std::shared_ptr<const AVFrame> propertiesOf(const AVFrame& frame) {
 
 Orientation orientationOf(const AVFrame& frame) {
     const AVFrameSideData* matrix = av_frame_get_side_data(&frame, AV_FRAME_DATA_DISPLAYMATRIX);
-    return Orientation::of(matrix != nullptr ? reinterpret_cast<const std::int32_t*>(matrix->data)
-                                             : nullptr);
+    constexpr std::size_t size = 9 * sizeof(std::int32_t);
+    return Orientation::of(matrix != nullptr && matrix->size >= size
+                               ? reinterpret_cast<const std::int32_t*>(matrix->data)
+                               : nullptr);
 }
 
 std::vector<std::uint8_t> profileOf(const AVFrame& frame) {

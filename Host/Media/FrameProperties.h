@@ -12,6 +12,7 @@
 namespace Vexorel::PrismDrift::Host {
 
 /// A frame without pixels that has the size, format, colours, times and side data of this one.
+/// Colours that FFmpeg doesn't know are unspecified.
 std::shared_ptr<const AVFrame> propertiesOf(const AVFrame& frame);
 
 /// The ICC profile of the frame's colours, empty for none and for colours other than RGB.

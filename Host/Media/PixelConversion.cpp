@@ -110,8 +110,9 @@ void checkRows(int rows, int height) {
 } // namespace
 
 PixelLayout layoutOf(const AVFrame& frame) {
-    return {frame.width, frame.height, static_cast<AVPixelFormat>(frame.format), frame.colorspace,
-            frame.color_range};
+    return {frame.width, frame.height, static_cast<AVPixelFormat>(frame.format),
+            knownOr(AVCOL_SPC_UNSPECIFIED, frame.colorspace, AVCOL_SPC_NB),
+            knownOr(AVCOL_RANGE_UNSPECIFIED, frame.color_range, AVCOL_RANGE_NB)};
 }
 
 FrameToWorld::FrameToWorld(const PixelLayout& layout)

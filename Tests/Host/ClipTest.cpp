@@ -334,6 +334,23 @@ TEST_F(ClipTest, ColoursGoByTheClipsOwnMatrixAndRangeAndComeBack) {
     expectColour("out.mov", expected);
 }
 
+TEST_F(ClipTest, ColoursThatNobodyKnowsAreUnspecified) {
+    ffmpeg("-f lavfi -i testsrc2=s=48x32:r=2:d=1 -pix_fmt yuv420p -c:v ffv1 plain.mkv "
+           "-colorspace bt709 -color_primaries bt709 -color_trc bt709 -c:v ffv1 -pix_fmt yuv420p "
+           "-write_crc32 0 in.mkv");
+    shell(R"(LC_ALL=C sed -b 's/\x55\([\xB1\xBA\xBB]\)\x81\x01/\x55\1\x81\xC8/g' in.mkv >odd.mkv)");
+    const auto colours = [&](const std::string& name) {
+        return ffprobe("-show_entries stream=color_space,color_primaries,color_transfer " + name);
+    };
+    ASSERT_NE(colours("odd.mkv"), colours("in.mkv"));
+    copy(input("odd.mkv"), output("out.mkv"));
+    EXPECT_EQ(colours("out.mkv"), colours("plain.mkv"));
+    EXPECT_EQ(difference(read(input("odd.mkv"))[1].picture.world,
+                         read(input("plain.mkv"))[1].picture.world)
+                  .second,
+              0);
+}
+
 TEST_F(ClipTest, AClipThatLiesIsTurnedUpright) {
     ffmpeg("-f lavfi -i testsrc2=s=40x24 -frames:v 1 -c:v qtrle -pix_fmt rgb24 -aspect 3:1 a.mov");
     for (const int degrees : {90, 180, 270}) {
