@@ -28,8 +28,12 @@ StandardOutput::StandardOutput(bool showPlugin)
     while (null >= 0 && null <= STDERR_FILENO) {
         null = open("/dev/null", O_RDWR);
     }
-    dup2(showPlugin ? STDERR_FILENO : null, STDOUT_FILENO);
+    const int error =
+        null < 0 || dup2(showPlugin ? STDERR_FILENO : null, STDOUT_FILENO) < 0 ? errno : 0;
     close(null);
+    if (error != 0) { // what the plug-in prints would get between the pictures
+        throw Error("cannot open /dev/null: " + std::generic_category().message(error));
+    }
 }
 
 StandardOutput::~StandardOutput() {
