@@ -16,14 +16,20 @@
 #include "Host/CommandLine/VersionText.h"
 #include "Host/Library/Error.h"
 #include "Host/Library/HostedEffect.h"
+#include "Host/Library/ReplaceFile.h"
 #include "Host/Library/Text.h"
 #include "Host/Media/Clip.h"
 
 #include <csignal>
+#include <cstdlib>
+#include <exception>
 #include <iostream>
 #include <limits>
 #include <malloc.h>
 #include <memory>
+#include <new>
+#include <string_view>
+#include <unistd.h>
 
 namespace Vexorel::PrismDrift::CommandLine {
 namespace {
@@ -145,6 +151,27 @@ void keepMemory() {
     mallopt(M_MMAP_THRESHOLD, largest);
     mallopt(M_ARENA_MAX, 1);
     mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
+}
+
+// A lack of memory where an exception can't be thrown, such as in the parser of the command line.
+// For all other causes the program aborts, as it would without this.
+[[noreturn]] void endWithoutMemory() {
+    try {
+        if (const auto error = std::current_exception()) {
+            std::rethrow_exception(error);
+        }
+    } catch (const std::bad_alloc&) {
+        constexpr std::string_view text = "prismdrift: error: there is not enough memory\n";
+        Host::writeAll(STDERR_FILENO, text.data(), text.size());
+        std::_Exit(CouldNot);
+    } catch (...) { // NOLINT(bugprone-empty-catch)
+    }
+    std::abort();
+}
+
+// Before all objects of the program's are made.
+[[gnu::constructor(101)]] void prepareForLackOfMemory() {
+    std::set_terminate(&endWithoutMemory);
 }
 
 // `shown` are lines that may follow.
