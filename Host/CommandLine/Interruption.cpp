@@ -42,26 +42,31 @@ void install(void (*handler)(int), int flags) {
 
 } // namespace
 
-Interruption::Interruption(std::function<void()> onSignal) : mOnSignal(std::move(onSignal)) {
+FirstSignalKept::FirstSignalKept() {
     sem_init(&wakeUp, 0, 0);
-    mWatch = std::thread([this] {
-        while (sem_wait(&wakeUp) != 0) { // a signal got in between
-        }
-        if (received != 0) {
-            mOnSignal();
-        }
-    });
     install(&handle, SA_RESTART | SA_NODEFER);
 }
 
-Interruption::~Interruption() {
+FirstSignalKept::~FirstSignalKept() {
     install(SIG_DFL, 0);
-    sem_post(&wakeUp);
-    mWatch.join();
 }
 
-int Interruption::signal() {
+int FirstSignalKept::signal() {
     return received;
+}
+
+Interruption::Interruption(const FirstSignalKept& /*kept*/, std::function<void()> onSignal)
+    : mOnSignal(std::move(onSignal)), mWatch([this] {
+          while (sem_wait(&wakeUp) != 0) { // a signal got in between
+          }
+          if (received != 0) {
+              mOnSignal();
+          }
+      }) {}
+
+Interruption::~Interruption() {
+    sem_post(&wakeUp);
+    mWatch.join();
 }
 
 } // namespace Vexorel::PrismDrift::CommandLine

@@ -3,6 +3,7 @@
 #include "Host/CommandLine/Arguments.h"
 #include "Host/CommandLine/ChosenValues.h"
 #include "Host/CommandLine/ClipErrorText.h"
+#include "Host/CommandLine/Interruption.h"
 #include "Host/CommandLine/ParseLine.h"
 #include "Host/CommandLine/PluginSearch.h"
 #include "Host/CommandLine/Preset.h"
@@ -108,9 +109,11 @@ int render(Host::HostedEffect& effect, const Arguments& arguments,
     Host::ClipOutput output = arguments.output;
     output.standardOutput = standardOutput.descriptor();
     output.warn = [&](const std::string& text) { progress.warn(text); };
+    // From here on there may be a temporary file to remove.
+    const FirstSignalKept signals;
     const auto writer = Host::openClipWriter(output, arguments.input, *reader);
     const int signal =
-        renderClip({effect, values, arguments.downsample, *reader, *writer, progress});
+        renderClip({effect, values, arguments.downsample, *reader, *writer, progress, signals});
     progress.finish(signal == 0);
     if (signal != 0 && !arguments.quiet) {
         sayInterrupted(progress.frames());

@@ -1,7 +1,6 @@
 #include "Host/CommandLine/RenderClip.h"
 
 #include "Host/CommandLine/BoundedQueue.h"
-#include "Host/CommandLine/Interruption.h"
 #include "Host/Library/Error.h"
 
 #include <algorithm>
@@ -194,7 +193,7 @@ int renderClip(const ClipRendering& rendering) {
     Reading::prepare();
     Queue read(capacity);
     Queue drawn(capacity);
-    const Interruption interruption([&read] { read.close(); });
+    const Interruption interruption(rendering.signals, [&read] { read.close(); });
     Writing writing(rendering.writer, drawn, read);
     const Reading reading(rendering.reader, read);
     bool isCutShort = false;
@@ -207,7 +206,7 @@ int renderClip(const ClipRendering& rendering) {
         drawn.end(std::current_exception());
     }
     writing.join();
-    return isCutShort ? Interruption::signal() : 0; // a signal may come after the last frame
+    return isCutShort ? FirstSignalKept::signal() : 0; // a signal may come after the last frame
 }
 
 } // namespace Vexorel::PrismDrift::CommandLine

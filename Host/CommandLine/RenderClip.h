@@ -2,6 +2,7 @@
 
 /// Draws a clip with the effect, frame after frame: reading and writing run beside it.
 
+#include "Host/CommandLine/Interruption.h"
 #include "Host/CommandLine/Progress.h"
 #include "Host/Library/HostedEffect.h"
 #include "Host/Media/Clip.h"
@@ -15,6 +16,7 @@ struct ClipRendering {
     Host::ClipReader& reader;
     Host::ClipWriter& writer;
     Progress& progress;
+    const FirstSignalKept& signals;
 };
 
 /// Draws all that the reader gives and finishes the writer. A few frames are under way at a time,

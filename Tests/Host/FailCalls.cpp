@@ -4,10 +4,12 @@
 //   FAIL_COUNT   a file that gets the number of calls there were when the program ends;
 //   FAIL_TRACE   anything, for the stack of the call that fails on standard error.
 // Of memory, the allocations of FFmpeg's libraries count; of new, those in the program's own code.
+// Of a crash it says which library it is in.
 
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
@@ -56,8 +58,27 @@ int findCode(dl_phdr_info* info, std::size_t /*size*/, void* /*data*/) {
     return 0;
 }
 
+// Says which library a crash is the fault of: that of the innermost call outside the C library.
+void sayWhere(int signal) {
+    std::array<void*, 32> stack{};
+    const int depth = backtrace(stack.data(), stack.size());
+    for (int i = 3; i < depth; ++i) { // behind this, the C library's part of it and what crashed
+        Dl_info place = {};
+        if (dladdr(stack[static_cast<std::size_t>(i - 1)], &place) != 0 &&
+            std::strstr(place.dli_fname, "/libc.so") == nullptr) {
+            dprintf(STDERR_FILENO, "crashed in %s\n", place.dli_fname);
+            break;
+        }
+    }
+    std::signal(signal, SIG_DFL);
+    raise(signal);
+}
+
 __attribute__((constructor)) void begin() {
     dl_iterate_phdr(&findCode, nullptr);
+    for (const int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGABRT}) {
+        std::signal(signal, &sayWhere);
+    }
 }
 
 __attribute__((destructor)) void reportCount() {
