@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
+#include <utility>
 
 namespace Vexorel::PrismDrift::Host {
 namespace {
@@ -137,6 +138,9 @@ Demuxer::Demuxer(const ClipInput& input)
 Demuxer::Demuxer(const fs::path& file) : Demuxer(inputOf(file)) {}
 
 void Demuxer::findStreams() {
+    if (std::exchange(mHasFoundStreams, true)) {
+        return; // FFmpeg doesn't survive a second time
+    }
     keepFirstLoggedError();
     checkResult(avformat_find_stream_info(mFormat.get(), nullptr));
     // It may have read as far as where a short file is damaged.

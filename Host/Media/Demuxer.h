@@ -35,7 +35,7 @@ public:
     AVFormatContext& context() { return *mFormat; }
     const AVFormatContext& context() const { return *mFormat; }
 
-    /// Reads as far into the file as it takes to describe its streams.
+    /// Reads as far into the file as it takes to describe its streams. Once is enough.
     void findStreams();
 
     /// The stream of the picture, of several the best. Describes the streams if it has to.
@@ -60,6 +60,7 @@ private:
     std::string mUrl;
     std::atomic<bool> mIsStopped = false;
     FFmpegPtr<AVFormatContext> mFormat;
+    bool mHasFoundStreams = false;
     std::int64_t mPlace = 0;   // in the file, after the last packet
     std::string mEarlyMessage; // the first error that was logged by findStreams
     std::string mEndError;

@@ -98,6 +98,7 @@ const Refusal fileRefusals[] = {
     {"lost.mkv o.mkv", 1, "cannot read 'lost.mkv': frame [0-9]+: "},
     {"cut.y4m o.mkv", 1, "cannot read 'cut.y4m': frame 3: it is cut off"},
     {"cut.mp4 o.mkv", 1, "cannot read 'cut.mp4': it is no picture or video of a known format"},
+    {"sound.mp4 o.mkv", 1, "cannot read 'sound.mp4': there is no picture in it"},
     {"empty.mp4 o.mkv", 1, "cannot read 'empty.mp4': the file is empty"},
     {"list.m3u8 o.mkv", 1, "cannot read 'list.m3u8': it is no picture"},
     {"http://localhost/a.mp4 o.mkv", 1, "cannot read 'http://localhost/a.mp4': No such file"},
@@ -203,7 +204,7 @@ protected:
             hit() { printf "%0$2d" 0 | dd of=$1 bs=1 seek=$3 conv=notrunc status=none; }
             $ff -f lavfi -i testsrc2=s=160x120 -f lavfi -i sine -t 2 -pix_fmt yuv420p \
                 -c:v libx264 -c:a aac in.mp4
-            $ff -i in.mp4 -c copy in.mkv
+            $ff -i in.mp4 -c copy in.mkv; $ff -i in.mp4 -c copy -vn sound.mp4
             cp in.mp4 hit.mp4; hit hit.mp4 200 20000
             $ff -i in.mp4 -c:v ffv1 -level 3 -slicecrc 1 -an crc.mkv; hit crc.mkv 200 90000
             cp in.mkv lost.mkv; hit lost.mkv 900 12000
