@@ -39,11 +39,7 @@ Picture readPicture(const fs::path& file) {
         const AVStream& stream = demuxer.pictureStream();
         VideoDecoder decoder(stream, ClipKind::Still);
         const AVFrame& frame = firstFrame(demuxer, stream, decoder);
-        World world = worldFromFrame(frame);
-        const Orientation orientation = orientationOf(frame);
-        if (!orientation.upright()) {
-            world = turned(world, orientation);
-        }
+        World world = asShown(worldFromFrame(frame), decoder.layout());
         return {std::move(world), profileOf(frame), propertiesOf(frame)};
     } catch (const std::exception&) {
         rethrowWithPrefix(cannotRead(file));

@@ -1,6 +1,9 @@
 #include "Host/Media/VideoDecoder.h"
 
 #include "Host/Library/Error.h"
+#include "Host/Media/EmptyParts.h"
+#include "Host/Media/FrameProperties.h"
+#include "Host/Media/TiffLayout.h"
 
 #include <limits>
 #include <string_view>
@@ -51,6 +54,14 @@ bool isStrict(AVCodecID codec, ClipKind kind) {
     return false;
 }
 
+// Whether the decoder writes all of each frame, into buffers that it lets others provide.
+bool writesWholeFrames(const AVCodec& decoder, ClipKind kind) {
+    const AVCodecDescriptor* codec = avcodec_descriptor_get(decoder.id);
+    const bool standsAlone = codec != nullptr && (codec->props & AV_CODEC_PROP_INTRA_ONLY) != 0;
+    return (kind == ClipKind::Still || standsAlone) &&
+           (decoder.capabilities & AV_CODEC_CAP_DR1) != 0;
+}
+
 } // namespace
 
 VideoDecoder::VideoDecoder(const AVStream& stream, ClipKind kind, bool mayStartBroken)
@@ -63,6 +74,10 @@ VideoDecoder::VideoDecoder(const AVStream& stream, ClipKind kind, bool mayStartB
     if (isStrict(decoder->id, kind)) {
         mContext->err_recognition = AV_EF_EXPLODE | AV_EF_CRCCHECK;
     }
+    mIsEachFrameWhole = writesWholeFrames(*decoder, kind);
+    mLayout.isAlphaAssociated = decoder->id == AV_CODEC_ID_EXR;
+    mContext->opaque = this;
+    mContext->get_buffer2 = &newBuffer;
     // Threads work on the slices of one frame, never on several frames: those give a frame before
     // its damage is known, and log on threads of their own. A still is decoded on this one.
     mContext->thread_type = FF_THREAD_SLICE;
@@ -70,7 +85,19 @@ VideoDecoder::VideoDecoder(const AVStream& stream, ClipKind kind, bool mayStartB
     checkResult(avcodec_open2(mContext.get(), decoder, nullptr));
 }
 
+int VideoDecoder::newBuffer(AVCodecContext* context, AVFrame* frame, int flags) {
+    const auto& decoder = *static_cast<const VideoDecoder*>(context->opaque);
+    const int result = avcodec_default_get_buffer2(context, frame, flags);
+    if (result >= 0 && decoder.mIsEachFrameWhole) {
+        fillEmptyFrame(*frame);
+    }
+    return result;
+}
+
 void VideoDecoder::send(const AVPacket* packet) {
+    if (packet != nullptr && mContext->codec_id == AV_CODEC_ID_TIFF) {
+        mLayout = tiffLayout(packet->data, static_cast<std::size_t>(packet->size));
+    }
     const int sent = avcodec_send_packet(mContext.get(), packet);
     if (packet == nullptr || !isSkipped(sent)) {
         check(sent);
@@ -87,8 +114,9 @@ AVFrame* VideoDecoder::receive() {
         return nullptr;
     }
     check(mHasEnded ? AVERROR_INVALIDDATA : received);
-    if (isDamaged()) {
-        throw Error("it is damaged");
+    checkWhole();
+    if (mContext->codec_id != AV_CODEC_ID_TIFF) {
+        mLayout.orientation = orientationOf(*mFrame);
     }
     mHasGivenFrame = true;
     return mFrame.get();
@@ -103,12 +131,18 @@ void VideoDecoder::check(int result) const {
     checkResult(result);
 }
 
-// The decoder of FFV1 repairs a damaged slice, and does no more than log it.
-bool VideoDecoder::isDamaged() const {
+void VideoDecoder::checkWhole() const {
+    // The decoder of FFV1 repairs a damaged slice, and does no more than log it.
     const bool isRepaired = mContext->codec_id == AV_CODEC_ID_FFV1 &&
                             firstLoggedError().find("CRC") != std::string::npos;
-    return (mFrame->flags & AV_FRAME_FLAG_CORRUPT) != 0 || mFrame->decode_error_flags != 0 ||
-           isRepaired;
+    if ((mFrame->flags & AV_FRAME_FLAG_CORRUPT) != 0 || mFrame->decode_error_flags != 0 ||
+        isRepaired) {
+        throw Error("it is damaged");
+    }
+    if (mIsEachFrameWhole && hasEmptyPart(*mFrame)) {
+        throw Error("the decoder left a part of the picture empty: it is damaged, or stored in a "
+                    "way that isn't read");
+    }
 }
 
 bool VideoDecoder::isSkipped(int result) const {

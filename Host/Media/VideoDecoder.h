@@ -4,6 +4,7 @@
 
 #include "Host/Media/Clip.h"
 #include "Host/Media/FFmpeg.h"
+#include "Host/Media/StoredLayout.h"
 
 namespace Vexorel::PrismDrift::Host {
 
@@ -14,6 +15,9 @@ public:
     /// a video's. With `mayStartBroken`, packets that can't be decoded are skipped until the first
     /// frame.
     VideoDecoder(const AVStream& stream, ClipKind kind, bool mayStartBroken = false);
+    VideoDecoder(const VideoDecoder&) = delete;
+    VideoDecoder& operator=(const VideoDecoder&) = delete;
+    ~VideoDecoder() = default;
 
     /// Takes a packet; null says that no more come.
     void send(const AVPacket* packet);
@@ -22,16 +26,22 @@ public:
     /// none at all; that there was not even one is an error.
     AVFrame* receive();
 
+    /// How the last frame is to be shown, as far as the codec's own data says.
+    const StoredLayout& layout() const { return mLayout; }
+
     /// Whether the last frame after the last packet has been given.
     bool hasEnded() const { return mHasEnded; }
 
 private:
+    static int newBuffer(AVCodecContext* context, AVFrame* frame, int flags);
     void check(int result) const;
-    bool isDamaged() const;
+    void checkWhole() const;
     bool isSkipped(int result) const;
 
     bool mMayStartBroken;
+    bool mIsEachFrameWhole = false; // each is written whole, with nothing of those before
     bool mHasGivenFrame = false, mHasEnded = false;
+    StoredLayout mLayout;
     FFmpegPtr<AVCodecContext> mContext;
     FFmpegPtr<AVFrame> mFrame = owned(av_frame_alloc());
 };

@@ -139,14 +139,14 @@ Picture VideoReader::pictureOf(AVFrame& frame) {
         mConverter.emplace(layoutOf(frame));
     }
     mConverter->convert(frame, world);
-    const Orientation own = mOrientation.upright() ? orientationOf(frame) : mOrientation;
-    if (!own.upright()) {
-        world = turned(world, own);
+    StoredLayout layout = mDecoder->layout();
+    if (!mOrientation.upright()) {
+        layout.orientation = mOrientation;
     }
-    if (own.swapped) {
+    if (layout.orientation.swapped) {
         std::swap(frame.sample_aspect_ratio.num, frame.sample_aspect_ratio.den);
     }
-    return {std::move(world), profileOf(frame), propertiesOf(frame)};
+    return {asShown(std::move(world), layout), profileOf(frame), propertiesOf(frame)};
 }
 
 std::optional<std::int64_t> VideoReader::frameCount() {

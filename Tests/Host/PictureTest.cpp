@@ -144,6 +144,38 @@ TEST_F(PictureTest, WhatIsNoPictureIsRefusedWithItsReason) {
     }
 }
 
+TEST_F(PictureTest, ATiffIsReadRightOrRefusedByName) {
+    const Picture picture{noise(83, 61, false), {}};
+    writePicture(path("in.png"), picture);
+    const struct {
+        const char *options, *expected;
+    } cases[] = {
+        {"-compress LZW -interlace plane", ""},
+        {"-compress Zip -define tiff:rows-per-strip=8 -depth 16 -define tiff:endian=msb", ""},
+        {"-orient LeftBottom", ""}, // its rows are columns, to be read from the bottom
+        {"-channel A -evaluate set 60% -define tiff:alpha=associated", ""},
+        {"-define tiff:tile-geometry=32x32", "its TIFF is stored in tiles, .*: save it in strips"},
+        {"-compress JPEG", "its TIFF is compressed by JPEG, .*"},
+        {"-depth 16 -define quantum:format=floating-point -compress LZW", "its TIFF holds num.*"},
+        {"-colorspace CMYK -depth 16", "its TIFF is CMYK of 16 bits, .*: save it as RGB"},
+        {"-colorspace Lab", "its TIFF has other colours than .*"},
+        {"-alpha off -colorspace Gray -depth 4 -compress None -define tiff:fill-order=lsb",
+         "the deco.*empty.*"},
+    };
+    for (const auto& [options, expected] : cases) {
+        const bool isTurned = std::string(options).find("orient") != std::string::npos;
+        shell("convert in.png " + std::string(isTurned ? "-rotate 90 " : "") +
+              "-depth 8 -alpha set " + options + " a.tif");
+        const std::string error = errorOf([&] {
+            const World read = readPicture(path("a.tif")).world;
+            EXPECT_LE(difference(read, picture.world, false).second, 1) << options;
+        });
+        EXPECT_THAT(error, testing::MatchesRegex(
+                               *expected ? std::string("cannot read 'a.tif': ") + expected : ""))
+            << options;
+    }
+}
+
 TEST_F(PictureTest, AFailedWriteLeavesEverythingAsItWas) {
     const Picture picture{noise(400, 400, false), {}};
     const auto refused = [&](const std::string& name) {
