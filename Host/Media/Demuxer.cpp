@@ -1,6 +1,7 @@
 #include "Host/Media/Demuxer.h"
 
 #include "Host/Media/ClipError.h"
+#include "Host/Media/InputFormats.h"
 
 #include <array>
 #include <cerrno>
@@ -24,16 +25,6 @@ int openOnlyTheFile(AVFormatContext* context, AVIOContext** io, const char* url,
         return AVERROR(EACCES);
     }
     return avio_open2(io, url, flags, &context->interrupt_callback, options);
-}
-
-// Whether FFmpeg would draw a text, or read a list of other files.
-bool isTextOrList(const AVInputFormat& format) {
-    for (const char* name : {"tty", "concat", "hls", "dash", "imf"}) {
-        if (name == std::string_view(format.name)) {
-            return true;
-        }
-    }
-    return false;
 }
 
 // A setting that FFmpeg's format takes as an option.
@@ -109,6 +100,8 @@ Demuxer::Demuxer(const ClipInput& input)
         &mIsStopped};
     Dictionary options;
     options.set("protocol_whitelist", "file,pipe");
+    options.set("format_whitelist", formatWhitelist());
+    options.set("codec_whitelist", codecWhitelist());
     options.set("pattern_type", "none"); // '%' and '*' are plain characters
     for (const FormatOption& option : formatOptions(input)) {
         if (!option.value.empty()) {
@@ -121,11 +114,12 @@ Demuxer::Demuxer(const ClipInput& input)
                         ? "it is no picture or video of a known format"
                         : "it is damaged or not of the format '" + input.format + "'");
     }
+    if (firstLoggedError().rfind("Format not on whitelist", 0) == 0) {
+        throw Error("its format isn't read: it is a text, a drawing, music, a list of other files "
+                    "or one that FFmpeg shows wrong");
+    }
     checkResult(result);
     mFormat.reset(context);
-    if (isTextOrList(*context->iformat)) {
-        throw Error("it is no picture but a text or a list of other files");
-    }
     for (const FormatOption& option : formatOptions(input)) {
         if (options.has(option.name)) {
             throw ClipError(ClipReason::SettingNotTaken, {option.setting},

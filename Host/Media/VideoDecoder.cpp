@@ -3,6 +3,7 @@
 #include "Host/Library/Error.h"
 #include "Host/Media/EmptyParts.h"
 #include "Host/Media/FrameProperties.h"
+#include "Host/Media/InputFormats.h"
 #include "Host/Media/TiffLayout.h"
 
 #include <limits>
@@ -23,6 +24,9 @@ std::int64_t largestPixelCount() {
 // VP8 and VP9 keep alpha beside the picture, which only libvpx decodes.
 const AVCodec* findDecoder(const AVStream& stream) {
     const AVCodecID codec = stream.codecpar->codec_id;
+    if (!isDecoded(codec)) {
+        throw Error(std::string("its format, ") + avcodec_get_name(codec) + ", isn't read");
+    }
     const AVDictionaryEntry* alpha = av_dict_get(stream.metadata, "alpha_mode", nullptr, 0);
     const AVCodec* decoder = nullptr;
     if (alpha != nullptr && std::string_view(alpha->value) == "1") {

@@ -119,11 +119,18 @@ TEST_F(PictureTest, ColourProfilesStay) {
 
 TEST_F(PictureTest, WhatIsNoPictureIsRefusedWithItsReason) {
     std::vector<std::pair<std::string, const char*>> cases = {
-        {"text.png", "no picture"},           {"text", "no picture"},
-        {"empty.png", "the file is empty"},   {"list.txt", "a list of other files"},
-        {"huge.ppm", "1000000x1000000"},      {"wide.ppm", "70000x1 pixels is too large"},
-        {"none.png", "No such file"},         {"folder", "it is a directory"},
-        {"http://host/a.png", "No such file"}};
+        {"text.png", "no picture"},
+        {"text", "no picture"},
+        {"empty.png", "the file is empty"},
+        {"list.txt", "a list of other files"},
+        {"huge.ppm", "1000000x1000000"},
+        {"wide.ppm", "70000x1 pixels is too large"},
+        {"none.png", "No such file"},
+        {"folder", "it is a directory"},
+        {"http://host/a.png", "No such file"},
+        {"drawing", "no picture"},
+        {"drawing.svg", "format, svg, isn't"},
+        {"upside.pfm", "format isn't read"}};
     for (const std::string ending : {"png", "jpg", "tif", "webp", "bmp", "tga"}) {
         const std::string name = "cut." + ending;
         writePicture(path(name), {noise(300, 300, false), {}});
@@ -135,6 +142,11 @@ TEST_F(PictureTest, WhatIsNoPictureIsRefusedWithItsReason) {
     std::ofstream(path("text")) << "no picture\n";
     std::ofstream(path("empty.png")) << "";
     std::ofstream(path("list.txt")) << "ffconcat version 1.0\nfile cut.png\n";
+    for (const char* name : {"drawing", "drawing.svg"}) {
+        std::ofstream(path(name))
+            << "<svg xmlns='http://www.w3.org/2000/svg' width='9' height='9'/>";
+    }
+    std::ofstream(path("upside.pfm")) << "Pf\n1 1\n-1.0\nabcd";
     std::ofstream(path("huge.ppm")) << "P6\n1000000 1000000\n255\nabc";
     std::ofstream(path("wide.ppm")) << "P6\n70000 1\n255\n" << std::string(210000, 'a');
     for (const auto& [name, reason] : cases) {
