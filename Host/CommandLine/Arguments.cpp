@@ -91,6 +91,16 @@ void checkFiles(const Arguments& arguments) {
     }
 }
 
+void checkPipes(const Arguments& arguments) {
+    if (arguments.preset == "-" && arguments.input.file == "-") {
+        throw UsageError("--preset and INPUT can't both be standard input; name a file for one");
+    }
+    if (arguments.savePreset == "-" && arguments.output.file == "-") {
+        throw UsageError(
+            "--save-preset and OUTPUT can't both be standard output; name a file for one");
+    }
+}
+
 // What is wrong with every file is wrong usage.
 void checkInput(const Host::ClipInput& input) {
     try {
@@ -123,6 +133,7 @@ Arguments readArguments(const ParsedLine& line, const std::vector<ParameterOptio
         }
     }
     checkFiles(arguments);
+    checkPipes(arguments);
     checkInput(arguments.input);
     return arguments;
 }

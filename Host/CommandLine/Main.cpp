@@ -80,6 +80,17 @@ void checkOutput(const Arguments& arguments) {
     }
 }
 
+// A file appears whole or not at all.
+void savePreset(const std::filesystem::path& file, const Host::ParameterValues& values,
+                const StandardOutput& standardOutput) {
+    const std::string text = presetText(values);
+    if (file == "-") {
+        standardOutput.write(text);
+    } else {
+        Host::replaceFile(file, text.data(), text.size());
+    }
+}
+
 void sayInterrupted(std::int64_t frames) {
     const std::string text =
         frames == 0   ? "; nothing is written"
@@ -96,7 +107,7 @@ int render(Host::HostedEffect& effect, const Arguments& arguments,
     }
     Host::ParameterValues values = chosenValues(effect, arguments);
     if (!arguments.savePreset.empty()) {
-        savePreset(arguments.savePreset, values);
+        savePreset(arguments.savePreset, values, standardOutput);
     }
     if (arguments.output.file.empty()) {
         return 0; // there is nothing to render

@@ -127,11 +127,13 @@ const std::vector<Option> sheetOptions = {
 const std::vector<Option> effectOptions = {
     {.name = "--preset",
      .takes = "FILE",
-     .help = "Take the values in a preset. Options on the command line override it",
+     .help = "Take the values in a preset, - for standard input. Options on the command line "
+             "override it",
      .store = [](Arguments& to, Text text) { to.preset = text; }},
     {.name = "--save-preset",
      .takes = "FILE",
-     .help = "Save the values of all parameters as a preset. Works without INPUT and OUTPUT, too",
+     .help = "Save the values of all parameters as a preset, - for standard output. Works without "
+             "INPUT and OUTPUT, too",
      .store = [](Arguments& to, Text text) { to.savePreset = text; },
      .onlyIn = Command::Render},
 };
@@ -223,7 +225,7 @@ const std::vector<Option> informationOptions = {
      .onlyIn = Command::Render},
     {.name = "--script",
      .takes = "FILE",
-     .help = "Run the script in FILE and print its result",
+     .help = "Run the script in FILE, - for standard input, and print its result",
      .store = [](Arguments& to, Text text) { to.script = text; },
      .onlyIn = Command::Render},
     {.name = "--version",

@@ -4,7 +4,6 @@
 #include "Host/CommandLine/Usage.h"
 #include "Host/Library/Error.h"
 #include "Host/Library/Number.h"
-#include "Host/Library/ReplaceFile.h"
 
 #include <nlohmann/json.hpp>
 
@@ -256,11 +255,11 @@ void loadPreset(const std::filesystem::path& file, ParameterValues& values) {
                        changed);
         values = std::move(changed);
     } catch (const Error& error) {
-        throw Error("the preset '" + file.string() + "': " + error.what());
+        throw Error("the preset " + nameOf(file) + ": " + error.what());
     }
 }
 
-void savePreset(const std::filesystem::path& file, const ParameterValues& values) {
+std::string presetText(const ParameterValues& values) {
     Json parameters = Json::object();
     for (const Parameter& parameter : values.parameters()) {
         if (parameter.hasValue()) {
@@ -269,8 +268,7 @@ void savePreset(const std::filesystem::path& file, const ParameterValues& values
         }
     }
     const Json preset = {{versionKey, formatVersion}, {parametersKey, parameters}};
-    const std::string text = preset.dump(2, ' ', false) + "\n";
-    Host::replaceFile(file, text.data(), text.size());
+    return preset.dump(2, ' ', false) + "\n";
 }
 
 } // namespace Vexorel::PrismDrift::CommandLine

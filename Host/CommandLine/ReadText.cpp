@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <memory>
 #include <system_error>
+#include <unistd.h>
 
 namespace Vexorel::PrismDrift::CommandLine {
 namespace {
@@ -17,9 +18,14 @@ struct Close {
 
 } // namespace
 
+std::string nameOf(const std::filesystem::path& file) {
+    return file == "-" ? "on standard input" : "'" + file.string() + "'";
+}
+
 std::string readText(const std::filesystem::path& path, const std::string& what,
                      std::size_t limit) {
-    const std::unique_ptr<std::FILE, Close> file(std::fopen(path.c_str(), "rb"));
+    const std::unique_ptr<std::FILE, Close> file(path == "-" ? fdopen(dup(STDIN_FILENO), "rb")
+                                                             : std::fopen(path.c_str(), "rb"));
     std::string text;
     std::array<char, 65536> part{};
     std::size_t count = 0;
@@ -28,8 +34,8 @@ std::string readText(const std::filesystem::path& path, const std::string& what,
         text.append(part.data(), count);
     }
     if (!file || std::ferror(file.get()) != 0) {
-        throw Host::Error("cannot read " + what + " '" + path.string() +
-                          "': " + std::generic_category().message(errno));
+        throw Host::Error("cannot read " + what + " " + nameOf(path) + ": " +
+                          std::generic_category().message(errno));
     }
     return text;
 }

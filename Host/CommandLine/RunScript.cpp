@@ -14,12 +14,12 @@ using Host::Error;
 std::string runScript(const std::filesystem::path& file) {
     const std::string script = readText(file, "the script");
     if (script.find('\0') != std::string::npos) {
-        throw Error("the script '" + file.string() + "' is not a text: it holds a zero byte");
+        throw Error("the script " + nameOf(file) + " is not a text: it holds a zero byte");
     }
     try {
         return std::string(Host::trimmed(Host::evaluateScript(script)));
     } catch (const Error& error) {
-        throw Error("the script '" + file.string() + "' failed: " + error.what());
+        throw Error("the script " + nameOf(file) + " failed: " + error.what());
     }
 }
 

@@ -151,6 +151,10 @@ const Refusal keyframes[] = {
 const std::string given = "{\"prismdrift\": 1, \"parameters\": {";
 const char* const loading = "--save-preset o.json --preset bad.json";
 const Refusal presets[] = {
+    {"--preset - - o.mkv", 2, "--preset and INPUT can't both be standard input"},
+    {"--save-preset - in.png - --output-format png", 2, "can't both be standard output"},
+    {"--save-preset o.json --preset - <text.png", 1, "the preset on standard input: it is not J"},
+    {"--save-preset - >/dev/full", 1, "cannot write to standard output: No space left"},
     {"--preset bad.json", 2, "INPUT and OUTPUT are missing"},
     {"--save-preset kept.png --shift-angle x", 2, "not 'x'"},
     {"--save-preset kept.png in.png o.nope", 2, "one of .png, "},

@@ -159,7 +159,9 @@ SheetText sheetText(const Arguments& arguments, const Frame& frame, const std::v
     const Host::World& world = frame.picture.world;
     text.subtitle = std::to_string(world.width()) + "x" + std::to_string(world.height());
     if (!arguments.preset.empty()) {
-        text.subtitle += ", preset " + arguments.preset.filename().string();
+        text.subtitle +=
+            ", preset " + (arguments.preset == "-" ? "from standard input"
+                                                   : arguments.preset.filename().string());
     }
     for (const auto& [option, value] : arguments.values) {
         text.subtitle += ", " + labelOf(*option, value);
