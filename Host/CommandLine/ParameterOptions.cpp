@@ -1,5 +1,6 @@
 #include "Host/CommandLine/ParameterOptions.h"
 
+#include "Host/CommandLine/Options.h"
 #include "Host/CommandLine/Usage.h"
 #include "Host/Library/Number.h"
 #include "Host/Library/Text.h"
@@ -7,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <set>
 
 namespace Vexorel::PrismDrift::CommandLine {
 namespace {
@@ -29,7 +31,22 @@ std::string optionName(const std::string& published) {
             name += '-';
         }
     }
-    return name;
+    return name == "--" ? "--parameter" : name;
+}
+
+// Gives another name to each option that is called as one of the program's or one before it:
+// "--effect-quiet", "--effect-quiet-2".
+void makeNamesUnique(std::vector<ParameterOption>& options) {
+    std::set<std::string> taken;
+    for (const Option& option : programOptions()) {
+        taken.insert(option.name);
+    }
+    for (ParameterOption& option : options) {
+        const std::string other = "--effect-" + option.name.substr(2);
+        for (int number = 1; !taken.insert(option.name).second; ++number) {
+            option.name = number == 1 ? other : other + "-" + std::to_string(number);
+        }
+    }
 }
 
 // What an effect's numbers count is in no record that it publishes: it is known by the name.
@@ -172,6 +189,7 @@ std::vector<ParameterOption> parameterOptions(const std::vector<Parameter>& para
             describeGroup(options.back());
         }
     }
+    makeNamesUnique(options);
     return options;
 }
 

@@ -35,7 +35,8 @@ struct ParameterOption {
     void apply(std::string_view text, Host::ParameterValues& values) const;
 };
 
-/// In the published order. The options refer to the parameters.
+/// In the published order. The options refer to the parameters. One whose name the program has
+/// taken begins with "--effect-".
 std::vector<ParameterOption> parameterOptions(const std::vector<Host::Parameter>& parameters);
 
 /// A table of the parameters for people to read, one a line, in aligned columns.

@@ -127,6 +127,22 @@ TEST_F(CommandLineTest, TheRealEffectPublishesDrawsAndSaysWhyItCannot) {
     }
 }
 
+TEST_F(CommandLineTest, NoOptionOfTheEffectIsShadowed) {
+    const std::pair<const char*, const char*> cases[] = {{"Quiet", "--effect-quiet"},
+                                                         {"VARY", "--effect-vary"},
+                                                         {"shift angle", "--effect-shift-angle"},
+                                                         {"%", "--parameter"}};
+    for (const auto& [name, option] : cases) {
+        const Result list =
+            run("export FAKE_EFFECT_PARAMETER='" + std::string(name) +
+                "'; $PROGRAM $FAKE --list-parameters; $PROGRAM $FAKE --help "
+                ">help && $PROGRAM $FAKE " +
+                option + " 8 --save-preset - | $PROGRAM $FAKE --preset - --save-preset -");
+        EXPECT_THAT(list.output, HasSubstr("\": 8,")) << list.errors;
+        EXPECT_THAT(list.output, HasSubstr("\n" + std::string(option) + " "));
+    }
+}
+
 TEST_F(CommandLineTest, TellsWhatItRunsOn) {
     const std::string libraries = "\nFFmpeg libraries: libavformat [0-9.]+, libavcodec [0-9.]+, "
                                   "libswscale [0-9.]+, libavutil [0-9.]+, under the .*\n";

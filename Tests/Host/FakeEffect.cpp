@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <new>
 
 using Vexorel::PrismDrift::SuiteScoper;
@@ -99,6 +100,16 @@ EntryPointFunc(PF_Cmd cmd, PF_InData* in, PF_OutData* out, PF_ParamDef* params[]
     if (const char* result = std::getenv("FAKE_EFFECT_RENDER_RESULT")) {
         FakeEffect::renderResult = std::atoi(result);
     }
-    return FakeEffect::entry(cmd, in, out, params, output, extra);
+    static PF_ParamDef strange{};
+    if (const char* name = std::getenv("FAKE_EFFECT_PARAMETER")) {
+        strange.param_type = PF_Param_FLOAT_SLIDER;
+        std::strncpy(strange.name, name, sizeof strange.name - 1);
+        strange.u.fs_d.valid_max = strange.u.fs_d.slider_max = 9;
+        FakeEffect::strangeParameter = &strange;
+    }
+    const PF_Err error = FakeEffect::entry(cmd, in, out, params, output, extra);
+    out->num_params +=
+        cmd == PF_Cmd_PARAMS_SETUP && FakeEffect::strangeParameter != nullptr ? 1 : 0;
+    return error;
 }
 #endif
