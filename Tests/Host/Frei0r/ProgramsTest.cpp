@@ -40,14 +40,28 @@ options='--channel-order GBR --shift-angle -45 --shift-distance 15.5'
 options="$options --channel-scale 100,80,150 --channel-lightness 0,50,-30"
 )sh";
 
+/// Under a sanitizer the programs, which are built without, load its run time before the module.
+/// What they leak themselves is their own business.
+const std::string kSanitizer =
+#ifdef SANITIZER_RUNTIME
+    R"sh(sanitized=yes
+export ASAN_OPTIONS="$ASAN_OPTIONS:detect_leaks=0"
+mkdir bin
+for program in ffmpeg melt gst-launch-1.0; do
+    echo 'exec env LD_PRELOAD=)sh" SANITIZER_RUNTIME
+    R"sh(' "$(command -v $program)" '"$@"' >bin/$program
+done
+chmod +x bin/*
+PATH="$PWD/bin:$PATH"
+)sh";
+#else
+    "sanitized=no\n";
+#endif
+
 /// Runs a script in a folder of its own; its output is shown if it fails.
 void run(const std::string& script) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    GTEST_SKIP() << "these programs lack the sanitizer's library, so that they can't load a module "
-                    "that was built with it";
-#endif
     const ScratchFolder scratch;
-    std::ofstream(scratch.path() / "script") << kPrelude << script;
+    std::ofstream(scratch.path() / "script") << kSanitizer << kPrelude << script;
     const std::string command =
         "cd '" + scratch.path().string() + "' && sh -e script >log 2>&1 </dev/null";
     EXPECT_EQ(std::system(command.c_str()), 0)
@@ -108,6 +122,8 @@ TEST(Frei0rPrograms, ExamplesOfThePageHold) {
 awk '/^```/ { inside = $0 == "```sh"; n += inside; next } inside { print >"example" n }' "$page"
 for i in 1 2 3 4; do
     rm -f out.png
+    # Under a sanitizer melt waits for itself, whatever modules it has, when it reads a picture.
+    test $i$sanitized = 3yes && continue
     . ./example$i
     decode out.png
     test $i != 1 || cp out.raw wanted.raw
