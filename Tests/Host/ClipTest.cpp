@@ -10,12 +10,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-// The H.265 encoder's library keeps a kilobyte of its own.
-extern "C" __attribute__((visibility("default"))) const char*
-__lsan_default_suppressions() { // NOLINT(bugprone-reserved-identifier)
-    return "leak:libx265";
-}
-
 using namespace Vexorel::PrismDrift::Host;
 namespace fs = std::filesystem;
 using testing::MatchesRegex;

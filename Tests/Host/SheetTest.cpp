@@ -9,12 +9,6 @@
 
 #include <set>
 
-// The library that finds fonts keeps what it read of its configuration.
-extern "C" __attribute__((visibility("default"))) const char*
-__lsan_default_suppressions() { // NOLINT(bugprone-reserved-identifier)
-    return "leak:libfontconfig";
-}
-
 using namespace Vexorel::PrismDrift::CommandLine;
 using namespace Vexorel::PrismDrift::Host;
 using testing::HasSubstr;

@@ -20,14 +20,6 @@ class KeepLibraries : public testing::EmptyTestEventListener {
 
 } // namespace
 
-#ifdef __SANITIZE_THREAD__
-/// The driver's own threads synchronise in ways that the sanitizer can't see in a library that was
-/// built without it.
-extern "C" __attribute__((visibility("default"))) const char* __tsan_default_options() {
-    return "ignore_noninstrumented_modules=1";
-}
-#endif
-
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
     testing::UnitTest::GetInstance()->listeners().Append(new KeepLibraries);
