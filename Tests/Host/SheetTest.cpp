@@ -150,6 +150,9 @@ TEST_F(SheetTest, ShowsWhatTheProgramRenders) {
                 {"clip.mkv, frame 6",
                  "240x120, preset look.json",
                  {"channel-scale 100", "channel-scale 0=100;-2=70"}});
+    output("$PROGRAM sheet in.png long.png --vary shift-angle=1,2 --shift-distance \"$(seq -f %g=1 "
+           "-s\\; 0 9000)\"");
+    EXPECT_LT(readPicture(path("long.png")).world.height(), 500);
 }
 
 TEST_F(SheetTest, FailuresLeaveNoFile) {

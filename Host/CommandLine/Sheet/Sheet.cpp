@@ -35,8 +35,16 @@ const ParameterOption* findOption(const std::vector<ParameterOption>& options, c
     return found == options.end() ? nullptr : &*found;
 }
 
+// Of thousands of keyframes only the first ones are shown, or the text would be higher than a
+// sheet.
 std::string labelOf(const ParameterOption& option, const std::string& value) {
-    return option.name.substr(2) + " " + value; // without the dashes
+    constexpr std::size_t longest = 200;
+    std::string label = option.name.substr(2) + " " + value; // without the dashes
+    if (label.size() > longest) {
+        label.resize(label.find_last_of(" ;,", longest));
+        label += " ...";
+    }
+    return label;
 }
 
 Variation allChannelOrders(const std::vector<ParameterOption>& options) {

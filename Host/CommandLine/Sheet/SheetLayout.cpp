@@ -41,11 +41,12 @@ TextStyle labelStyle(int fontSize) {
 void checkSize(int width, int height) {
     if (width > Host::largestSide || height > Host::largestSide ||
         std::int64_t{width} * height > mostPixels) {
-        throw Host::Error("the sheet of " + std::to_string(width) + "x" + std::to_string(height) +
-                          " pixels is too large: the limit is " +
-                          std::to_string(Host::largestSide) + " a side and " +
-                          std::to_string(mostPixels / 1'000'000) +
-                          " million in all; a smaller --cell-width or fewer values help");
+        throw Host::Error(
+            "the sheet of " + std::to_string(width) + "x" + std::to_string(height) +
+            " pixels is too large: the limit is " + std::to_string(Host::largestSide) +
+            " a side and " + std::to_string(mostPixels / 1'000'000) +
+            " million in all; a smaller --cell-width, other --columns or fewer values "
+            "help");
     }
 }
 
