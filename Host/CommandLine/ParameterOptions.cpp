@@ -81,6 +81,11 @@ std::string takesWithUnit(const Parameter& parameter) {
     return parameter.takes() + (unit.empty() ? "" : ", in " + unit);
 }
 
+// The same for the help of an option.
+std::string takesOverTime(const Parameter& parameter) {
+    return takesWithUnit(parameter) + (parameter.varies ? ", or keyframes" : "");
+}
+
 std::string valueNotation(const Parameter& parameter) {
     if (parameter.kind == ParameterKind::Popup) {
         return parameter.choiceText;
@@ -92,7 +97,7 @@ std::string valueNotation(const Parameter& parameter) {
 ParameterOption soloOption(const Parameter& parameter) {
     return {optionName(parameter.name),
             valueNotation(parameter),
-            parameter.name + ": " + takesWithUnit(parameter) +
+            parameter.name + ": " + takesOverTime(parameter) +
                 ". Default: " + parameter.valueText(parameter.initial),
             {&parameter}};
 }
@@ -106,7 +111,7 @@ void describeGroup(ParameterOption& option) {
         initial += (initial.empty() ? "" : ",") + member->valueText(member->initial);
     }
     option.meaning = option.members.front()->group + ": each " +
-                     takesWithUnit(*option.members.front()) +
+                     takesOverTime(*option.members.front()) +
                      ", or one for all. Default: " + initial;
 }
 

@@ -27,7 +27,8 @@ CommandWords wordsOf(Command command) {
     return {"prismdrift [options] INPUT OUTPUT\n"
             "       prismdrift sheet [options] INPUT OUTPUT\n"
             "                            compares settings in one picture, see sheet --help",
-            "Shifts the red, green and blue of a picture apart."};
+            "Shifts the red, green and blue of a picture apart. Keyframes change a value\n"
+            "over time: \"0=0; 50=20\" goes from 0 at frame 0 to 20 at frame 50."};
 }
 
 // CLI11's layout, without its marks behind the names of options, and with a usage line of ours.

@@ -164,9 +164,10 @@ TEST_F(CommandLineTest, HelpFitsATerminalAndNamesWhatEachCommandTakes) {
         const bool isSheet = help.find("--vary OPTION=VALUE,...") != std::string::npos;
         EXPECT_EQ(isSheet, command == std::string("$PROGRAM sheet -h"));
         EXPECT_EQ(help.find("--codec NAME") == std::string::npos, isSheet);
-        EXPECT_THAT(help, AllOf(HasSubstr(both[0]), HasSubstr(both[1]), HasSubstr(both[2]),
-                                HasSubstr(isSheet ? "--frames N" : "--frames RANGE"),
-                                Not(HasSubstr("\n\n\n"))));
+        EXPECT_THAT(help,
+                    AllOf(HasSubstr(both[0]), HasSubstr(both[1]), HasSubstr(both[2]),
+                          HasSubstr(isSheet ? "--frames N" : "--frames RANGE"),
+                          HasSubstr("or keyframes, or one for all"), Not(HasSubstr("\n\n\n"))));
         std::istringstream lines(help);
         for (std::string line; std::getline(lines, line);) {
             EXPECT_LE(line.size(), 80U) << line;
