@@ -1,10 +1,11 @@
 // Preloaded into a program, this makes calls of one kind fail. In the environment
-//   FAIL_CALLS   is the kind: memory, new, open, read, write, seek, sync, close, link or rename;
+//   FAIL_CALLS   is the kind: memory, new, open, read, write, seek, sync, close, link, rename, or
+//                nameless, the opening of a file without a name;
 //   FAIL_AT      the number of the call that fails, from 1; of all of them where it is missing;
 //   FAIL_COUNT   a file that gets the number of calls there were when the program ends;
 //   FAIL_TRACE   anything, for the stack of the call that fails on standard error.
-// Of memory, the allocations of FFmpeg's libraries count; of new, those in the program's own code.
-// Of a crash it says which library it is in.
+// Of memory, the allocations of FFmpeg's libraries count; of new, those in the program's own code;
+// of seek, those in files that are written. Of a crash it says which library it is in.
 
 #include <array>
 #include <atomic>
@@ -111,6 +112,23 @@ bool fails(const char* name, int error) {
     return true;
 }
 
+// Whether the library's code called, maybe by way of the program, which looks at allocations.
+[[gnu::noinline]] bool isFromLibavutil(const void* caller) {
+    std::array<void*, 4> stack{}; // this function, that of this library, the program's, its caller
+    return libavutil.holds(caller) ||
+           (program.holds(caller) && backtrace(stack.data(), stack.size()) == stack.size() &&
+            libavutil.holds(stack.back()));
+}
+
+bool failsToSeek(int file) {
+    return (fcntl(file, F_GETFL) & O_ACCMODE) != O_RDONLY && fails("seek", EIO);
+}
+
+bool failsToOpen(int flags) {
+    const bool isNameless = (flags & O_TMPFILE) == O_TMPFILE;
+    return (isNameless && fails("nameless", EOPNOTSUPP)) || fails("open", EMFILE);
+}
+
 // The C library's function of this name.
 template <typename Function>
 Function* real(const char* name) {
@@ -125,14 +143,16 @@ Function* real(const char* name) {
         static auto* const found = real<decltype(name)>(#name);                                    \
         return found;                                                                              \
     }()))
+#define FAILS_FROM_LIBAVUTIL                                                                       \
+    (isFromLibavutil(__builtin_return_address(0)) && fails("memory", ENOMEM))
 #define FAILS_IN(code, name) ((code).holds(__builtin_return_address(0)) && fails(name, ENOMEM))
 
 EXPORTED int posix_memalign(void** memory, std::size_t alignment, std::size_t size) noexcept {
-    return FAILS_IN(libavutil, "memory") ? ENOMEM : REAL(posix_memalign)(memory, alignment, size);
+    return FAILS_FROM_LIBAVUTIL ? ENOMEM : REAL(posix_memalign)(memory, alignment, size);
 }
 
 EXPORTED void* realloc(void* memory, std::size_t size) noexcept {
-    return FAILS_IN(libavutil, "memory") ? nullptr : REAL(realloc)(memory, size);
+    return FAILS_FROM_LIBAVUTIL ? nullptr : REAL(realloc)(memory, size);
 }
 
 __attribute__((visibility("default"))) void* operator new(std::size_t size) {
@@ -149,11 +169,11 @@ EXPORTED ssize_t write(int file, const void* bytes, std::size_t size) {
 }
 
 EXPORTED off_t lseek(int file, off_t place, int whence) noexcept {
-    return fails("seek", EIO) ? -1 : REAL(lseek)(file, place, whence);
+    return failsToSeek(file) ? -1 : REAL(lseek)(file, place, whence);
 }
 
 EXPORTED off64_t lseek64(int file, off64_t place, int whence) noexcept {
-    return fails("seek", EIO) ? -1 : REAL(lseek64)(file, place, whence);
+    return failsToSeek(file) ? -1 : REAL(lseek64)(file, place, whence);
 }
 
 EXPORTED int open(const char* name, int flags, ...) {
@@ -161,7 +181,7 @@ EXPORTED int open(const char* name, int flags, ...) {
     va_start(more, flags);
     const mode_t mode = va_arg(more, mode_t);
     va_end(more);
-    return fails("open", EMFILE) ? -1 : REAL(open)(name, flags, mode);
+    return failsToOpen(flags) ? -1 : REAL(open)(name, flags, mode);
 }
 
 EXPORTED int open64(const char* name, int flags, ...) {
@@ -169,7 +189,7 @@ EXPORTED int open64(const char* name, int flags, ...) {
     va_start(more, flags);
     const mode_t mode = va_arg(more, mode_t);
     va_end(more);
-    return fails("open", EMFILE) ? -1 : REAL(open64)(name, flags, mode);
+    return failsToOpen(flags) ? -1 : REAL(open64)(name, flags, mode);
 }
 
 EXPORTED int close(int file) {

@@ -53,6 +53,9 @@ PF_Err render(PF_InData* in, PF_ParamDef* params[], PF_LayerDef& output) {
     PF_LayerDef& input = params[0]->u.ld;
     const SuiteScoper<PF_HandleSuite1> handles(in, "PF Handle Suite", 2);
     PF_Handle handle = handles->host_new_handle(sizeof(double));
+    if (handle == nullptr) {
+        return PF_Err_OUT_OF_MEMORY;
+    }
     double& sum = *new (handles->host_lock_handle(handle)) double(0.0);
     const PF_Err result = addValues(in, params, sum);
     PF_Pixel8 *from = nullptr, *to = nullptr;
