@@ -4,6 +4,7 @@
 #include "Host/CommandLine/ChosenValues.h"
 #include "Host/CommandLine/ClipErrorText.h"
 #include "Host/CommandLine/Interruption.h"
+#include "Host/CommandLine/MemoryWatch.h"
 #include "Host/CommandLine/ParseLine.h"
 #include "Host/CommandLine/PluginSearch.h"
 #include "Host/CommandLine/Preset.h"
@@ -125,6 +126,7 @@ int render(Host::HostedEffect& effect, const Arguments& arguments,
     const auto writer = Host::openClipWriter(output, arguments.input, *reader);
     const int signal =
         renderClip({effect, values, arguments.downsample, *reader, *writer, progress, signals});
+    checkMemory(); // of a pipe
     progress.finish(signal == 0);
     if (signal != 0 && !arguments.quiet) {
         sayInterrupted(progress.frames());
@@ -197,6 +199,7 @@ int complain(const std::string& text, ExitStatus status, const std::string& show
 
 int runOrComplain(int count, const char* const* words) {
     keepMemory();
+    Host::setCommitCheck(&checkMemory);
     std::signal(SIGPIPE, SIG_IGN); // a closed pipe is an error of writing
     try {
         return run(parseLine(count, words));

@@ -2,6 +2,7 @@
 
 #include "Host/Library/Error.h"
 
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
@@ -15,6 +16,8 @@ namespace Vexorel::PrismDrift::Host {
 namespace {
 
 namespace fs = std::filesystem;
+
+std::atomic<void (*)()> commitCheck = nullptr;
 
 [[noreturn]] void refuse(const fs::path& target, const std::string& reason) {
     throw Error("cannot write '" + target.string() + "': " + reason);
@@ -109,6 +112,10 @@ void checkReplaceable(const fs::path& target) {
     }
 }
 
+void setCommitCheck(void (*check)()) {
+    commitCheck = check;
+}
+
 NewFile::NewFile(const fs::path& target)
     : mTarget(target), mDestination(withLinksFollowed(target)) {
     checkReplaceable(target);
@@ -134,6 +141,9 @@ NewFile::~NewFile() {
 
 void NewFile::commit() {
     const SignalsHeld signals;
+    if (auto* const check = commitCheck.load()) {
+        check();
+    }
     // A disk that is full may say so no earlier than here, or when the file is closed.
     if (!isSynchronised(mDescriptor)) {
         refuse(mTarget, errno);

@@ -20,6 +20,10 @@ void checkReplaceable(const std::filesystem::path& target);
 /// Writes all bytes, in several calls if need be. Gives 0, or the errno of a failure.
 int writeAll(int descriptor, const void* bytes, std::size_t size);
 
+/// Has `check` called before any file takes its target's place; what it throws is thrown, and the
+/// target stays as it was. For a process that may find out that its results are not to be trusted.
+void setCommitCheck(void (*check)());
+
 /// A file that replaces its target once it is complete. Until `commit` the target stays as it was,
 /// and the new file has no name where the file system supports that, so that not even a killed
 /// program leaves it behind.
