@@ -48,6 +48,14 @@ void* allocated(std::size_t count, std::size_t size) {
     return memory;
 }
 
+// Whether packets that follow each other have the same time, as TrueHD's may in Matroska, which
+// counts milliseconds.
+bool haveSameTimes(const AVStream& stream) {
+    constexpr AVRational truehdPacket = {1, 1200}; // seconds, at any sample rate
+    return stream.codecpar->codec_id == AV_CODEC_ID_TRUEHD &&
+           av_cmp_q(stream.time_base, truehdPacket) > 0;
+}
+
 const char* kindOf(const AVStream& stream) {
     switch (stream.codecpar->codec_type) {
     case AVMEDIA_TYPE_AUDIO:
@@ -134,7 +142,12 @@ std::string StreamCopier::reasonToLeaveOut(const AVStream& stream) const {
             ? isMatroska && type == AVMEDIA_TYPE_ATTACHMENT
             : !(isForMp4Alone && std::string_view(container.name) == "mov") &&
                   avformat_query_codec(mMuxer.context().oformat, codec, FF_COMPLIANCE_NORMAL) == 1;
-    return hasPlace ? "" : "." + std::string(container.ending) + " has no place for it";
+    if (!hasPlace) {
+        return "." + std::string(container.ending) + " has no place for it";
+    }
+    return haveSameTimes(stream) && std::string_view(container.name) == "mp4"
+               ? "the input's times are too coarse for it"
+               : "";
 }
 
 void StreamCopier::addStream(const AVStream& from) {

@@ -254,6 +254,11 @@ TEST_F(ClipTest, WhatElseIsInTheFileIsHandedOnFromItsStart) {
               "stream 2, subtitles (subrip), is left out: .mp4 has no place for it\n");
     EXPECT_EQ(copy(input("out.mp4"), output("out.mov")),
               "stream 1, sound (flac), is left out: .mov has no place for it\n");
+    ffmpeg("-i base.mkv -map 0:v -map 0:a -c:v copy -c:a truehd -strict -2 hd.mkv -c:v copy -c:a "
+           "truehd -strict -2 hd.mp4");
+    EXPECT_EQ(copy(input("hd.mkv"), output("out.mp4")),
+              "stream 1, sound (truehd), is left out: the input's times are too coarse for it\n");
+    EXPECT_EQ(copy(input("hd.mp4"), output("out.mp4")), "");
     // A part of a clip begins at 0, with a time code of its own and without the sound.
     ffmpeg("-i base.mkv -map 0:v -map 0:a -c:v copy -timecode 01:00:00:00 in.mov");
     EXPECT_EQ(copy(input("in.mov", "10-15x2"), output("part.mov")),
