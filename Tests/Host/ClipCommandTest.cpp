@@ -157,6 +157,18 @@ TEST_F(ClipCommandTest, AFailedWriteLeavesNoFile) {
                 .errors,
             MatchesRegex("prismdrift: error: cannot write .*: No space left on device\n1\n"));
     }
+    // Nor is a disk trusted that loses what it took.
+    for (const char* target : {"o.mkv", "o.mov"}) {
+        EXPECT_THAT(
+            run(std::string("$FAILING FAIL_CALLS=lost $PROGRAM $FAKE in.mp4 ") + target).errors,
+            MatchesRegex("prismdrift: error: cannot write 'o.*': what was written can't be read "
+                         "back: .*\n"));
+    }
+    // What the plug-in prints stays out of the pipe.
+    EXPECT_EQ(run("$FAILING FAIL_CALLS=open FAIL_AT=1 $PROGRAM $FAKE in.mp4 - --output-format nut "
+                  "| head -c 6")
+                  .output,
+              "");
     EXPECT_THAT(files(), ElementsAre("in.mp4", "one"));
 }
 

@@ -1,6 +1,7 @@
 // Preloaded into a program, this makes calls of one kind fail. In the environment
-//   FAIL_CALLS   is the kind: memory, new, open, read, write, seek, sync, close, link, rename, or
-//                nameless, the opening of a file without a name;
+//   FAIL_CALLS   is the kind: memory, new, open, read, write, seek, sync, close, link, rename,
+//                nameless, the opening of a file without a name, or lost, a write that succeeds
+//                and writes nothing;
 //   FAIL_AT      the number of the call that fails, from 1; of all of them where it is missing;
 //   FAIL_COUNT   a file that gets the number of calls there were when the program ends;
 //   FAIL_TRACE   anything, for the stack of the call that fails on standard error.
@@ -165,6 +166,9 @@ EXPORTED ssize_t read(int file, void* bytes, std::size_t size) {
 }
 
 EXPORTED ssize_t write(int file, const void* bytes, std::size_t size) {
+    if (fails("lost", 0)) {
+        return static_cast<ssize_t>(size);
+    }
     return fails("write", ENOSPC) ? -1 : REAL(write)(file, bytes, size);
 }
 
