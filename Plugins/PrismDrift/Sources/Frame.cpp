@@ -66,6 +66,13 @@ void requireRenderable(std::int32_t width, std::int32_t height) {
     }
 }
 
+/// Rows lie below each other. Beyond shorter ones, or rows that go upwards, lies other memory.
+void requireRows(const PF_LayerDef& world, std::int32_t columns) {
+    if (world.rowbytes < columns * std::int64_t{sizeof(PF_Pixel8)}) {
+        throw int{PF_Err_BAD_CALLBACK_PARAM};
+    }
+}
+
 /// Whether all objects of the frame got their memory is asked once, before the output is touched.
 /// If one didn't, all of them are deleted, and the next frame makes them anew.
 void requireMemory(AEOpenglMainFrameBuffer& frameBuffer) {
@@ -108,6 +115,8 @@ PF_Err renderFrame(PF_InData* in_data, PF_LayerDef* input, PF_LayerDef* output,
                    PrismDriftRender& renderer) {
     takeOutOfMemory(); // discards what an earlier frame left
     requireRenderable(input->width, input->height);
+    requireRows(*input, input->width);
+    requireRows(*output, std::min(input->width, output->width));
     AEOpenglMainFrameBuffer& frameBuffer = *AEOpenglMainFrameBuffer::mainFrameBuffer();
     frameBuffer.prepare(input->width, input->height, true);
     const TargetScope target(frameBuffer);

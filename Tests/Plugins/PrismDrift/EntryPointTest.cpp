@@ -38,8 +38,9 @@ protected:
     }
 
     /// A frame that has to give 516 and leave the output and GL's names as they were.
-    void expectRefusal(PF_LayerDef* input) {
+    void expectRefusal(PF_LayerDef* input, std::int32_t outputRowBytes = 76) {
         World8 output(16, 16);
+        output.layer()->rowbytes = outputRowBytes;
         const auto before = output.bytes();
         const int names = GLWatch::sharedNames();
         EXPECT_EQ(host.command(PF_Cmd_RENDER, input, output.layer()), 516);
@@ -203,6 +204,11 @@ TEST_P(EntryPoint, RefusesFramesBeyondTheLimits) {
     refuse(65535, 65535);
     EXPECT_EQ(GLWatch::callsOf("glTexImage2D"), tried);
     refuse(20000, 20000); // after asking the driver
+    for (const int rowBytes : {INT32_MIN, -76, 0, 63}) {
+        PF_LayerDef input{pixels.layer()->data, rowBytes, 16, 16};
+        expectRefusal(&input);
+        expectRefusal(pixels.layer(), rowBytes);
+    }
     expectSoundFrame();
 }
 
