@@ -164,11 +164,9 @@ GLWatch::GLWatch() {
 }
 
 GLWatch::~GLWatch() {
+    expectNoErrors();
     onRecord([](Record& record) {
         record.watching = false;
-        for (const std::string& error : record.errors) {
-            ADD_FAILURE() << error;
-        }
         for (const auto& [function, count] : record.allowed) {
             EXPECT_GT(count, 0) << function << " was to give an error";
         }
@@ -182,6 +180,12 @@ GLWatch::~GLWatch() {
             EXPECT_TRUE(isPerContext(kind) || names.empty()) << names.size() << " " << kind;
         }
     });
+}
+
+void GLWatch::expectNoErrors() {
+    for (const std::string& error : onRecord([](Record& record) { return record.errors; })) {
+        ADD_FAILURE() << error;
+    }
 }
 
 void GLWatch::allowErrorsOf(const std::string& function) {

@@ -21,6 +21,9 @@ public:
     GLWatch(const GLWatch&) = delete;
     GLWatch& operator=(const GLWatch&) = delete;
 
+    /// Fails the test for each error so far that was not allowed.
+    static void expectNoErrors();
+
     /// Errors of this function are the behaviour under test: there has to be at least one.
     void allowErrorsOf(const std::string& function);
 
