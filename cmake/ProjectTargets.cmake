@@ -47,6 +47,9 @@ function(prismdrift_target name)
     # With the instrumentation g++ sees uninitialised members in the standard library's <regex>.
     target_compile_options(${name} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
     target_link_options(${name} PUBLIC -fsanitize=${PRISMDRIFT_SANITIZE})
+    if(PRISMDRIFT_FUZZ)
+      target_compile_options(${name} PRIVATE -fsanitize=fuzzer-no-link)
+    endif()
     # As g++ does by itself.
     foreach(sanitizer IN ITEMS address thread)
       if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang" AND PRISMDRIFT_SANITIZE MATCHES ${sanitizer})
