@@ -1,0 +1,93 @@
+// Clips of any bytes: their frames, their other packets, the index of their times. The last byte of
+// an input chooses what is asked of the clip.
+
+#include "Host/Library/Error.h"
+#include "Host/Media/Clip.h"
+#include "Tests/Fuzz/Target.h"
+
+#include <new>
+
+extern "C" {
+#include <libavutil/mem.h>
+}
+
+using namespace Vexorel::PrismDrift::Host;
+
+namespace {
+
+// The largest piece of memory that FFmpeg's libraries get. It bounds the pictures, too.
+constexpr std::size_t largestBlock = 2U << 20U;
+constexpr int mostItems = 12;
+
+enum Choice : unsigned { chooseFrames = 1, askTimesFirst = 2, askTimesLast = 4, giveRate = 8 };
+
+void expectTimes(ClipReader& reader) {
+    const auto count = reader.frameCount();
+    EXPECT_TRUE(!count || *count > 0);
+    EXPECT_GE(reader.frameAt(0.0), 0);
+    EXPECT_LE(reader.frameAt(0.0), reader.frameAt(1.5));
+    reader.frameAt(1e9);
+}
+
+void expectFrame(const ClipFrame& frame, const ClipInput& input) {
+    EXPECT_TRUE(frame.picture.world.width() > 0 && frame.picture.world.height() > 0);
+    EXPECT_TRUE(frame.index >= 0 && input.frames.contains(frame.number));
+    EXPECT_GT(frame.duration, 0);
+    EXPECT_GE(depthOf(frame.picture), 1);
+}
+
+void readClip(const ClipInput& input, unsigned choices) {
+    const auto reader = openClip(input);
+    const ClipProperties& clip = reader->properties();
+    EXPECT_TRUE(clip.frameRate.numerator > 0 && clip.frameRate.denominator > 0);
+    EXPECT_TRUE(clip.timeBase.numerator > 0 && clip.timeBase.denominator > 0);
+    EXPECT_GE(clip.expected.value_or(0), 0);
+    if ((choices & askTimesFirst) != 0) {
+        expectTimes(*reader);
+    }
+    std::int64_t last = -1;
+    for (int i = 0; i < mostItems; ++i) {
+        const auto item = reader->next();
+        if (!item) {
+            EXPECT_FALSE(reader->next()); // it stays at the end
+            break;
+        }
+        if (const auto* frame = std::get_if<ClipFrame>(&*item)) {
+            expectFrame(*frame, input);
+            EXPECT_GT(frame->index, last);
+            last = frame->index;
+        } else {
+            EXPECT_NE(std::get<ClipPacket>(*item).packet, nullptr);
+        }
+    }
+    if ((choices & askTimesLast) != 0) {
+        expectTimes(*reader);
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    static Fuzz::MemoryFile file;
+    if (size == 0) {
+        return 0;
+    }
+    const unsigned choices = data[size - 1];
+    av_max_alloc(largestBlock);
+    file.fill(data, size - 1);
+    ClipInput input;
+    input.file = file.path();
+    if ((choices & chooseFrames) != 0) {
+        input.frames = *FrameNumbers::parse("0,2-9x3");
+    }
+    if ((choices & giveRate) != 0) {
+        input.frameRate = "30000/1001";
+    }
+    try {
+        readClip(input, choices);
+    } catch (const Error& error) {
+        EXPECT_STRNE(error.what(), "");
+    } catch (const std::bad_alloc&) { // beyond the largest piece of memory
+    }
+    return 0;
+}
