@@ -5,6 +5,7 @@
 #include "Host/Media/Clip.h"
 #include "Tests/Fuzz/Target.h"
 
+#include <fcntl.h>
 #include <new>
 
 extern "C" {
@@ -19,7 +20,13 @@ namespace {
 constexpr std::size_t largestBlock = 2U << 20U;
 constexpr int mostItems = 12;
 
-enum Choice : unsigned { chooseFrames = 1, askTimesFirst = 2, askTimesLast = 4, giveRate = 8 };
+enum Choice : unsigned {
+    chooseFrames = 1,
+    askTimesFirst = 2,
+    askTimesLast = 4,
+    giveRate = 8,
+    writeToo = 16
+};
 
 void expectTimes(ClipReader& reader) {
     const auto count = reader.frameCount();
@@ -36,6 +43,17 @@ void expectFrame(const ClipFrame& frame, const ClipInput& input) {
     EXPECT_GE(depthOf(frame.picture), 1);
 }
 
+// A writer of the clip, with all that goes beside its frames, whose bytes go nowhere.
+std::unique_ptr<ClipWriter> writerFor(const ClipInput& input, const ClipReader& reader) {
+    static const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    ClipOutput output;
+    output.file = "-";
+    output.standardOutput = nowhere;
+    output.format = "mkv";
+    output.codec = "ffv1";
+    return openClipWriter(output, input, reader);
+}
+
 void readClip(const ClipInput& input, unsigned choices) {
     const auto reader = openClip(input);
     const ClipProperties& clip = reader->properties();
@@ -45,9 +63,10 @@ void readClip(const ClipInput& input, unsigned choices) {
     if ((choices & askTimesFirst) != 0) {
         expectTimes(*reader);
     }
+    const auto writer = (choices & writeToo) != 0 ? writerFor(input, *reader) : nullptr;
     std::int64_t last = -1;
     for (int i = 0; i < mostItems; ++i) {
-        const auto item = reader->next();
+        auto item = reader->next();
         if (!item) {
             EXPECT_FALSE(reader->next()); // it stays at the end
             break;
@@ -59,6 +78,12 @@ void readClip(const ClipInput& input, unsigned choices) {
         } else {
             EXPECT_NE(std::get<ClipPacket>(*item).packet, nullptr);
         }
+        if (writer != nullptr) {
+            writer->write(std::move(*item));
+        }
+    }
+    if (writer != nullptr) {
+        writer->finish();
     }
     if ((choices & askTimesLast) != 0) {
         expectTimes(*reader);
