@@ -1,0 +1,144 @@
+#include "Host/Media/PngChunks.h"
+
+#include "Host/Library/Error.h"
+
+#include <algorithm>
+#include <array>
+#include <string>
+#include <string_view>
+#include <zlib.h>
+
+namespace Vexorel::PrismDrift::Host {
+namespace {
+
+struct Chunk {
+    std::string_view whole, type, data; // `whole` includes the length and the checksum
+};
+
+std::uint32_t number(std::string_view bytes) {
+    std::uint32_t value = 0;
+    for (const char byte : bytes.substr(0, 4)) {
+        value = value << 8 | static_cast<std::uint8_t>(byte);
+    }
+    return value;
+}
+
+// The chunks that are there whole, and what is left behind the last of them.
+std::vector<Chunk> chunksOf(std::string_view& rest) {
+    constexpr std::string_view signature = "\x89PNG\r\n\x1a\n";
+    constexpr std::size_t frame = 12; // length, type and checksum
+    if (rest.substr(0, signature.size()) == signature) {
+        rest.remove_prefix(signature.size());
+    }
+    std::vector<Chunk> chunks;
+    while (rest.size() >= frame && number(rest) <= rest.size() - frame) {
+        const std::size_t length = number(rest);
+        chunks.push_back(
+            {rest.substr(0, length + frame), rest.substr(4, 4), rest.substr(8, length)});
+        rest.remove_prefix(length + frame);
+    }
+    return chunks;
+}
+
+// How many bytes the packed ones stand for, or a number above `limit` as soon as it is reached.
+std::int64_t unpackedSize(std::string_view packed, std::int64_t limit) {
+    std::array<Bytef, 16384> scratch{};
+    z_stream stream = {};
+    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(packed.data()));
+    stream.avail_in = static_cast<uInt>(packed.size());
+    if (inflateInit(&stream) != Z_OK) {
+        return limit + 1;
+    }
+    std::int64_t size = 0;
+    int result = Z_OK;
+    while (result == Z_OK && size <= limit) {
+        stream.next_out = scratch.data();
+        stream.avail_out = static_cast<uInt>(scratch.size());
+        result = inflate(&stream, Z_NO_FLUSH);
+        size += static_cast<std::int64_t>(scratch.size() - stream.avail_out);
+    }
+    inflateEnd(&stream);
+    return size;
+}
+
+// What is behind the next zero byte.
+std::string_view behindZero(std::string_view text) {
+    const std::size_t zero = text.find('\0');
+    return zero == std::string_view::npos ? std::string_view() : text.substr(zero + 1);
+}
+
+// The size of what a decoder would keep of a text or a profile; 0 for other chunks.
+std::int64_t metadataSize(const Chunk& chunk, std::int64_t limit) {
+    std::string_view packed;
+    if (chunk.type == "zTXt" || chunk.type == "iCCP") {
+        packed = behindZero(chunk.data);
+        packed.remove_prefix(std::min<std::size_t>(1, packed.size())); // the method
+    } else if (chunk.type == "iTXt") {
+        const std::string_view rest = behindZero(chunk.data);
+        const bool isPacked = !rest.empty() && rest[0] != 0;
+        packed = isPacked
+                     ? behindZero(behindZero(rest.substr(std::min<std::size_t>(2, rest.size()))))
+                     : std::string_view();
+    } else if (chunk.type != "tEXt" && chunk.type != "eXIf") {
+        return 0;
+    }
+    const auto stored = static_cast<std::int64_t>(chunk.data.size() - packed.size());
+    return stored + (packed.empty() ? 0 : unpackedSize(packed, limit));
+}
+
+} // namespace
+
+std::optional<std::vector<std::uint8_t>>
+withoutLargeMetadata(const std::uint8_t* data, std::size_t size, std::int64_t limit) {
+    const std::string_view all(reinterpret_cast<const char*>(data), size);
+    std::string_view rest = all;
+    const std::vector<Chunk> chunks = chunksOf(rest);
+    std::string kept;
+    std::int64_t left = limit;
+    bool hasDropped = false;
+    for (const Chunk& chunk : chunks) {
+        const std::int64_t taken = metadataSize(chunk, left);
+        if (taken > left) {
+            if (!hasDropped) {
+                kept = all.substr(0, static_cast<std::size_t>(chunk.whole.data() - all.data()));
+            }
+            hasDropped = true;
+            continue;
+        }
+        left -= taken;
+        kept += hasDropped ? chunk.whole : std::string_view();
+    }
+    if (!hasDropped) {
+        return std::nullopt;
+    }
+    kept += rest;
+    return std::vector<std::uint8_t>(kept.begin(), kept.end());
+}
+
+void checkPngSize(const std::uint8_t* data, std::size_t size) {
+    std::string_view rest(reinterpret_cast<const char*>(data), size);
+    double packed = 0;
+    double bits = 0;
+    std::string measures;
+    constexpr std::size_t headerSize = 13;
+    constexpr std::array<int, 7> samplesOfType = {1, 1, 3, 1, 2, 1, 4};
+    for (const Chunk& chunk : chunksOf(rest)) {
+        if (chunk.type == "IHDR" && chunk.data.size() == headerSize) {
+            const auto type = std::min<std::size_t>(static_cast<std::uint8_t>(chunk.data[9]), 6);
+            bits = 1.0 * number(chunk.data) * number(chunk.data.substr(4)) *
+                   static_cast<std::uint8_t>(chunk.data[8]) * samplesOfType[type];
+            measures = std::to_string(number(chunk.data)) + "x" +
+                       std::to_string(number(chunk.data.substr(4)));
+        } else if (chunk.type == "IDAT") {
+            packed += static_cast<double>(chunk.data.size());
+        }
+    }
+    packed += static_cast<double>(rest.size()); // a chunk that breaks off
+    constexpr double mostBits = 8 * 1032;       // that deflate makes of a byte
+    if (bits > (packed + 1) * mostBits) {
+        throw Error("its " + std::to_string(size) + " bytes cannot hold " + measures +
+                    " pixels: it is cut off or damaged");
+    }
+}
+
+} // namespace Vexorel::PrismDrift::Host

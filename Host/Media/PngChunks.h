@@ -1,0 +1,22 @@
+#pragma once
+
+/// Looks into PNG's chunks before the decoder does, which unpacks whatever is in them. Internal to
+/// the media library.
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+namespace Vexorel::PrismDrift::Host {
+
+/// The chunks of a PNG or APNG, or of a part of one, without those texts and profiles that go
+/// beyond `limit` bytes, unpacked and counted together; nothing if all may stay.
+std::optional<std::vector<std::uint8_t>> withoutLargeMetadata(const std::uint8_t* data,
+                                                              std::size_t size, std::int64_t limit);
+
+/// Throws Error, with the reason alone, where the packed pixels are fewer than the picture's size
+/// takes. A part of a file without its header passes.
+void checkPngSize(const std::uint8_t* data, std::size_t size);
+
+} // namespace Vexorel::PrismDrift::Host
