@@ -23,6 +23,8 @@ std::string adviceFor(const Host::ClipError& error) {
                " hold repeats the one before";
     case Host::ClipReason::TooManyFrames:
         return " with " + options;
+    case Host::ClipReason::BeyondLimit:
+        return "; " + options + " raises the limit";
     }
     return "";
 }

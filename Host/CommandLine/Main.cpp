@@ -21,6 +21,7 @@
 #include "Host/Library/ReplaceFile.h"
 #include "Host/Library/Text.h"
 #include "Host/Media/Clip.h"
+#include "Host/Media/ClipError.h"
 
 #include <csignal>
 #include <cstdlib>
@@ -113,17 +114,25 @@ int render(Host::HostedEffect& effect, const Arguments& arguments,
     if (arguments.output.file.empty()) {
         return 0; // there is nothing to render
     }
-    const auto reader = Host::openClip(arguments.input);
+    Progress* shown = nullptr; // once frames are read
+    Host::ClipInput input = arguments.input;
+    input.limits.warn = [&](const Host::ClipError& left) {
+        if (shown != nullptr) {
+            shown->warn(textWithOptions(left));
+        }
+    };
+    const auto reader = Host::openClip(input);
     values.resolve({[&] { return reader->frameCount(); },
                     [&](double seconds) { return reader->frameAt(seconds); }});
     const Host::ClipProperties& clip = reader->properties();
     Progress progress(arguments.progressStyle(), !arguments.quiet, clip.expected);
+    shown = &progress;
     Host::ClipOutput output = arguments.output;
     output.standardOutput = standardOutput.descriptor();
     output.warn = [&](const std::string& text) { progress.warn(text); };
     // From here on there may be a temporary file to remove.
     const FirstSignalKept signals;
-    const auto writer = Host::openClipWriter(output, arguments.input, *reader);
+    const auto writer = Host::openClipWriter(output, input, *reader);
     const int signal =
         renderClip({effect, values, arguments.downsample, *reader, *writer, progress, signals});
     checkMemory(); // of a pipe

@@ -40,6 +40,7 @@ struct ClipInput {
     Missing missing = Missing::Refuse;
     /// The frames to read: a sequence's by the numbers in its names, others counted from 0.
     FrameNumbers frames;
+    ReadLimits limits;
 };
 
 struct ClipOutput {

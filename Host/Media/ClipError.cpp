@@ -4,8 +4,12 @@
 
 namespace Vexorel::PrismDrift::Host {
 
+std::string nameOf(const std::filesystem::path& input) {
+    return input == "-" ? "standard input" : "'" + input.string() + "'";
+}
+
 std::string cannotRead(const std::filesystem::path& file) {
-    return "cannot read " + (file == "-" ? "standard input" : "'" + file.string() + "'") + ": ";
+    return "cannot read " + nameOf(file) + ": ";
 }
 
 std::string cannotWrite(const std::filesystem::path& file) {

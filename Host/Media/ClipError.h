@@ -20,6 +20,8 @@ enum class ClipSetting {
     FrameRate,
     Missing,
     Frames,
+    MaxPixels,
+    MaxMetadata,
     OutputFormat,
     Codec,
     OutputPixelFormat,
@@ -31,7 +33,8 @@ enum class ClipReason {
     SettingNeeded,   ///< the input or output can't do without the settings
     ValueNotTaken,   ///< the settings have values that are unknown, or that don't go together
     FrameMissing,    ///< the sequence lacks a picture, which `Missing` can skip or hold
-    TooManyFrames    ///< the output holds one picture, which `Frames` can choose
+    TooManyFrames,   ///< the output holds one picture, which `Frames` can choose
+    BeyondLimit      ///< the input takes more than the settings allow
 };
 
 /// The text says in words what is wrong and can be shown as it is.
@@ -48,6 +51,9 @@ private:
     ClipReason mReason;
     std::vector<ClipSetting> mSettings;
 };
+
+/// A file in messages, "-" being standard input: "'name'".
+std::string nameOf(const std::filesystem::path& input);
 
 /// How errors of a file begin, "-" being standard input or output: "cannot read 'name': ".
 std::string cannotRead(const std::filesystem::path& file);

@@ -68,7 +68,7 @@ public:
         if (std::exchange(mIsRead, true)) {
             return std::nullopt;
         }
-        return ClipFrame{readPicture(mInput.file), 0, 0, 0, 1};
+        return ClipFrame{readPicture(mInput.file, mInput.limits), 0, 0, 0, 1};
     }
 
     std::optional<std::int64_t> frameCount() override { return 1; }
@@ -124,8 +124,9 @@ private:
     // A picture that is held for the next number too is kept in memory: its file may have been
     // overwritten by then.
     Picture pictureFor(std::int64_t held) {
-        Picture picture =
-            mKept && mKeptNumber == held ? std::move(*mKept) : readPicture(mPattern.file(held));
+        Picture picture = mKept && mKeptNumber == held
+                              ? std::move(*mKept)
+                              : readPicture(mPattern.file(held), mInput.limits);
         mKept.reset();
         if (mInput.missing == Missing::Hold && mNext && heldFor(*mNext) == held) {
             mKept = copyOf(picture);

@@ -3,6 +3,7 @@
 #include "Host/Media/ClipError.h"
 #include "Host/Media/InputFormats.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <string_view>
@@ -10,6 +11,11 @@
 #include <system_error>
 #include <unistd.h>
 #include <utility>
+#include <vector>
+
+extern "C" {
+#include <libavutil/opt.h>
+}
 
 namespace Vexorel::PrismDrift::Host {
 namespace {
@@ -25,6 +31,14 @@ int openOnlyTheFile(AVFormatContext* context, AVIOContext** io, const char* url,
         return AVERROR(EACCES);
     }
     return avio_open2(io, url, flags, &context->interrupt_callback, options);
+}
+
+// Whether the format is that of a single picture, or of one after the other.
+bool isStillFormat(const AVInputFormat& format) {
+    const std::string_view name = format.name;
+    constexpr std::string_view ending = "_pipe";
+    return name == "image2" ||
+           (name.size() > ending.size() && name.substr(name.size() - ending.size()) == ending);
 }
 
 // A setting that FFmpeg's format takes as an option.
@@ -74,17 +88,15 @@ bool isStillPicture(const fs::path& file) {
     }
     try {
         const Demuxer demuxer(file);
-        const std::string_view name = demuxer.context().iformat->name;
-        constexpr std::string_view ending = "_pipe";
-        return name == "image2" ||
-               (name.size() > ending.size() && name.substr(name.size() - ending.size()) == ending);
+        return isStillFormat(*demuxer.context().iformat);
     } catch (const Error&) {
         return false;
     }
 }
 
 Demuxer::Demuxer(const ClipInput& input)
-    : mUrl(input.file == "-" ? "pipe:0" : "file:" + fs::absolute(input.file).string()) {
+    : mUrl(input.file == "-" ? "pipe:0" : "file:" + fs::absolute(input.file).string()),
+      mMostPixels(input.limits.pixels) {
     keepFirstLoggedError();
     if (input.file != "-") {
         checkReadable(input.file);
@@ -101,7 +113,7 @@ Demuxer::Demuxer(const ClipInput& input)
     Dictionary options;
     options.set("protocol_whitelist", "file,pipe");
     options.set("format_whitelist", formatWhitelist());
-    options.set("codec_whitelist", codecWhitelist());
+    options.set("codec_whitelist", probedCodecs());
     options.set("pattern_type", "none"); // '%' and '*' are plain characters
     for (const FormatOption& option : formatOptions(input)) {
         if (!option.value.empty()) {
@@ -136,10 +148,24 @@ void Demuxer::findStreams() {
         return; // FFmpeg doesn't survive a second time
     }
     keepFirstLoggedError();
-    checkResult(avformat_find_stream_info(mFormat.get(), nullptr));
+    // FFmpeg decodes frames for it with contexts of its own. A picture needs none of that.
+    const bool isStill = isStillFormat(*mFormat->iformat);
+    if (isStill) {
+        constexpr std::int64_t least = 32;
+        mFormat->probesize = least;
+        av_opt_set(mFormat.get(), "codec_whitelist", "none", 0);
+    }
+    const unsigned known = mFormat->nb_streams;
+    std::vector<AVDictionary*> options(known, nullptr);
+    for (AVDictionary*& option : options) {
+        av_dict_set_int(&option, "max_pixels", mMostPixels, 0);
+    }
+    const int result = avformat_find_stream_info(mFormat.get(), options.data());
+    std::for_each(options.begin(), options.end(), [](auto& option) { av_dict_free(&option); });
+    checkResult(result);
     // It may have read as far as where a short file is damaged.
-    if (!mayStartBroken()) {
-        mEarlyMessage = firstLoggedError();
+    if (!mayStartBroken() && !isStill) {
+        mEarlyMessage = firstLoggedError().rfind("Codec (", 0) == 0 ? "" : firstLoggedError();
     }
 }
 

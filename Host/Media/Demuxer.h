@@ -58,6 +58,7 @@ private:
     std::string reasonOfEnd() const;
 
     std::string mUrl;
+    std::int64_t mMostPixels;
     std::atomic<bool> mIsStopped = false;
     FFmpegPtr<AVFormatContext> mFormat;
     bool mHasFoundStreams = false;

@@ -33,6 +33,12 @@ constexpr AVCodecID refusedCodecs[] = {AV_CODEC_ID_SVG,  AV_CODEC_ID_ANSI, AV_CO
                                        AV_CODEC_ID_XPM, // takes no colours of 16 bits
                                        AV_CODEC_ID_PFM,  AV_CODEC_ID_PHM,  AV_CODEC_ID_CRI};
 
+// Each frame of these stands alone and says all that there is to know of it.
+constexpr AVCodecID pictureCodecs[] = {
+    AV_CODEC_ID_PNG,  AV_CODEC_ID_APNG, AV_CODEC_ID_TIFF,    AV_CODEC_ID_BMP, AV_CODEC_ID_GIF,
+    AV_CODEC_ID_WEBP, AV_CODEC_ID_EXR,  AV_CODEC_ID_TARGA,   AV_CODEC_ID_SGI, AV_CODEC_ID_DPX,
+    AV_CODEC_ID_PSD,  AV_CODEC_ID_PCX,  AV_CODEC_ID_SUNRAST, AV_CODEC_ID_QOI, AV_CODEC_ID_JPEG2000};
+
 template <typename Item, std::size_t count>
 bool isAmong(const Item (&items)[count], const Item& item) {
     return std::find(std::begin(items), std::end(items), item) != std::end(items);
@@ -62,12 +68,13 @@ bool isDecoded(AVCodecID codec) {
     return !isAmong(refusedCodecs, codec);
 }
 
-const std::string& codecWhitelist() {
+const std::string& probedCodecs() {
     static const std::string list = [] {
         std::string names;
         void* position = nullptr;
         while (const AVCodec* codec = av_codec_iterate(&position)) {
-            if (av_codec_is_decoder(codec) != 0 && isDecoded(codec->id)) {
+            if (av_codec_is_decoder(codec) != 0 && isDecoded(codec->id) &&
+                !isAmong(pictureCodecs, codec->id)) {
                 append(names, codec->name);
             }
         }

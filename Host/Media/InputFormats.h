@@ -18,7 +18,8 @@ const std::string& formatWhitelist();
 /// shows wrong.
 bool isDecoded(AVCodecID codec);
 
-/// The names of the decoders that are used, as a list for FFmpeg's option of that name.
-const std::string& codecWhitelist();
+/// The names of the decoders that FFmpeg may use to learn what a file holds, as a list for its option
+/// codec_whitelist. Its look ahead has no limits, and the frames of picture codecs need none.
+const std::string& probedCodecs();
 
 } // namespace Vexorel::PrismDrift::Host

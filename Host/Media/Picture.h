@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -13,6 +14,8 @@
 struct AVFrame;
 
 namespace Vexorel::PrismDrift::Host {
+
+class ClipError;
 
 struct Picture {
     World world;
@@ -24,10 +27,19 @@ struct Picture {
     std::shared_ptr<const AVFrame> source = nullptr;
 };
 
+/// What a picture may take of the machine, however small its file is.
+struct ReadLimits {
+    std::int64_t pixels = std::int64_t{16384} * 16384; ///< more are an error
+    /// Bytes of texts, profiles and the like, unpacked. What goes beyond them is left out.
+    std::int64_t metadata = std::int64_t{4} << 20;
+    /// Called with what was left out, while a picture is read and on the same thread.
+    std::function<void(const ClipError&)> warn = nullptr;
+};
+
 /// Reads the first picture of a local file, whole: the file may be written to afterwards. A picture
 /// without alpha is opaque. One that is stored lying is turned upright. Throws Error, which names
 /// the file and the reason; a picture that breaks off is an error.
-Picture readPicture(const std::filesystem::path& file);
+Picture readPicture(const std::filesystem::path& file, const ReadLimits& limits = {});
 
 /// The bits of the deepest channel of the picture's file, 8 where that isn't known.
 int depthOf(const Picture& picture);

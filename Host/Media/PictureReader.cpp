@@ -33,11 +33,14 @@ int depthOf(const Picture& picture) {
                                      : depthOf(static_cast<AVPixelFormat>(picture.source->format));
 }
 
-Picture readPicture(const fs::path& file) {
+Picture readPicture(const fs::path& file, const ReadLimits& limits) {
     try {
-        Demuxer demuxer(file);
+        ClipInput input;
+        input.file = file;
+        input.limits = limits;
+        Demuxer demuxer(input);
         const AVStream& stream = demuxer.pictureStream();
-        VideoDecoder decoder(stream, ClipKind::Still);
+        VideoDecoder decoder(stream, ClipKind::Still, input);
         const AVFrame& frame = firstFrame(demuxer, stream, decoder);
         World world = asShown(worldFromFrame(frame), decoder.layout());
         return {std::move(world), profileOf(frame), propertiesOf(frame)};

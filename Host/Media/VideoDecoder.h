@@ -11,10 +11,11 @@ namespace Vexorel::PrismDrift::Host {
 /// Its functions throw Error with the reason alone, for damaged data too.
 class VideoDecoder {
 public:
-    /// Decodes the packets of `stream`: a still picture's, which must be whole to the last bit, or
-    /// a video's. With `mayStartBroken`, packets that can't be decoded are skipped until the first
-    /// frame.
-    VideoDecoder(const AVStream& stream, ClipKind kind, bool mayStartBroken = false);
+    /// Decodes the packets of the input's `stream`: a still picture's, which must be whole to the
+    /// last bit, or a video's. With `mayStartBroken`, packets that can't be decoded are skipped
+    /// until the first frame.
+    VideoDecoder(const AVStream& stream, ClipKind kind, const ClipInput& input,
+                 bool mayStartBroken = false);
     VideoDecoder(const VideoDecoder&) = delete;
     VideoDecoder& operator=(const VideoDecoder&) = delete;
     ~VideoDecoder() = default;
@@ -34,11 +35,23 @@ public:
 
 private:
     static int newBuffer(AVCodecContext* context, AVFrame* frame, int flags);
+    void limitExtradata();
+    void sendWithin(const AVPacket& packet);
+    void dropLargeMetadata();
+    void warnOfMetadata();
     void check(int result) const;
+    [[noreturn]] void throwTooLarge() const;
     void checkWhole() const;
     bool isSkipped(int result) const;
 
+    const std::filesystem::path mFile; // for messages
+    const ReadLimits mLimits;
+    const ClipKind mKind;
     bool mMayStartBroken;
+    bool mHasLargeExtradata = false; // as it was
+    bool mHasWarned = false;
+    std::int64_t mSentBytes = 0;    // of the frame to come
+    std::string mRefusal;           // why there is no buffer for it
     bool mIsEachFrameWhole = false; // each is written whole, with nothing of those before
     bool mHasGivenFrame = false, mHasEnded = false;
     StoredLayout mLayout;

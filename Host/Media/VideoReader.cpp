@@ -38,7 +38,7 @@ VideoReader::VideoReader(const ClipInput& input) : mInput(input) {
 void VideoReader::openStream() {
     mDemuxer->findStreams();
     mProperties.videoStream = mDemuxer->pictureStream().index;
-    mDecoder.emplace(stream(), ClipKind::Video, mDemuxer->mayStartBroken());
+    mDecoder.emplace(stream(), ClipKind::Video, mInput, mDemuxer->mayStartBroken());
     const void* matrix = av_stream_get_side_data(&stream(), AV_PKT_DATA_DISPLAYMATRIX, nullptr);
     mOrientation = Orientation::of(static_cast<const std::int32_t*>(matrix));
     const std::int64_t start = mDemuxer->context().start_time;

@@ -1,5 +1,6 @@
 #include "Host/Media/Picture.h"
 
+#include "Host/Media/ClipError.h"
 #include "Tests/Host/MediaTest.h"
 
 #include <cmath>
@@ -154,6 +155,29 @@ TEST_F(PictureTest, WhatIsNoPictureIsRefusedWithItsReason) {
                     AllOf(StartsWith("cannot read '" + name + "': "), HasSubstr(reason),
                           Not(HasSubstr("\n"))));
     }
+}
+
+TEST_F(PictureTest, LimitsHoldBeforeAnythingIsUnpacked) {
+    Picture picture{noise(20, 10, false), std::vector<std::uint8_t>(200, 7)};
+    std::copy_n("RGB ", 4, picture.colorProfile.begin() + 16);
+    writePicture(path("a.png"), picture);
+    std::vector<std::string> warnings;
+    ReadLimits limits;
+    limits.warn = [&](const ClipError& error) { warnings.emplace_back(error.what()); };
+    for (const auto& [bytes, isKept] : {std::pair(199, false), {300, true}}) {
+        limits.metadata = bytes;
+        const Picture read = readPicture(path("a.png"), limits);
+        EXPECT_EQ(difference(read.world, picture.world).second, 0);
+        EXPECT_EQ(read.colorProfile.empty(), !isKept);
+    }
+    EXPECT_THAT(warnings, testing::ElementsAre(HasSubstr("a.png' texts or profiles beyond")));
+    limits.pixels = 199;
+    EXPECT_EQ(errorOf([&] { readPicture(path("a.png"), limits); }),
+              "cannot read 'a.png': its 20x10 pixels are more than 199");
+    std::fstream(path("a.png"), std::ios::in | std::ios::out | std::ios::binary).seekp(16)
+        << std::string("\0\0\x3e\x80\0\0\x3e\x80", 8); // 16000x16000
+    EXPECT_THAT(errorOf([&] { readPicture(path("a.png")); }),
+                HasSubstr("bytes cannot hold 16000x16000 pixels"));
 }
 
 TEST_F(PictureTest, ATiffIsReadRightOrRefusedByName) {

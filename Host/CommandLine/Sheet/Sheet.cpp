@@ -1,6 +1,7 @@
 #include "Host/CommandLine/Sheet/Sheet.h"
 
 #include "Host/CommandLine/ChosenValues.h"
+#include "Host/CommandLine/ClipErrorText.h"
 #include "Host/CommandLine/Progress.h"
 #include "Host/CommandLine/RenderClip.h"
 #include "Host/CommandLine/Sheet/Lettering.h"
@@ -9,6 +10,7 @@
 #include "Host/Library/Error.h"
 #include "Host/Library/Number.h"
 #include "Host/Library/ReplaceFile.h"
+#include "Host/Media/ClipError.h"
 
 #include <algorithm>
 #include <cmath>
@@ -233,7 +235,12 @@ void makeSheet(Host::HostedEffect& effect, const std::vector<ParameterOption>& o
     checkLettering();
     Host::checkReplaceable(common.output.file);
 
-    const Frame frame = readFrame(common.input, cells);
+    Host::ClipInput input = common.input;
+    std::vector<std::string> warnings;
+    input.limits.warn = [&](const Host::ClipError& left) {
+        warnings.push_back(textWithOptions(left));
+    };
+    const Frame frame = readFrame(input, cells);
     const std::string chosen =
         ChosenDistance(options, arguments, variations).apply(frame, common.downsample, cells);
     const SheetText text = sheetText(common, frame, cells, chosen);
@@ -241,6 +248,9 @@ void makeSheet(Host::HostedEffect& effect, const std::vector<ParameterOption>& o
     Host::checkPictureSize(common.output.file, layout.width(), layout.height());
     Progress progress(common.progressStyle(), !common.quiet,
                       static_cast<std::int64_t>(cells.size()));
+    for (const std::string& warning : warnings) {
+        progress.warn(warning);
+    }
     if (!canShow(text.title)) {
         progress.warn("no font that is installed has all letters of the title '" + text.title +
                       "'");
