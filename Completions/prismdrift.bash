@@ -12,7 +12,7 @@ _prismdrift() {
 
   local both='--channel-order --shift-angle --shift-distance --channel-scale
     --channel-lightness --preset --frames --missing --framerate --input-format
-    --video-size --pixel-format --downsample --plugin --help -h --progress --quiet --verbose'
+    --video-size --pixel-format --max-pixels --max-metadata --downsample --plugin --help -h --progress --quiet --verbose'
   local render="$both --save-preset --codec --quality --output-format --output-pixel-format
     --list-parameters --about --script --version"
   local sheet="$both --vary --columns --cell-width"
@@ -48,7 +48,7 @@ _prismdrift() {
       return
       ;;
     --shift-angle | --shift-distance | --channel-scale | --channel-lightness | --frames | \
-      --quality | --downsample | --columns | --cell-width)
+      --quality | --downsample | --columns | --cell-width | --max-pixels | --max-metadata)
       compopt +o default
       return
       ;;

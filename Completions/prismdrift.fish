@@ -23,6 +23,8 @@ complete -c prismdrift -l framerate -x -a '24 25 30 50 60 24000/1001 30000/1001 
 complete -c prismdrift -l input-format -x -a 'rawvideo yuv4mpegpipe nut matroska mov image2pipe png_pipe' -d "By ffmpeg's name"
 complete -c prismdrift -l video-size -x -a '1280x720 1920x1080 2048x1080 3840x2160 4096x2160' -d 'Of raw input'
 complete -c prismdrift -l pixel-format -x -a 'rgba argb bgra rgb24 bgr24 gray yuv420p yuv422p yuv444p yuva420p yuva444p' -d 'Of raw input'
+complete -c prismdrift -l max-pixels -x -d 'Refuse pictures of more pixels'
+complete -c prismdrift -l max-metadata -x -d 'MiB of texts and profiles to keep of a picture'
 
 # Output
 complete -c prismdrift -n 'not __prismdrift_sheet' -l codec -x -a 'h264 hevc prores qtrle png vp9 ffv1' -d 'Of the written video'

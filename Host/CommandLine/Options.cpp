@@ -4,6 +4,7 @@
 #include "Host/Library/Number.h"
 
 #include <algorithm>
+#include <limits>
 #include <utility>
 
 namespace Vexorel::PrismDrift::CommandLine {
@@ -77,6 +78,17 @@ void storeCellWidth(Arguments& arguments, Text text) {
     constexpr int least = 96; // room for a label
     constexpr int most = 8192;
     arguments.cellWidth = static_cast<int>(wholeNumber("--cell-width", text, least, most));
+}
+
+void storeMaxPixels(Arguments& arguments, Text text) {
+    constexpr int most = std::numeric_limits<int>::max();
+    arguments.input.limits.pixels = wholeNumber("--max-pixels", text, 1, most);
+}
+
+void storeMaxMetadata(Arguments& arguments, Text text) {
+    constexpr int most = 1024;
+    constexpr std::int64_t mebibyte = 1 << 20;
+    arguments.input.limits.metadata = wholeNumber("--max-metadata", text, 0, most) * mebibyte;
 }
 
 void storeProgress(Arguments& arguments, Text text) {
@@ -174,6 +186,16 @@ const std::vector<Option> inputOptions = {
      .help = "Pixel format of raw input by ffmpeg's name, such as rgba",
      .store = [](Arguments& to, Text text) { to.input.pixelFormat = text; },
      .setting = ClipSetting::InputPixelFormat},
+    {.name = "--max-pixels",
+     .takes = "N",
+     .help = "Refuse pictures of more pixels. Default: 268435456, which is 16384x16384",
+     .store = storeMaxPixels,
+     .setting = ClipSetting::MaxPixels},
+    {.name = "--max-metadata",
+     .takes = "MIB",
+     .help = "Leave out the texts and colour profiles of a picture beyond so many MiB. Default: 4",
+     .store = storeMaxMetadata,
+     .setting = ClipSetting::MaxMetadata},
 };
 
 const std::vector<Option> outputOptions = {
