@@ -28,16 +28,17 @@ constexpr std::string_view refusedFormats[] = {
     // pictures whose rows FFmpeg takes in the wrong order, and those of a camera's sensor
     "pfm_pipe", "phm_pipe", "cri_pipe"};
 
-constexpr AVCodecID refusedCodecs[] = {AV_CODEC_ID_SVG,  AV_CODEC_ID_ANSI, AV_CODEC_ID_BINTEXT,
-                                       AV_CODEC_ID_XBIN, AV_CODEC_ID_IDF,
-                                       AV_CODEC_ID_XPM, // takes no colours of 16 bits
-                                       AV_CODEC_ID_PFM,  AV_CODEC_ID_PHM,  AV_CODEC_ID_CRI};
+constexpr AVCodecID refusedCodecs[] = {
+    AV_CODEC_ID_SVG,     AV_CODEC_ID_ANSI, AV_CODEC_ID_BINTEXT, AV_CODEC_ID_XBIN, AV_CODEC_ID_IDF,
+    AV_CODEC_ID_XPM,     // takes no colours of 16 bits
+    AV_CODEC_ID_SUNRAST, // its decoder ends the program at large sizes
+    AV_CODEC_ID_PFM,     AV_CODEC_ID_PHM,  AV_CODEC_ID_CRI};
 
 // Each frame of these stands alone and says all that there is to know of it.
 constexpr AVCodecID pictureCodecs[] = {
-    AV_CODEC_ID_PNG,  AV_CODEC_ID_APNG, AV_CODEC_ID_TIFF,    AV_CODEC_ID_BMP, AV_CODEC_ID_GIF,
-    AV_CODEC_ID_WEBP, AV_CODEC_ID_EXR,  AV_CODEC_ID_TARGA,   AV_CODEC_ID_SGI, AV_CODEC_ID_DPX,
-    AV_CODEC_ID_PSD,  AV_CODEC_ID_PCX,  AV_CODEC_ID_SUNRAST, AV_CODEC_ID_QOI, AV_CODEC_ID_JPEG2000};
+    AV_CODEC_ID_PNG,  AV_CODEC_ID_APNG, AV_CODEC_ID_TIFF,  AV_CODEC_ID_BMP,     AV_CODEC_ID_GIF,
+    AV_CODEC_ID_WEBP, AV_CODEC_ID_EXR,  AV_CODEC_ID_TARGA, AV_CODEC_ID_SGI,     AV_CODEC_ID_DPX,
+    AV_CODEC_ID_PSD,  AV_CODEC_ID_PCX,  AV_CODEC_ID_QOI,   AV_CODEC_ID_JPEG2000};
 
 template <typename Item, std::size_t count>
 bool isAmong(const Item (&items)[count], const Item& item) {

@@ -86,6 +86,24 @@ std::int64_t metadataSize(const Chunk& chunk, std::int64_t limit) {
     return stored + (packed.empty() ? 0 : unpackedSize(packed, limit));
 }
 
+struct Header {
+    double bits;          // of all pixels
+    std::string measures; // for messages
+    bool hasPalette, hasKnownMethods;
+};
+
+Header headerFrom(std::string_view data) {
+    const auto byte = [&](std::size_t index) { return static_cast<std::uint8_t>(data[index]); };
+    constexpr std::array<int, 7> samplesOfType = {1, 1, 3, 1, 2, 1, 4};
+    constexpr std::uint8_t palette = 3;
+    const std::uint8_t type = byte(9);
+    const double width = number(data);
+    const double height = number(data.substr(4));
+    return {width * height * byte(8) * samplesOfType[std::min<std::size_t>(type, 6)],
+            std::to_string(number(data)) + "x" + std::to_string(number(data.substr(4))),
+            type == palette, byte(10) == 0 && byte(11) == 0 && byte(12) <= 1};
+}
+
 } // namespace
 
 std::optional<std::vector<std::uint8_t>>
@@ -115,28 +133,31 @@ withoutLargeMetadata(const std::uint8_t* data, std::size_t size, std::int64_t li
     return std::vector<std::uint8_t>(kept.begin(), kept.end());
 }
 
-void checkPngSize(const std::uint8_t* data, std::size_t size) {
+void checkPng(const std::uint8_t* data, std::size_t size) {
     std::string_view rest(reinterpret_cast<const char*>(data), size);
-    double packed = 0;
-    double bits = 0;
-    std::string measures;
+    const std::vector<Chunk> chunks = chunksOf(rest);
     constexpr std::size_t headerSize = 13;
-    constexpr std::array<int, 7> samplesOfType = {1, 1, 3, 1, 2, 1, 4};
-    for (const Chunk& chunk : chunksOf(rest)) {
-        if (chunk.type == "IHDR" && chunk.data.size() == headerSize) {
-            const auto type = std::min<std::size_t>(static_cast<std::uint8_t>(chunk.data[9]), 6);
-            bits = 1.0 * number(chunk.data) * number(chunk.data.substr(4)) *
-                   static_cast<std::uint8_t>(chunk.data[8]) * samplesOfType[type];
-            measures = std::to_string(number(chunk.data)) + "x" +
-                       std::to_string(number(chunk.data.substr(4)));
-        } else if (chunk.type == "IDAT") {
-            packed += static_cast<double>(chunk.data.size());
-        }
+    if (chunks.empty() || chunks[0].type != "IHDR" || chunks[0].data.size() != headerSize) {
+        return;
     }
-    packed += static_cast<double>(rest.size()); // a chunk that breaks off
-    constexpr double mostBits = 8 * 1032;       // that deflate makes of a byte
-    if (bits > (packed + 1) * mostBits) {
-        throw Error("its " + std::to_string(size) + " bytes cannot hold " + measures +
+    const Header header = headerFrom(chunks[0].data);
+    double packed = static_cast<double>(rest.size()); // of a chunk that breaks off
+    std::size_t palette = 0;
+    for (const Chunk& chunk : chunks) {
+        packed += chunk.type == "IDAT" ? static_cast<double>(chunk.data.size()) : 0;
+        palette = chunk.type == "PLTE" ? chunk.data.size() : palette;
+    }
+    constexpr std::size_t entry = 3;
+    constexpr std::size_t most = 256 * entry;
+    if (header.hasPalette && (palette == 0 || palette % entry != 0 || palette > most)) {
+        throw Error("it is damaged: its palette is missing or has a wrong size");
+    }
+    if (!header.hasKnownMethods) {
+        throw Error("it is damaged: its pixels are stored in a way that PNG doesn't have");
+    }
+    constexpr double mostBits = 8 * 1032; // that deflate makes of a byte
+    if (header.bits > (packed + 1) * mostBits) {
+        throw Error("its " + std::to_string(size) + " bytes cannot hold " + header.measures +
                     " pixels: it is cut off or damaged");
     }
 }

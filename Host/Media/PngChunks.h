@@ -16,7 +16,8 @@ std::optional<std::vector<std::uint8_t>> withoutLargeMetadata(const std::uint8_t
                                                               std::size_t size, std::int64_t limit);
 
 /// Throws Error, with the reason alone, where the packed pixels are fewer than the picture's size
-/// takes. A part of a file without its header passes.
-void checkPngSize(const std::uint8_t* data, std::size_t size);
+/// takes, and for a palette or an order of the rows that the decoder makes up. A part of a file
+/// without its header passes.
+void checkPng(const std::uint8_t* data, std::size_t size);
 
 } // namespace Vexorel::PrismDrift::Host

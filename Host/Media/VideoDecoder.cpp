@@ -4,6 +4,7 @@
 #include "Host/Media/EmptyParts.h"
 #include "Host/Media/FrameProperties.h"
 #include "Host/Media/InputFormats.h"
+#include "Host/Media/JpegMarkers.h"
 #include "Host/Media/PngChunks.h"
 #include "Host/Media/TiffLayout.h"
 
@@ -88,7 +89,6 @@ std::optional<std::int64_t> mostPixelsPerByte(AVCodecID codec) {
         return 128;
     case AV_CODEC_ID_PCX: // 63 bytes of 8 pixels in two bytes
     case AV_CODEC_ID_SGI:
-    case AV_CODEC_ID_SUNRAST:
     case AV_CODEC_ID_PSD:
     case AV_CODEC_ID_QDRAW:
         return 1024;
@@ -161,8 +161,11 @@ void VideoDecoder::send(const AVPacket* packet) {
     if (mContext->codec_id == AV_CODEC_ID_TIFF) {
         mLayout = tiffLayout(packet->data, size);
     }
+    if (mContext->codec_id == AV_CODEC_ID_MJPEG && mKind == ClipKind::Still) {
+        checkJpeg(packet->data, size);
+    }
     if (isPng(mContext->codec_id)) {
-        checkPngSize(packet->data, size);
+        checkPng(packet->data, size);
         if (const auto kept = withoutLargeMetadata(packet->data, size, mLimits.metadata)) {
             auto smaller = owned(av_packet_alloc());
             checkResult(av_new_packet(smaller.get(), static_cast<int>(kept->size())));
@@ -286,6 +289,10 @@ void VideoDecoder::checkWhole() const {
     if ((mFrame->flags & AV_FRAME_FLAG_CORRUPT) != 0 || mFrame->decode_error_flags != 0 ||
         isRepaired) {
         throw Error("it is damaged");
+    }
+    // A decoder that complains and goes on has made something up.
+    if (mKind == ClipKind::Still && !firstLoggedError().empty()) {
+        throw Error("it is damaged (" + firstLoggedError() + ")");
     }
     if (mIsEachFrameWhole && hasEmptyPart(*mFrame)) {
         throw Error("the decoder left a part of the picture empty: it is damaged, or stored in a "
