@@ -5,7 +5,6 @@
 #include "Host/Library/HostedEffect.h"
 #include "Tests/Fuzz/Target.h"
 #include "Tests/Host/FakeEffect.h"
-#include "Tests/Host/ScratchFolder.h"
 
 using namespace Vexorel::PrismDrift::CommandLine;
 using namespace Vexorel::PrismDrift::Host;
@@ -29,7 +28,6 @@ void expectEqual(const ParameterValues& left, const ParameterValues& right) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const HostedEffect effect(&FakeEffect::entry);
-    static const ScratchFolder folder;
     static Fuzz::MemoryFile file;
     file.fill(data, size);
     const ParameterValues defaults = effect.defaultValues();
@@ -41,9 +39,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         expectEqual(values, defaults);
         return 0;
     }
-    savePreset(folder.path() / "saved.json", values);
+    const std::string text = presetText(values);
+    file.fill(reinterpret_cast<const std::uint8_t*>(text.data()), text.size());
     ParameterValues saved = defaults;
-    loadPreset(folder.path() / "saved.json", saved);
+    loadPreset(file.path(), saved);
     expectEqual(saved, values);
     return 0;
 }
