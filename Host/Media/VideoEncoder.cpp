@@ -42,11 +42,13 @@ Encoding chooseEncoding(const EncoderSettings& settings, const AVFrame& source, 
     if (output.quality && codec.qualityOption == nullptr) {
         output.warn(std::string(codec.name) + " has no quality to choose");
     }
-    // x265 writes beyond its own memory where a side is shorter than one of its blocks.
-    constexpr int block = 64;
-    if (std::string_view(codec.name) == "hevc" && std::min(width, height) < block) {
+    // x265 opens at 16 pixels a side, but up to a width of 48, three of its blocks, it writes whole
+    // vectors beyond its own memory. How long these are depends on the processor: one block more.
+    constexpr int leastWidth = 64;
+    constexpr int leastHeight = 16;
+    if (std::string_view(codec.name) == "hevc" && (width < leastWidth || height < leastHeight)) {
         throw ClipError(ClipReason::ValueNotTaken, {ClipSetting::Codec},
-                        "hevc takes 64 pixels a side and more, not " + size);
+                        "hevc takes 64x16 pixels and more, not " + size);
     }
     const AVPixelFormat format = choosePixelFormat(codec, output.pixelFormat, source);
     if (!needsEvenSides(codec, format, width, height)) {

@@ -90,6 +90,7 @@ const Refusal fileRefusals[] = {
      "'n.n.x1b\\[2J.u202e\u00e4.xff': No"},
     {"in.png folder.png", 1, "cannot write 'folder.png': it is a directory"},
     {"in.png kept.png/kept.png", 1, "Not a directory"},
+    {"in.png o.mp4 --codec hevc", 1, "hevc takes 64x16 pixels and more, not 40x30 \\(--codec\\)\n"},
     {"in.mp4 none/o.%d.png", 1, "cannot write 'none/o.*': the folder '.*none': No such file"},
     {"in.mp4 kept.png", 1, "it holds one picture, and the input has more.* with --frames\n"},
     {"hit.mp4 o.mkv", 1, "cannot read 'hit.mp4': frame [0-9]+: "},
