@@ -99,8 +99,8 @@ protected:
     // The cells' labels name the options, beside `options`, that the input is rendered with.
     void expectSheet(const std::string& input, const std::string& options, const std::string& own,
                      int columns, const SheetText& text) const {
-        EXPECT_EQ(output("$PROGRAM sheet --cell-width 100 " + input + " sheet.png " + own +
-                         options + " 2>&1"),
+        EXPECT_EQ(output("$PROGRAM sheet --cell-width 100 " + input +
+                         " sheet.png --progress none " + own + options + " 2>&1"),
                   "");
         const SheetLayout layout(text, 240, 120, 100, columns);
         Picture expected{layout.emptySheet(), {}};
