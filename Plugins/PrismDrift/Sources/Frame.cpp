@@ -111,6 +111,9 @@ void GLCommand::close() {
     }
 }
 
+// glFinish ends each step: a driver that draws in software keeps the pictures of a step that is
+// under way when the next one begins, for many frames to come. The source is four times as large as
+// the finished picture, and so is the target.
 PF_Err renderFrame(PF_InData* in_data, PF_LayerDef* input, PF_LayerDef* output,
                    PrismDriftRender& renderer) {
     takeOutOfMemory(); // discards what an earlier frame left
@@ -120,6 +123,7 @@ PF_Err renderFrame(PF_InData* in_data, PF_LayerDef* input, PF_LayerDef* output,
     AEOpenglMainFrameBuffer& frameBuffer = *AEOpenglMainFrameBuffer::mainFrameBuffer();
     frameBuffer.prepare(input->width, input->height, true);
     const TargetScope target(frameBuffer);
+    glFinish();
 
     FrameParameters values;
     const PF_Err err = readParameters(in_data, values);
@@ -131,8 +135,10 @@ PF_Err renderFrame(PF_InData* in_data, PF_LayerDef* input, PF_LayerDef* output,
                                                         in_data, pixelSize, pixelType, multiplier,
                                                         false),
                        glDeleteTextures);
+    glFinish();
     applyParameters(in_data, values, renderer);
     renderer.draw(texture.get(), multiplier);
+    glFinish();
     texture.reset();
     frameBuffer.endDrawing(multiplier);
     requireMemory(frameBuffer);

@@ -246,6 +246,7 @@ void AEOpenglMainFrameBuffer::endDrawing(float multiplier) {
     if (texture.get() == 0) {
         return;
     }
+    glFinish(); // or a driver that draws in software keeps the target for many frames to come
     glBindFramebuffer(GL_FRAMEBUFFER, mSingleFrameBuffer);
     attachColour(GL_FRAMEBUFFER, mMainRenderBuffer);
     glDisable(GL_BLEND);

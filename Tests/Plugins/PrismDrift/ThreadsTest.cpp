@@ -14,6 +14,7 @@
 #include <EGL/egl.h>
 #include <chrono>
 #include <future>
+#include <malloc.h>
 #include <pthread.h>
 #include <thread>
 #include <unistd.h>
@@ -135,6 +136,22 @@ TEST_F(Threads, EndWithinAFrameAndLeaveTheirContextsToTheNext) {
             EXPECT_EQ(CGLGetCurrentContext().number == context.number, !isSetDown);
         }).join();
     }
+}
+
+// The address sanitizer counts nothing here.
+TEST_F(Threads, KeepNothingOfALargeFrameAfterASmallOne) {
+    const auto allocated = [] {
+        const struct mallinfo2 memory = mallinfo2();
+        return static_cast<double>(memory.uordblks + memory.hblkhd) / (1 << 20);
+    };
+    expectSoundFrame();
+    const double before = allocated();
+    for (int i = 0; i < 3; ++i) {
+        World8 large(1500, 1000);
+        EXPECT_EQ(host.render(large, large), 0);
+    }
+    expectSoundFrame();
+    EXPECT_LT(allocated() - before, 4.0) << "MiB; the source alone had 23";
 }
 
 TEST_F(Threads, DrawOnWhenSomeoneElseEndsTheDisplay) {
