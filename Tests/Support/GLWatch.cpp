@@ -238,4 +238,8 @@ std::string GLWatch::messages() {
     return onRecord([](Record& record) { return record.messages; });
 }
 
+void GLWatch::forgetMessages() {
+    onRecord([](Record& record) { record.messages.clear(); });
+}
+
 } // namespace Testing

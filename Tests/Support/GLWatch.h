@@ -50,8 +50,9 @@ public:
     static std::string callsDuring(const std::function<void()>& work,
                                    const std::string& functions = "");
 
-    /// All that was written to the message sink.
+    /// All that was written to the message sink since it was last forgotten.
     static std::string messages();
+    static void forgetMessages();
 };
 
 } // namespace Testing
