@@ -40,8 +40,9 @@ int lines(const char* file) {
 
 } // namespace
 
-Meter::Meter(int count, std::function<int()> names)
+Meter::Meter(int count, std::function<int()> names, double limit)
     : mNames(std::move(names)),
+      mLimit(limit),
       mCount(std::max(20, count / part())),
       mEvery(std::max(5, mCount / 100)) {}
 
@@ -81,7 +82,8 @@ void Meter::judge(const Figures& end) const {
     if (!kKeepsFreedMemory) {
         // A short run ends before the memory has settled.
         const bool isShort = part() > 10;
-        EXPECT_LE(end.resident - mTenth.resident, isShort ? 8.0 : 1.0) << "MiB resident";
+        EXPECT_LE(end.resident - mTenth.resident, std::max(mLimit, isShort ? 8.0 : 1.0))
+            << "MiB resident";
         EXPECT_LE(end.mappings - mTenth.mappings, isShort ? 40 : 0);
     }
 }

@@ -20,9 +20,10 @@ struct Figures {
 /// the test if anything grew, and prints the figures.
 class Meter {
 public:
-    /// `names` counts what is to stay equal besides, such as GL names.
+    /// `names` counts what is to stay equal besides, such as GL names. The resident memory of a
+    /// whole run may grow by `limit` MiB.
     explicit Meter(
-        int count, std::function<int()> names = [] { return 0; });
+        int count, std::function<int()> names = [] { return 0; }, double limit = 1.0);
 
     bool next();
 
@@ -37,6 +38,7 @@ private:
     void judge(const Figures& end) const;
 
     std::function<int()> mNames;
+    double mLimit;
     int mCount, mEvery;
     int mDone = -1;
     Figures mTenth;

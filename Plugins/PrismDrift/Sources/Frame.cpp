@@ -11,6 +11,9 @@
 #include <chrono>
 #include <cstdint>
 #include <limits>
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
 #include <thread>
 
 namespace Vexorel::PrismDrift {
@@ -82,6 +85,29 @@ void requireMemory(AEOpenglMainFrameBuffer& frameBuffer) {
     }
 }
 
+/// Gives the system back what frames have freed. Drivers that draw in software allocate pictures as
+/// aligned blocks, and a C library before glibc 2.38 often can't use the place of such a block for
+/// the next one of the same size: the process could grow by a picture with each frame. Looks only
+/// now and then, and acts only where much is free that wasn't before.
+void returnFreedMemory(std::int64_t pixels) PRISMDRIFT_REQUIRES(AEOpenGLContextManager::mMutex) {
+#ifdef __GLIBC__
+    constexpr std::size_t much = std::size_t{128} << 20;
+    static std::size_t drawn = 0;  // bytes of sources since the last look
+    static std::size_t before = 0; // what was free then
+    drawn += static_cast<std::size_t>(pixels) * 4 * sizeof(float);
+    if (drawn < much) {
+        return;
+    }
+    drawn = 0;
+    const std::size_t free = mallinfo2().fordblks;
+    if (free > before + much) {
+        malloc_trim(0);
+        before = free;
+    }
+    before = std::min(before, free);
+#endif
+}
+
 } // namespace
 
 GLCommand::GLCommand() : mLock(AEOpenGLContextManager::mMutex) {
@@ -145,6 +171,7 @@ PF_Err renderFrame(PF_InData* in_data, PF_LayerDef* input, PF_LayerDef* output,
     AEOpenGLUtilities::DownloadTexture(static_cast<unsigned int>(input->width),
                                        static_cast<unsigned int>(input->height), input, output,
                                        in_data, PF_PixelFormat_ARGB32, pixelSize, pixelType);
+    returnFreedMemory(std::int64_t{input->width} * input->height);
     return err;
 }
 
