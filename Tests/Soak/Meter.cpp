@@ -84,7 +84,8 @@ void Meter::judge(const Figures& end) const {
         const bool isShort = part() > 10;
         EXPECT_LE(end.resident - mTenth.resident, std::max(mLimit, isShort ? 8.0 : 1.0))
             << "MiB resident";
-        EXPECT_LE(end.mappings - mTenth.mappings, isShort ? 40 : 0);
+        // The C library maps large blocks one by one, so the number varies a little.
+        EXPECT_LE(end.mappings - mTenth.mappings, isShort ? 40 : 16);
     }
 }
 
