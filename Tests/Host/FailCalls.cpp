@@ -23,6 +23,7 @@
 #include <link.h>
 #include <new>
 #include <sys/syscall.h>
+#include <ucontext.h>
 #include <unistd.h>
 
 namespace {
@@ -61,9 +62,17 @@ int findCode(dl_phdr_info* info, std::size_t /*size*/, void* /*data*/) {
 }
 
 // Says which library a crash is the fault of: that of the innermost call outside the C library.
-void sayWhere(int signal) {
+void sayWhere(int signal, siginfo_t* /*information*/, [[maybe_unused]] void* context) {
     std::array<void*, 32> stack{};
-    const int depth = backtrace(stack.data(), stack.size());
+    int depth = backtrace(stack.data(), stack.size());
+#ifdef __x86_64__
+    // Behind a call of a null pointer there is nothing to go back from but what the call pushed.
+    const auto& registers = static_cast<ucontext_t*>(context)->uc_mcontext.gregs;
+    if (registers[REG_RIP] == 0) {
+        stack[3] = *reinterpret_cast<void**>(registers[REG_RSP]);
+        depth = 5;
+    }
+#endif
     for (int i = 3; i < depth; ++i) { // behind this, the C library's part of it and what crashed
         Dl_info place = {};
         if (dladdr(stack[static_cast<std::size_t>(i - 1)], &place) != 0 &&
@@ -79,7 +88,10 @@ void sayWhere(int signal) {
 __attribute__((constructor)) void begin() {
     dl_iterate_phdr(&findCode, nullptr);
     for (const int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGABRT}) {
-        std::signal(signal, &sayWhere);
+        struct sigaction action = {};
+        action.sa_sigaction = &sayWhere;
+        action.sa_flags = SA_SIGINFO;
+        sigaction(signal, &action, nullptr);
     }
 }
 
