@@ -149,6 +149,7 @@ void VideoEncoder::send(const ClipFrame& frame, std::int64_t time) {
     mConverter.convert(frame.picture.world, *picture);
     mDurations[time] = frame.duration;
     checkResult(avcodec_send_frame(mContext.get(), picture.get()));
+    ++mSent;
 }
 
 void VideoEncoder::end() {
@@ -161,6 +162,12 @@ bool VideoEncoder::receive(AVPacket& packet) {
         return false;
     }
     checkResult(received);
+    // x265 takes an uninitialised time off that of decoding before its third frame. Two frames
+    // don't change places.
+    constexpr int reordered = 3;
+    if (mContext->codec_id == AV_CODEC_ID_HEVC && mSent < reordered) {
+        packet.dts = packet.pts;
+    }
     if (const auto found = mDurations.find(packet.pts); found != mDurations.end()) {
         packet.duration = found->second;
         mDurations.erase(found);
