@@ -16,7 +16,10 @@ using namespace Vexorel::PrismDrift::Host;
 
 namespace {
 
-// The largest piece of memory that FFmpeg's libraries get. It bounds the pictures, too.
+// Small, so that no frame takes long. Beside the limits, the largest piece of memory that FFmpeg's
+// libraries get.
+constexpr std::int64_t mostPixels = 1 << 16;
+constexpr std::int64_t mostMetadata = 1 << 14;
 constexpr std::size_t largestBlock = 2U << 20U;
 constexpr int mostItems = 12;
 
@@ -37,7 +40,9 @@ void expectTimes(ClipReader& reader) {
 }
 
 void expectFrame(const ClipFrame& frame, const ClipInput& input) {
-    EXPECT_TRUE(frame.picture.world.width() > 0 && frame.picture.world.height() > 0);
+    const auto& world = frame.picture.world;
+    EXPECT_TRUE(world.width() > 0 && world.height() > 0);
+    EXPECT_LE(std::int64_t{world.width()} * world.height(), mostPixels);
     EXPECT_TRUE(frame.index >= 0 && input.frames.contains(frame.number));
     EXPECT_GT(frame.duration, 0);
     EXPECT_GE(depthOf(frame.picture), 1);
@@ -102,6 +107,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     file.fill(data, size - 1);
     ClipInput input;
     input.file = file.path();
+    input.limits = {mostPixels, mostMetadata};
     if ((choices & chooseFrames) != 0) {
         input.frames = *FrameNumbers::parse("0,2-9x3");
     }

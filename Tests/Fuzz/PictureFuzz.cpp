@@ -15,7 +15,10 @@ using namespace Vexorel::PrismDrift::Host;
 
 namespace {
 
-// The largest piece of memory that FFmpeg's libraries get. It bounds the pictures, too.
+// Small, so that no picture takes long. Beside the limits, the largest piece of memory that
+// FFmpeg's libraries get.
+constexpr std::int64_t mostPixels = 1 << 16;
+constexpr std::int64_t mostMetadata = 1 << 14;
 constexpr std::size_t largestBlock = 2U << 20U;
 
 // Without `hidden`, the colour of what is fully transparent may differ.
@@ -65,7 +68,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     file.fill(data, size);
     std::optional<Picture> picture;
     try {
-        picture = readPicture(file.path());
+        picture = readPicture(file.path(), {mostPixels, mostMetadata});
     } catch (const Error& error) {
         EXPECT_EQ(std::string_view(error.what()).rfind("cannot read '", 0), 0U) << error.what();
         return 0;
@@ -73,6 +76,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return 0;
     }
     EXPECT_TRUE(picture->world.width() > 0 && picture->world.height() > 0);
+    EXPECT_LE(std::int64_t{picture->world.width()} * picture->world.height(), mostPixels);
+    EXPECT_LE(picture->colorProfile.size(), std::size_t{mostMetadata});
     EXPECT_TRUE(depthOf(*picture) >= 1 && depthOf(*picture) <= 64) << depthOf(*picture);
     constexpr int small = 32;
     if (picture->world.width() <= small && picture->world.height() <= small) {
