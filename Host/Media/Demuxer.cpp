@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <limits>
 #include <string_view>
 #include <sys/stat.h>
 #include <system_error>
@@ -61,6 +62,27 @@ std::array<FormatOption, 3> formatOptions(const ClipInput& input) {
              {"framerate", input.frameRate, ClipSetting::FrameRate, "frame rate"}}};
 }
 
+// Whether the last byte of a file that can be gone back in is GIF's own, but for zeros behind it.
+bool endsAsGif(AVIOContext* file) {
+    std::int64_t place = file != nullptr && file->seekable != 0 ? avio_size(file) : 0;
+    constexpr int trailer = ';';
+    int last = place > 0 ? 0 : trailer;
+    while (last == 0 && place > 0) {
+        avio_seek(file, --place, SEEK_SET);
+        last = avio_r8(file);
+    }
+    return last == trailer;
+}
+
+// The largest block that FFmpeg allots while this lives.
+class BlockLimit {
+public:
+    explicit BlockLimit(std::uintmax_t bytes) { av_max_alloc(bytes); }
+    BlockLimit(const BlockLimit&) = delete;
+    BlockLimit& operator=(const BlockLimit&) = delete;
+    ~BlockLimit() { av_max_alloc(std::numeric_limits<int>::max()); } // FFmpeg's own
+};
+
 } // namespace
 
 void checkReadable(const fs::path& file) {
@@ -87,8 +109,8 @@ bool isStillPicture(const fs::path& file) {
         return false;
     }
     try {
-        const Demuxer demuxer(file);
-        return isStillFormat(*demuxer.context().iformat);
+        const auto demuxer = Demuxer::openAlone(inputOf(file));
+        return isStillFormat(*demuxer->context().iformat);
     } catch (const Error&) {
         return false;
     }
@@ -139,6 +161,16 @@ Demuxer::Demuxer(const ClipInput& input)
                                 option.words);
         }
     }
+}
+
+std::unique_ptr<Demuxer> Demuxer::openAlone(const ClipInput& input) {
+    // A block of the index of hours of video; a larger file may have a larger one.
+    constexpr std::uintmax_t usual = 64 << 20;
+    constexpr std::uintmax_t ofFile = 4;
+    std::error_code failure;
+    const std::uintmax_t size = isPlainFile(input.file) ? fs::file_size(input.file, failure) : 0;
+    const BlockLimit limit(std::max(usual, failure ? 0 : std::min(size, usual << 5) * ofFile));
+    return std::make_unique<Demuxer>(input);
 }
 
 Demuxer::Demuxer(const fs::path& file) : Demuxer(inputOf(file)) {}
@@ -213,6 +245,9 @@ std::string Demuxer::reasonOfEnd() const {
     }
     if (mFormat->pb != nullptr && mFormat->pb->error < 0) {
         return reasonFor(mFormat->pb->error);
+    }
+    if (std::string_view(mFormat->iformat->name) == "gif" && !endsAsGif(mFormat->pb)) {
+        return "it is cut off";
     }
     const bool isFrames = std::string_view(mFormat->iformat->name) == "yuv4mpegpipe";
     return isFrames && avio_tell(mFormat->pb) > mPlace ? "it is cut off" : "";

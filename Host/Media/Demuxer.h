@@ -9,6 +9,7 @@
 #include <atomic>
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <string>
 
 namespace Vexorel::PrismDrift::Host {
@@ -27,6 +28,9 @@ class Demuxer {
 public:
     /// Opens the input's file with its format, size, pixel format and frame rate.
     explicit Demuxer(const ClipInput& input);
+    /// The same with a limit for what the file's header may take, for calls that no other thread
+    /// runs beside: FFmpeg's limit is one for the whole process.
+    static std::unique_ptr<Demuxer> openAlone(const ClipInput& input);
     explicit Demuxer(const std::filesystem::path& file);
     Demuxer(const Demuxer&) = delete;
     Demuxer& operator=(const Demuxer&) = delete;

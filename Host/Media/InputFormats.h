@@ -18,8 +18,9 @@ const std::string& formatWhitelist();
 /// shows wrong.
 bool isDecoded(AVCodecID codec);
 
-/// The names of the decoders that FFmpeg may use to learn what a file holds, as a list for its option
-/// codec_whitelist. Its look ahead has no limits, and the frames of picture codecs need none.
+/// The names of the decoders that FFmpeg may use to learn what a file holds, as a list for its
+/// option codec_whitelist. Its look ahead has no limits, and the frames of picture codecs need
+/// none.
 const std::string& probedCodecs();
 
 } // namespace Vexorel::PrismDrift::Host

@@ -18,7 +18,8 @@ TimeIndex::TimeIndex(const ClipInput& input, const ClipProperties& clip, std::in
 }
 
 void TimeIndex::readTimes(const ClipInput& input, int stream) {
-    Demuxer demuxer(input);
+    const auto opened = Demuxer::openAlone(input);
+    Demuxer& demuxer = *opened;
     demuxer.findStreams();
     for (unsigned i = 0; i < demuxer.context().nb_streams; ++i) {
         AVStream& other = *demuxer.context().streams[i];

@@ -27,7 +27,7 @@ std::optional<std::int64_t> chosenBelow(const FrameNumbers& frames, std::int64_t
 
 VideoReader::VideoReader(const ClipInput& input) : mInput(input) {
     try {
-        mDemuxer.emplace(input);
+        mDemuxer = Demuxer::openAlone(input);
         openStream();
         describe();
     } catch (const std::exception&) {

@@ -36,7 +36,7 @@ private:
 
     ClipInput mInput;
     ClipProperties mProperties;
-    std::optional<Demuxer> mDemuxer;
+    std::unique_ptr<Demuxer> mDemuxer;
     std::optional<VideoDecoder> mDecoder;
     std::optional<FrameToWorld> mConverter; // for the layout of the frame before
     Orientation mOrientation;               // by the stream; frames may have one of their own

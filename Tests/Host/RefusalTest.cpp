@@ -98,6 +98,7 @@ const Refusal fileRefusals[] = {
     {"cut.mkv o.mkv", 1, "cannot read 'cut.mkv': frame [0-9]+: .*(cut off|damaged)"},
     {"lost.mkv o.mkv", 1, "cannot read 'lost.mkv': frame [0-9]+: "},
     {"cut.y4m o.mkv", 1, "cannot read 'cut.y4m': frame 3: it is cut off"},
+    {"cut.gif o.mkv", 1, "cannot read 'cut.gif': frame [0-9]+: it is cut off"},
     {"cut.mp4 o.mkv", 1, "cannot read 'cut.mp4': it is no picture or video of a known format"},
     {"sound.mp4 o.mkv", 1, "cannot read 'sound.mp4': there is no picture in it"},
     {"empty.mp4 o.mkv", 1, "cannot read 'empty.mp4': the file is empty"},
@@ -214,6 +215,7 @@ protected:
             $ff -i in.mp4 -c:v ffv1 -level 3 -slicecrc 1 -an crc.mkv; hit crc.mkv 200 90000
             cp in.mkv lost.mkv; hit lost.mkv 900 12000
             $ff -i in.mp4 -f yuv4mpegpipe - | head -c 100000 >cut.y4m
+            $ff -i in.mp4 -t 0.5 a.gif; head -c 9000 a.gif >cut.gif
             head -c 20000 in.mkv >cut.mkv; head -c 20000 in.mp4 >cut.mp4; : >empty.mp4
             printf '#EXTM3U\n#EXTINF:1,\nin.mp4\n' >list.m3u8)");
     }
