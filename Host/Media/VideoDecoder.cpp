@@ -2,19 +2,12 @@
 
 #include "Host/Media/ClipError.h"
 #include "Host/Media/EmptyParts.h"
-#include "Host/Media/FrameProperties.h"
 #include "Host/Media/InputFormats.h"
-#include "Host/Media/JpegMarkers.h"
-#include "Host/Media/PngChunks.h"
-#include "Host/Media/TiffLayout.h"
 
 #include <algorithm>
-#include <cstring>
 #include <limits>
-#include <optional>
 #include <string_view>
 #include <unistd.h>
-#include <utility>
 
 namespace Vexorel::PrismDrift::Host {
 namespace {
@@ -72,58 +65,24 @@ bool writesWholeFrames(const AVCodec& decoder, ClipKind kind) {
            (decoder.capabilities & AV_CODEC_CAP_DR1) != 0;
 }
 
-bool isPng(AVCodecID codec) {
-    return codec == AV_CODEC_ID_PNG || codec == AV_CODEC_ID_APNG;
-}
-
-// The most pixels that a byte of this codec can stand for; nothing where there is no limit, and
-// where the file is looked at before it is decoded.
-std::optional<std::int64_t> mostPixelsPerByte(AVCodecID codec) {
-    switch (codec) {
-    case AV_CODEC_ID_MJPEG: // a bit for a block of 8x8
-        return 512;
-    case AV_CODEC_ID_GIF: // strings of up to 4094 pixels in 12 bits
-        return 2730;
-    case AV_CODEC_ID_BMP: // 255 pixels in two bytes
-    case AV_CODEC_ID_TARGA:
-        return 128;
-    case AV_CODEC_ID_PCX: // 63 bytes of 8 pixels in two bytes
-    case AV_CODEC_ID_SGI:
-    case AV_CODEC_ID_PSD:
-    case AV_CODEC_ID_QDRAW:
-        return 1024;
-    case AV_CODEC_ID_QOI:
-        return 62;
-    case AV_CODEC_ID_PPM:
-    case AV_CODEC_ID_PGM:
-    case AV_CODEC_ID_PBM:
-    case AV_CODEC_ID_PAM:
-    case AV_CODEC_ID_DPX:
-    case AV_CODEC_ID_XWD:
-    case AV_CODEC_ID_XBM:
-    case AV_CODEC_ID_DDS:
-        return 8;
-    default:
-        return std::nullopt;
-    }
-}
-
 } // namespace
 
 VideoDecoder::VideoDecoder(const AVStream& stream, ClipKind kind, const ClipInput& input,
                            bool mayStartBroken)
-    : mFile(input.file), mLimits(input.limits), mKind(kind), mMayStartBroken(mayStartBroken) {
+    : mData(stream.codecpar->codec_id, kind, input),
+      mMostPixels(input.limits.pixels),
+      mIsStill(kind == ClipKind::Still),
+      mMayStartBroken(mayStartBroken) {
     const AVCodec* decoder = findDecoder(stream);
     mContext = owned(avcodec_alloc_context3(decoder));
     checkResult(avcodec_parameters_to_context(mContext.get(), stream.codecpar));
-    limitExtradata();
+    mData.limit(*mContext);
     mContext->pkt_timebase = stream.time_base;
-    mContext->max_pixels = std::min(mLimits.pixels, largestPixelCount());
+    mContext->max_pixels = std::min(mMostPixels, largestPixelCount());
     if (isStrict(decoder->id, kind)) {
         mContext->err_recognition = AV_EF_EXPLODE | AV_EF_CRCCHECK;
     }
     mIsEachFrameWhole = writesWholeFrames(*decoder, kind);
-    mLayout.isAlphaAssociated = decoder->id == AV_CODEC_ID_EXR;
     mContext->opaque = this;
     mContext->get_buffer2 = &newBuffer;
     // Threads work on the slices of one frame, never on several frames: those give a frame before
@@ -156,83 +115,10 @@ void VideoDecoder::send(const AVPacket* packet) {
         check(avcodec_send_packet(mContext.get(), nullptr));
         return;
     }
-    const auto size = static_cast<std::size_t>(packet->size);
-    mSentBytes = packet->size + (mKind == ClipKind::Still ? mSentBytes : 0);
-    if (mContext->codec_id == AV_CODEC_ID_TIFF) {
-        mLayout = tiffLayout(packet->data, size);
-    }
-    if (mContext->codec_id == AV_CODEC_ID_MJPEG && mKind == ClipKind::Still) {
-        checkJpeg(packet->data, size);
-    }
-    if (isPng(mContext->codec_id)) {
-        checkPng(packet->data, size);
-        if (const auto kept = withoutLargeMetadata(packet->data, size, mLimits.metadata)) {
-            auto smaller = owned(av_packet_alloc());
-            checkResult(av_new_packet(smaller.get(), static_cast<int>(kept->size())));
-            checkResult(av_packet_copy_props(smaller.get(), packet));
-            std::copy(kept->begin(), kept->end(), smaller->data);
-            warnOfMetadata();
-            sendWithin(*smaller);
-            return;
-        }
-    }
-    sendWithin(*packet);
-}
-
-// An animated PNG's header is kept apart from its frames.
-void VideoDecoder::limitExtradata() {
-    if (!isPng(mContext->codec_id) || mContext->extradata_size <= 0) {
-        return;
-    }
-    const auto kept = withoutLargeMetadata(
-        mContext->extradata, static_cast<std::size_t>(mContext->extradata_size), mLimits.metadata);
-    if (kept) {
-        std::copy(kept->begin(), kept->end(), mContext->extradata);
-        mContext->extradata_size = static_cast<int>(kept->size());
-        mHasLargeExtradata = true;
-    }
-}
-
-// The packet's metadata are within the limit.
-void VideoDecoder::sendWithin(const AVPacket& packet) {
-    if (mHasLargeExtradata) {
-        warnOfMetadata();
-    }
-    const int sent = avcodec_send_packet(mContext.get(), &packet);
+    mSentBytes += packet->size;
+    const int sent = avcodec_send_packet(mContext.get(), &mData.checked(*packet));
     if (!isSkipped(sent)) {
         check(sent);
-    }
-}
-
-// The frame's texts and side data, where they go beyond the limit; not how it lies.
-void VideoDecoder::dropLargeMetadata() {
-    std::int64_t bytes = 0;
-    for (int i = 0; i < mFrame->nb_side_data; ++i) {
-        bytes += static_cast<std::int64_t>(mFrame->side_data[i]->size);
-    }
-    const AVDictionaryEntry* entry = nullptr;
-    while ((entry = av_dict_get(mFrame->metadata, "", entry, AV_DICT_IGNORE_SUFFIX)) != nullptr) {
-        bytes += static_cast<std::int64_t>(std::strlen(entry->key) + std::strlen(entry->value));
-    }
-    if (bytes > mLimits.metadata) {
-        av_dict_free(&mFrame->metadata);
-        for (int i = mFrame->nb_side_data; i-- > 0;) {
-            if (mFrame->side_data[i]->type != AV_FRAME_DATA_DISPLAYMATRIX) {
-                av_frame_remove_side_data(mFrame.get(), mFrame->side_data[i]->type);
-                i = std::min(i, mFrame->nb_side_data);
-            }
-        }
-        warnOfMetadata();
-    }
-}
-
-void VideoDecoder::warnOfMetadata() {
-    if (mLimits.warn && !std::exchange(mHasWarned, true)) {
-        constexpr std::int64_t mebibyte = 1 << 20;
-        mLimits.warn(ClipError(ClipReason::BeyondLimit, {ClipSetting::MaxMetadata},
-                               "of " + nameOf(mFile) + " texts or profiles beyond " +
-                                   std::to_string(mLimits.metadata / mebibyte) +
-                                   " MiB are left out"));
     }
 }
 
@@ -247,10 +133,7 @@ AVFrame* VideoDecoder::receive() {
     }
     check(mHasEnded ? AVERROR_INVALIDDATA : received);
     checkWhole();
-    dropLargeMetadata();
-    if (mContext->codec_id != AV_CODEC_ID_TIFF) {
-        mLayout.orientation = orientationOf(*mFrame);
-    }
+    mData.limit(*mFrame);
     mHasGivenFrame = true;
     return mFrame.get();
 }
@@ -276,7 +159,7 @@ void VideoDecoder::throwTooLarge() const {
     const std::size_t size = std::min(logged.find_first_of("0123456789"), logged.size());
     const std::string text = "its " + logged.substr(size, logged.find(' ', size) - size) +
                              " pixels are more than " + std::to_string(mContext->max_pixels);
-    if (mContext->max_pixels < mLimits.pixels) {
+    if (mContext->max_pixels < mMostPixels) {
         throw Error(text + ", for which this machine has too little memory");
     }
     throw ClipError(ClipReason::BeyondLimit, {ClipSetting::MaxPixels}, text);
@@ -291,7 +174,7 @@ void VideoDecoder::checkWhole() const {
         throw Error("it is damaged");
     }
     // A decoder that complains and goes on has made something up.
-    if (mKind == ClipKind::Still && !firstLoggedError().empty()) {
+    if (mIsStill && !firstLoggedError().empty()) {
         throw Error("it is damaged (" + firstLoggedError() + ")");
     }
     if (mIsEachFrameWhole && hasEmptyPart(*mFrame)) {

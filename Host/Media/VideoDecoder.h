@@ -4,7 +4,7 @@
 
 #include "Host/Media/Clip.h"
 #include "Host/Media/FFmpeg.h"
-#include "Host/Media/StoredLayout.h"
+#include "Host/Media/PictureData.h"
 
 namespace Vexorel::PrismDrift::Host {
 
@@ -28,33 +28,26 @@ public:
     AVFrame* receive();
 
     /// How the last frame is to be shown, as far as the codec's own data says.
-    const StoredLayout& layout() const { return mLayout; }
+    StoredLayout layout() const { return mData.layoutOf(*mFrame); }
 
     /// Whether the last frame after the last packet has been given.
     bool hasEnded() const { return mHasEnded; }
 
 private:
     static int newBuffer(AVCodecContext* context, AVFrame* frame, int flags);
-    void limitExtradata();
-    void sendWithin(const AVPacket& packet);
-    void dropLargeMetadata();
-    void warnOfMetadata();
     void check(int result) const;
     [[noreturn]] void throwTooLarge() const;
     void checkWhole() const;
     bool isSkipped(int result) const;
 
-    const std::filesystem::path mFile; // for messages
-    const ReadLimits mLimits;
-    const ClipKind mKind;
+    PictureData mData;
+    std::int64_t mMostPixels;
+    std::int64_t mSentBytes = 0; // so far
+    std::string mRefusal;        // why a frame has got no buffer
+    bool mIsStill;
     bool mMayStartBroken;
-    bool mHasLargeExtradata = false; // as it was
-    bool mHasWarned = false;
-    std::int64_t mSentBytes = 0;    // of the frame to come
-    std::string mRefusal;           // why there is no buffer for it
     bool mIsEachFrameWhole = false; // each is written whole, with nothing of those before
     bool mHasGivenFrame = false, mHasEnded = false;
-    StoredLayout mLayout;
     FFmpegPtr<AVCodecContext> mContext;
     FFmpegPtr<AVFrame> mFrame = owned(av_frame_alloc());
 };

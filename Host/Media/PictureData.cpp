@@ -1,0 +1,125 @@
+#include "Host/Media/PictureData.h"
+
+#include "Host/Media/ClipError.h"
+#include "Host/Media/FrameProperties.h"
+#include "Host/Media/JpegMarkers.h"
+#include "Host/Media/PngChunks.h"
+#include "Host/Media/TiffLayout.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+namespace Vexorel::PrismDrift::Host {
+
+// An animated PNG's header is kept apart from its frames.
+void PictureData::limit(AVCodecContext& context) {
+    if (!isPng() || context.extradata_size <= 0) {
+        return;
+    }
+    const auto kept = withoutLargeMetadata(
+        context.extradata, static_cast<std::size_t>(context.extradata_size), mLimits.metadata);
+    if (kept) {
+        std::copy(kept->begin(), kept->end(), context.extradata);
+        context.extradata_size = static_cast<int>(kept->size());
+        mHasToWarn = true;
+    }
+}
+
+const AVPacket& PictureData::checked(const AVPacket& packet) {
+    const auto size = static_cast<std::size_t>(packet.size);
+    const AVPacket* result = &packet;
+    if (mCodec == AV_CODEC_ID_TIFF) {
+        mTiff = tiffLayout(packet.data, size);
+    } else if (mCodec == AV_CODEC_ID_MJPEG && mKind == ClipKind::Still) {
+        checkJpeg(packet.data, size);
+    } else if (isPng()) {
+        checkPng(packet.data, size);
+        if (const auto kept = withoutLargeMetadata(packet.data, size, mLimits.metadata)) {
+            mSmaller = owned(av_packet_alloc());
+            checkResult(av_new_packet(mSmaller.get(), static_cast<int>(kept->size())));
+            checkResult(av_packet_copy_props(mSmaller.get(), &packet));
+            std::copy(kept->begin(), kept->end(), mSmaller->data);
+            mHasToWarn = true;
+            result = mSmaller.get();
+        }
+    }
+    warn();
+    return *result;
+}
+
+void PictureData::limit(AVFrame& frame) {
+    const auto isKept = [](const AVFrameSideData& data) {
+        return data.type == AV_FRAME_DATA_DISPLAYMATRIX;
+    };
+    std::int64_t bytes = 0;
+    for (int i = 0; i < frame.nb_side_data; ++i) {
+        const AVFrameSideData& data = *frame.side_data[i];
+        bytes += isKept(data) ? 0 : static_cast<std::int64_t>(data.size);
+    }
+    const AVDictionaryEntry* entry = nullptr;
+    while ((entry = av_dict_get(frame.metadata, "", entry, AV_DICT_IGNORE_SUFFIX)) != nullptr) {
+        bytes += static_cast<std::int64_t>(std::strlen(entry->key) + std::strlen(entry->value));
+    }
+    if (bytes <= mLimits.metadata) {
+        return;
+    }
+    av_dict_free(&frame.metadata);
+    for (int i = frame.nb_side_data - 1; i >= 0; i = std::min(i, frame.nb_side_data) - 1) {
+        if (!isKept(*frame.side_data[i])) {
+            av_frame_remove_side_data(&frame, frame.side_data[i]->type);
+        }
+    }
+    mHasToWarn = true;
+    warn();
+}
+
+StoredLayout PictureData::layoutOf(const AVFrame& frame) const {
+    return mCodec == AV_CODEC_ID_TIFF
+               ? mTiff
+               : StoredLayout{orientationOf(frame), mCodec == AV_CODEC_ID_EXR};
+}
+
+void PictureData::warn() {
+    if (mHasToWarn && mLimits.warn && !std::exchange(mHasWarned, true)) {
+        constexpr std::int64_t mebibyte = 1 << 20;
+        mLimits.warn(ClipError(ClipReason::BeyondLimit, {ClipSetting::MaxMetadata},
+                               "of " + nameOf(mFile) + " texts or profiles beyond " +
+                                   std::to_string(mLimits.metadata / mebibyte) +
+                                   " MiB are left out"));
+    }
+}
+
+// The most pixels that a byte of this codec can stand for; nothing where there is no limit, and
+// where the file is looked at before it is decoded.
+std::optional<std::int64_t> mostPixelsPerByte(AVCodecID codec) {
+    switch (codec) {
+    case AV_CODEC_ID_MJPEG: // a bit for a block of 8x8
+        return 512;
+    case AV_CODEC_ID_GIF: // strings of up to 4094 pixels in 12 bits
+        return 2730;
+    case AV_CODEC_ID_BMP: // 255 pixels in two bytes
+    case AV_CODEC_ID_TARGA:
+        return 128;
+    case AV_CODEC_ID_PCX: // 63 bytes of 8 pixels in two bytes
+    case AV_CODEC_ID_SGI:
+    case AV_CODEC_ID_PSD:
+    case AV_CODEC_ID_QDRAW:
+        return 1024;
+    case AV_CODEC_ID_QOI:
+        return 62;
+    case AV_CODEC_ID_PPM:
+    case AV_CODEC_ID_PGM:
+    case AV_CODEC_ID_PBM:
+    case AV_CODEC_ID_PAM:
+    case AV_CODEC_ID_DPX:
+    case AV_CODEC_ID_XWD:
+    case AV_CODEC_ID_XBM:
+    case AV_CODEC_ID_DDS:
+        return 8;
+    default:
+        return std::nullopt;
+    }
+}
+
+} // namespace Vexorel::PrismDrift::Host

@@ -1,0 +1,50 @@
+#pragma once
+
+/// Looks at the packets of a codec before they are decoded, and at what comes with its frames.
+/// Internal to the media library.
+
+#include "Host/Media/Clip.h"
+#include "Host/Media/FFmpeg.h"
+#include "Host/Media/StoredLayout.h"
+
+namespace Vexorel::PrismDrift::Host {
+
+/// Of one stream. Its functions throw Error, with the reason alone, for what the decoder would show
+/// wrong without an error, or take too much memory for.
+class PictureData {
+public:
+    PictureData(AVCodecID codec, ClipKind kind, const ClipInput& input)
+        : mCodec(codec), mKind(kind), mFile(input.file), mLimits(input.limits) {}
+
+    /// Leaves large metadata out of what the decoder is opened with.
+    void limit(AVCodecContext& context);
+
+    /// The packet to decode: this one, or one without its large metadata that is valid until the
+    /// next call.
+    const AVPacket& checked(const AVPacket& packet);
+
+    /// Leaves large metadata out of a decoded frame, but not how it lies.
+    void limit(AVFrame& frame);
+
+    /// How the frame of the last packet is to be shown.
+    StoredLayout layoutOf(const AVFrame& frame) const;
+
+private:
+    bool isPng() const { return mCodec == AV_CODEC_ID_PNG || mCodec == AV_CODEC_ID_APNG; }
+    void warn();
+
+    const AVCodecID mCodec;
+    const ClipKind mKind;
+    const std::filesystem::path mFile; // for messages
+    const ReadLimits mLimits;
+    StoredLayout mTiff; // of the last packet
+    FFmpegPtr<AVPacket> mSmaller;
+    bool mHasToWarn = false;
+    bool mHasWarned = false;
+};
+
+/// The most pixels that a byte of this codec can stand for; nothing where there is no limit, and
+/// where `PictureData` looks at it.
+std::optional<std::int64_t> mostPixelsPerByte(AVCodecID codec);
+
+} // namespace Vexorel::PrismDrift::Host
