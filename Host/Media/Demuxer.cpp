@@ -7,6 +7,7 @@
 #include <array>
 #include <cerrno>
 #include <limits>
+#include <new>
 #include <string_view>
 #include <sys/stat.h>
 #include <system_error>
@@ -170,7 +171,11 @@ std::unique_ptr<Demuxer> Demuxer::openAlone(const ClipInput& input) {
     std::error_code failure;
     const std::uintmax_t size = isPlainFile(input.file) ? fs::file_size(input.file, failure) : 0;
     const BlockLimit limit(std::max(usual, failure ? 0 : std::min(size, usual << 5) * ofFile));
-    return std::make_unique<Demuxer>(input);
+    try {
+        return std::make_unique<Demuxer>(input);
+    } catch (const std::bad_alloc&) {
+        throw Error("what it says of itself takes more memory than a file of its size can need");
+    }
 }
 
 Demuxer::Demuxer(const fs::path& file) : Demuxer(inputOf(file)) {}
