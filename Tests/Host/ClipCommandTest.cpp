@@ -198,6 +198,9 @@ TEST_F(ClipCommandTest, WhatGetsLostIsSaid) {
         EXPECT_EQ(result.status, 0) << arguments;
         EXPECT_THAT(result.errors, HasSubstr(std::string("prismdrift: warning: ") + warning));
     }
+    // Where memory isn't zero when it is new, the encoder of H.265 makes up times.
+    output("$SOURCE=s=64x64 -frames:v 1 one.png; MALLOC_PERTURB_=85 $PROGRAM $FAKE one.png one.mkv "
+           "--codec hevc");
     // A name without the format's ending.
     output("$PROGRAM $FAKE a.1.png picture --output-format png; $PROGRAM $FAKE a.1.png named.png; "
            "cmp picture named.png");
