@@ -11,6 +11,7 @@
 #include <chrono>
 #include <cstdint>
 #include <limits>
+#include <string_view>
 #ifdef __GLIBC__
 #include <malloc.h>
 #endif
@@ -85,17 +86,26 @@ void requireMemory(AEOpenglMainFrameBuffer& frameBuffer) {
     }
 }
 
+#ifdef __GLIBC__
+bool drawsInSoftware() {
+    const auto* renderer = reinterpret_cast<const char*>(glGetString(GL_RENDERER));
+    const std::string_view name = renderer != nullptr ? renderer : "";
+    return name.substr(0, 8) == "llvmpipe" || name == "softpipe";
+}
+#endif
+
 /// Gives the system back what frames have freed. Drivers that draw in software allocate pictures as
 /// aligned blocks, and a C library before glibc 2.38 often can't use the place of such a block for
 /// the next one of the same size: the process could grow by a picture with each frame. Looks only
-/// now and then, and acts only where much is free that wasn't before.
+/// now and then, and acts only where much is free that wasn't before. With other drivers the heap
+/// is the host's alone, and is left as it is.
 void returnFreedMemory(std::int64_t pixels) PRISMDRIFT_REQUIRES(AEOpenGLContextManager::mMutex) {
 #ifdef __GLIBC__
     constexpr std::size_t much = std::size_t{128} << 20;
     static std::size_t drawn = 0;  // bytes of sources since the last look
     static std::size_t before = 0; // what was free then
     drawn += static_cast<std::size_t>(pixels) * 4 * sizeof(float);
-    if (drawn < much) {
+    if (drawn < much || !drawsInSoftware()) {
         return;
     }
     drawn = 0;
