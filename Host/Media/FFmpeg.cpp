@@ -9,15 +9,33 @@
 #include <cstdio>
 #include <mutex>
 #include <new>
+#include <string_view>
 
 namespace Vexorel::PrismDrift::Host {
 namespace {
 
 thread_local std::string firstError;
+thread_local bool metadataAreDamaged = false;
+
+// What decoders log as an error of the texts beside a picture, which they then do without.
+constexpr std::array<std::string_view, 6> ofMetadata = {
+    "mjpeg: invalid TIFF header in EXIF",
+    "mjpeg: error decoding EXIF",
+    "unable to decode APP fields",
+    "invalid TIFF header in Exif",
+    "error decoding Exif",
+    "Error allocating temporary buffer"}; // of TIFF's tags
 
 void keepError(void* /*sender*/, int level, const char* format, va_list arguments) {
     if (level > AV_LOG_ERROR || !firstError.empty()) {
         return;
+    }
+    const std::string_view text = format;
+    for (const std::string_view known : ofMetadata) {
+        if (text.substr(0, known.size()) == known) {
+            metadataAreDamaged = true;
+            return;
+        }
     }
     std::array<char, 512> line{};
     std::vsnprintf(line.data(), line.size(), format, arguments);
@@ -59,10 +77,15 @@ void keepFirstLoggedError() {
     static std::once_flag once;
     std::call_once(once, [] { av_log_set_callback(&keepError); });
     firstError.clear();
+    metadataAreDamaged = false;
 }
 
 const std::string& firstLoggedError() {
     return firstError;
+}
+
+bool hasLoggedDamagedMetadata() {
+    return metadataAreDamaged;
 }
 
 std::string reasonFor(int result) {

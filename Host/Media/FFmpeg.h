@@ -77,12 +77,16 @@ private:
     AVDictionary* mEntries = nullptr;
 };
 
-/// Keeps the first error that the libraries log on this thread after the call. They log in words
-/// what their results only number. From the first call in the process on they print nothing.
+/// Keeps the first error that the libraries log on this thread after the call, but for those of
+/// metadata. They log in words what their results only number. From the first call in the process
+/// on they print nothing.
 void keepFirstLoggedError();
 
 /// That error, empty for none.
 const std::string& firstLoggedError();
+
+/// Whether they have logged that a text or the like beside a picture is damaged.
+bool hasLoggedDamagedMetadata();
 
 /// Why a call on this thread gave `result`: the error that was logged, else the number's meaning.
 std::string reasonFor(int result);

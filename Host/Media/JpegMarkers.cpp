@@ -45,6 +45,9 @@ void checkJpeg(const std::uint8_t* data, std::size_t size) {
         if (at + 3 < size) { // over the marker's data
             at += static_cast<std::size_t>(data[at + 2] << 8 | data[at + 3]) + 1;
         }
+        if (at >= size) { // where the decoder would look for markers within these data
+            throw Error("it is cut off or damaged: the data of a marker reach beyond its end");
+        }
     }
     if (isProgressive) {
         throw Error("it is cut off: its last marker is missing");
