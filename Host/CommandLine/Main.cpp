@@ -116,7 +116,7 @@ int render(Host::HostedEffect& effect, const Arguments& arguments,
     }
     Progress* shown = nullptr; // once frames are read
     Host::ClipInput input = arguments.input;
-    input.limits.warn = [&](const Host::ClipError& left) {
+    input.limits.warn = [&](const Host::Error& left) {
         if (shown != nullptr) {
             shown->warn(textWithOptions(left));
         }

@@ -15,7 +15,7 @@ struct AVFrame;
 
 namespace Vexorel::PrismDrift::Host {
 
-class ClipError;
+class Error;
 
 struct Picture {
     World world;
@@ -33,7 +33,7 @@ struct ReadLimits {
     /// Bytes of texts, profiles and the like, unpacked. What goes beyond them is left out.
     std::int64_t metadata = std::int64_t{4} << 20;
     /// Called with what was left out, while a picture is read and on the same thread.
-    std::function<void(const ClipError&)> warn = nullptr;
+    std::function<void(const Error&)> warn = nullptr;
 };
 
 /// Reads the first picture of a local file, whole: the file may be written to afterwards. A picture

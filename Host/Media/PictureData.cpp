@@ -3,7 +3,6 @@
 #include "Host/Media/ClipError.h"
 #include "Host/Media/FrameProperties.h"
 #include "Host/Media/JpegMarkers.h"
-#include "Host/Media/PngChunks.h"
 #include "Host/Media/TiffLayout.h"
 
 #include <algorithm>
@@ -17,13 +16,18 @@ void PictureData::limit(AVCodecContext& context) {
     if (!isPng() || context.extradata_size <= 0) {
         return;
     }
-    const auto kept = withoutLargeMetadata(
-        context.extradata, static_cast<std::size_t>(context.extradata_size), mLimits.metadata);
-    if (kept) {
-        std::copy(kept->begin(), kept->end(), context.extradata);
-        context.extradata_size = static_cast<int>(kept->size());
-        mHasToWarn = true;
+    const auto png = smallerPng(context.extradata, static_cast<std::size_t>(context.extradata_size),
+                                mLimits.metadata);
+    if (note(png)) {
+        std::copy(png->bytes.begin(), png->bytes.end(), context.extradata);
+        context.extradata_size = static_cast<int>(png->bytes.size());
     }
+}
+
+bool PictureData::note(const std::optional<SmallerPng>& png) {
+    mLarge.isThere |= png && png->wasLarge;
+    mDamaged.isThere |= png && png->wasDamaged;
+    return png.has_value();
 }
 
 const AVPacket& PictureData::checked(const AVPacket& packet) {
@@ -35,12 +39,11 @@ const AVPacket& PictureData::checked(const AVPacket& packet) {
         checkJpeg(packet.data, size);
     } else if (isPng()) {
         checkPng(packet.data, size);
-        if (const auto kept = withoutLargeMetadata(packet.data, size, mLimits.metadata)) {
+        if (const auto png = smallerPng(packet.data, size, mLimits.metadata); note(png)) {
             mSmaller = owned(av_packet_alloc());
-            checkResult(av_new_packet(mSmaller.get(), static_cast<int>(kept->size())));
+            checkResult(av_new_packet(mSmaller.get(), static_cast<int>(png->bytes.size())));
             checkResult(av_packet_copy_props(mSmaller.get(), &packet));
-            std::copy(kept->begin(), kept->end(), mSmaller->data);
-            mHasToWarn = true;
+            std::copy(png->bytes.begin(), png->bytes.end(), mSmaller->data);
             result = mSmaller.get();
         }
     }
@@ -61,7 +64,9 @@ void PictureData::limit(AVFrame& frame) {
     while ((entry = av_dict_get(frame.metadata, "", entry, AV_DICT_IGNORE_SUFFIX)) != nullptr) {
         bytes += static_cast<std::int64_t>(std::strlen(entry->key) + std::strlen(entry->value));
     }
+    mDamaged.isThere |= hasLoggedDamagedMetadata();
     if (bytes <= mLimits.metadata) {
+        warn();
         return;
     }
     av_dict_free(&frame.metadata);
@@ -70,7 +75,7 @@ void PictureData::limit(AVFrame& frame) {
             av_frame_remove_side_data(&frame, frame.side_data[i]->type);
         }
     }
-    mHasToWarn = true;
+    mLarge.isThere = true;
     warn();
 }
 
@@ -81,12 +86,18 @@ StoredLayout PictureData::layoutOf(const AVFrame& frame) const {
 }
 
 void PictureData::warn() {
-    if (mHasToWarn && mLimits.warn && !std::exchange(mHasWarned, true)) {
+    if (!mLimits.warn) {
+        return;
+    }
+    if (mLarge.isThere && !std::exchange(mLarge.isTold, true)) {
         constexpr std::int64_t mebibyte = 1 << 20;
         mLimits.warn(ClipError(ClipReason::BeyondLimit, {ClipSetting::MaxMetadata},
                                "of " + nameOf(mFile) + " texts or profiles beyond " +
                                    std::to_string(mLimits.metadata / mebibyte) +
                                    " MiB are left out"));
+    }
+    if (mDamaged.isThere && !std::exchange(mDamaged.isTold, true)) {
+        mLimits.warn(Error("of " + nameOf(mFile) + " damaged metadata are left out"));
     }
 }
 

@@ -5,6 +5,7 @@
 
 #include "Host/Media/Clip.h"
 #include "Host/Media/FFmpeg.h"
+#include "Host/Media/PngChunks.h"
 #include "Host/Media/StoredLayout.h"
 
 namespace Vexorel::PrismDrift::Host {
@@ -16,11 +17,11 @@ public:
     PictureData(AVCodecID codec, ClipKind kind, const ClipInput& input)
         : mCodec(codec), mKind(kind), mFile(input.file), mLimits(input.limits) {}
 
-    /// Leaves large metadata out of what the decoder is opened with.
+    /// Leaves large and damaged metadata out of what the decoder is opened with.
     void limit(AVCodecContext& context);
 
-    /// The packet to decode: this one, or one without its large metadata that is valid until the
-    /// next call.
+    /// The packet to decode: this one, or one without its large and damaged metadata that is
+    /// valid until the next call.
     const AVPacket& checked(const AVPacket& packet);
 
     /// Leaves large metadata out of a decoded frame, but not how it lies.
@@ -31,6 +32,12 @@ public:
 
 private:
     bool isPng() const { return mCodec == AV_CODEC_ID_PNG || mCodec == AV_CODEC_ID_APNG; }
+    // Metadata that were left out.
+    struct Loss {
+        bool isThere = false, isTold = false;
+    };
+
+    bool note(const std::optional<SmallerPng>& png);
     void warn();
 
     const AVCodecID mCodec;
@@ -39,8 +46,7 @@ private:
     const ReadLimits mLimits;
     StoredLayout mTiff; // of the last packet
     FFmpegPtr<AVPacket> mSmaller;
-    bool mHasToWarn = false;
-    bool mHasWarned = false;
+    Loss mLarge, mDamaged;
 };
 
 /// The most pixels that a byte of this codec can stand for; nothing where there is no limit, and

@@ -40,8 +40,9 @@ std::vector<Chunk> chunksOf(std::string_view& rest) {
     return chunks;
 }
 
-// How many bytes the packed ones stand for, or a number above `limit` as soon as it is reached.
-std::int64_t unpackedSize(std::string_view packed, std::int64_t limit) {
+// How many bytes the packed ones stand for, or a number above `limit` as soon as it is reached;
+// nothing where they are damaged.
+std::optional<std::int64_t> unpackedSize(std::string_view packed, std::int64_t limit) {
     std::array<Bytef, 16384> scratch{};
     z_stream stream = {};
     stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(packed.data()));
@@ -58,7 +59,7 @@ std::int64_t unpackedSize(std::string_view packed, std::int64_t limit) {
         size += static_cast<std::int64_t>(scratch.size() - stream.avail_out);
     }
     inflateEnd(&stream);
-    return size;
+    return result == Z_OK || result == Z_STREAM_END ? std::optional(size) : std::nullopt;
 }
 
 // What is behind the next zero byte.
@@ -67,9 +68,32 @@ std::string_view behindZero(std::string_view text) {
     return zero == std::string_view::npos ? std::string_view() : text.substr(zero + 1);
 }
 
-// The size of what a decoder would keep of a text or a profile; 0 for other chunks.
-std::int64_t metadataSize(const Chunk& chunk, std::int64_t limit) {
+// Whether a decoder shows the same pixels without the chunk.
+bool isBesidePixels(const Chunk& chunk) {
+    constexpr std::array<std::string_view, 4> needed = {"tRNS", "acTL", "fcTL", "fdAT"};
+    return chunk.type[0] >= 'a' && chunk.type[0] <= 'z' &&
+           std::find(needed.begin(), needed.end(), chunk.type) == needed.end();
+}
+
+bool isDamaged(const Chunk& chunk) {
+    const std::string_view checked = chunk.whole.substr(4, chunk.whole.size() - 8);
+    const uLong sum =
+        crc32(0, reinterpret_cast<const Bytef*>(checked.data()), static_cast<uInt>(checked.size()));
+    constexpr std::size_t longestName = 79;
+    const std::size_t name = chunk.data.find('\0');
+    const bool isNoProfile =
+        chunk.type == "iCCP" &&
+        (name > longestName || chunk.data.substr(name, 2).size() < 2 || chunk.data[name + 1] != 0);
+    return isNoProfile || sum != number(chunk.whole.substr(chunk.whole.size() - 4));
+}
+
+// The size of what a decoder would keep of a text or a profile; 0 for other chunks, nothing for
+// what is damaged and beside the pixels.
+std::optional<std::int64_t> metadataSize(const Chunk& chunk, std::int64_t limit) {
     std::string_view packed;
+    if (isBesidePixels(chunk) && isDamaged(chunk)) {
+        return std::nullopt;
+    }
     if (chunk.type == "zTXt" || chunk.type == "iCCP") {
         packed = behindZero(chunk.data);
         packed.remove_prefix(std::min<std::size_t>(1, packed.size())); // the method
@@ -83,7 +107,8 @@ std::int64_t metadataSize(const Chunk& chunk, std::int64_t limit) {
         return 0;
     }
     const auto stored = static_cast<std::int64_t>(chunk.data.size() - packed.size());
-    return stored + (packed.empty() ? 0 : unpackedSize(packed, limit));
+    const auto unpacked = packed.empty() ? 0 : unpackedSize(packed, limit);
+    return unpacked ? std::optional(stored + *unpacked) : std::nullopt;
 }
 
 struct Header {
@@ -106,31 +131,33 @@ Header headerFrom(std::string_view data) {
 
 } // namespace
 
-std::optional<std::vector<std::uint8_t>>
-withoutLargeMetadata(const std::uint8_t* data, std::size_t size, std::int64_t limit) {
+std::optional<SmallerPng> smallerPng(const std::uint8_t* data, std::size_t size,
+                                     std::int64_t limit) {
     const std::string_view all(reinterpret_cast<const char*>(data), size);
     std::string_view rest = all;
     const std::vector<Chunk> chunks = chunksOf(rest);
     std::string kept;
     std::int64_t left = limit;
-    bool hasDropped = false;
+    SmallerPng png;
     for (const Chunk& chunk : chunks) {
-        const std::int64_t taken = metadataSize(chunk, left);
-        if (taken > left) {
-            if (!hasDropped) {
-                kept = all.substr(0, static_cast<std::size_t>(chunk.whole.data() - all.data()));
-            }
-            hasDropped = true;
+        const auto taken = metadataSize(chunk, left);
+        const bool hasDropped = png.wasLarge || png.wasDamaged;
+        if (taken && *taken <= left) {
+            left -= *taken;
+            kept += hasDropped ? chunk.whole : std::string_view();
             continue;
         }
-        left -= taken;
-        kept += hasDropped ? chunk.whole : std::string_view();
+        if (!hasDropped) {
+            kept = all.substr(0, static_cast<std::size_t>(chunk.whole.data() - all.data()));
+        }
+        (taken ? png.wasLarge : png.wasDamaged) = true;
     }
-    if (!hasDropped) {
+    if (!png.wasLarge && !png.wasDamaged) {
         return std::nullopt;
     }
     kept += rest;
-    return std::vector<std::uint8_t>(kept.begin(), kept.end());
+    png.bytes.assign(kept.begin(), kept.end());
+    return png;
 }
 
 void checkPng(const std::uint8_t* data, std::size_t size) {

@@ -10,10 +10,16 @@
 
 namespace Vexorel::PrismDrift::Host {
 
-/// The chunks of a PNG or APNG, or of a part of one, without those texts and profiles that go
-/// beyond `limit` bytes, unpacked and counted together; nothing if all may stay.
-std::optional<std::vector<std::uint8_t>> withoutLargeMetadata(const std::uint8_t* data,
-                                                              std::size_t size, std::int64_t limit);
+/// The chunks of a PNG or APNG, or of a part of one, that may stay.
+struct SmallerPng {
+    std::vector<std::uint8_t> bytes;
+    bool wasLarge = false, wasDamaged = false;
+};
+
+/// Leaves out damaged chunks that the pixels don't need, and those texts and profiles that go
+/// beyond `limit` bytes, unpacked and counted together. Nothing if all may stay.
+std::optional<SmallerPng> smallerPng(const std::uint8_t* data, std::size_t size,
+                                     std::int64_t limit);
 
 /// Throws Error, with the reason alone, where the packed pixels are fewer than the picture's size
 /// takes, and for a palette or an order of the rows that the decoder makes up. A part of a file

@@ -163,7 +163,7 @@ TEST_F(PictureTest, LimitsHoldBeforeAnythingIsUnpacked) {
     writePicture(path("a.png"), picture);
     std::vector<std::string> warnings;
     ReadLimits limits;
-    limits.warn = [&](const ClipError& error) { warnings.emplace_back(error.what()); };
+    limits.warn = [&](const Error& error) { warnings.emplace_back(error.what()); };
     for (const auto& [bytes, isKept] : {std::pair(199, false), {300, true}}) {
         limits.metadata = bytes;
         const Picture read = readPicture(path("a.png"), limits);
@@ -178,6 +178,68 @@ TEST_F(PictureTest, LimitsHoldBeforeAnythingIsUnpacked) {
         << std::string("\0\0\x3e\x80\0\0\x3e\x80", 8); // 16000x16000
     EXPECT_THAT(errorOf([&] { readPicture(path("a.png")); }),
                 HasSubstr("bytes cannot hold 16000x16000 pixels"));
+}
+
+TEST_F(PictureTest, DamagedMetadataAreLeftOutAndDamagedPixelsRefused) {
+    const std::string junk = "Exif\0\0junk junk"s;
+    const std::string cut = "Exif\0\0II*\0\x08\0\0\0\x09\0"s;
+    const std::string profile = "\0\0\0\x06iCCPa\0\0abc"s;
+    const std::string badSum = "abcd";
+    const struct {
+        const char* name;
+        std::size_t place;    // 0: at the end
+        std::string inserted; // JPEG's with the marker alone
+    } cases[] = {
+        {"junk.jpg", 2, "\xff\xe1" + junk},
+        {"cut.jpg", 2, "\xff\xe1" + cut},
+        {"short.jpg", 2,
+         "\xff\xe3"
+         "ab"},
+        {"text.png", 33, "\0\0\0\x03tEXta\0b"s + badSum},
+        {"gamma.png", 33, "\0\0\0\x04gAMAabcd"s + badSum},
+        {"profile.png", 33, profile + "\xa4\x6d\x10\x98"},
+        {"junk.webp", 0, "EXIF\x04\0\0\0junk"s},
+    };
+    ReadLimits limits;
+    int warnings = 0;
+    limits.warn = [&](const Error& error) {
+        EXPECT_THAT(error.what(), HasSubstr("damaged metadata are left out"));
+        ++warnings;
+    };
+    const Picture picture{noise(40, 30, false), {}};
+    writePicture(path("in.png"), picture);
+    shell("convert in.png a.tif; "
+          "LC_ALL=C sed -i 's/\\x29\\x01\\x03/\\x29\\x01\\x01/' a.tif");
+    EXPECT_EQ(difference(readPicture(path("a.tif"), limits).world, picture.world).second, 0);
+    EXPECT_EQ(warnings, 1);
+    for (const auto& [name, place, inserted] : cases) {
+        const std::string ending = fs::path(name).extension();
+        writePicture(path("fine" + ending), picture);
+        std::ostringstream text;
+        text << std::ifstream(path("fine" + ending), std::ios::binary).rdbuf();
+        std::string bytes = text.str();
+        std::string part = inserted;
+        if (ending == ".jpg") {
+            part.insert(2, {'\0', static_cast<char>(part.size())});
+        }
+        bytes.insert(place > 0 ? place : bytes.size(), part);
+        if (ending == ".webp") {
+            bytes[4] = static_cast<char>(bytes.size() - 8);
+            bytes[5] = static_cast<char>((bytes.size() - 8) >> 8);
+        }
+        std::ofstream(path(name), std::ios::binary) << bytes;
+        warnings = 0;
+        const World expected = readPicture(path("fine" + ending)).world;
+        EXPECT_EQ(errorOf([&, file = path(name)] {
+                      EXPECT_EQ(difference(readPicture(file, limits).world, expected).second, 0);
+                  }),
+                  "")
+            << name;
+        EXPECT_EQ(warnings, 1) << name;
+        bytes.resize(bytes.size() - 900);
+        std::ofstream(path(name), std::ios::binary) << bytes;
+        EXPECT_NE(errorOf([&, file = path(name)] { readPicture(file, limits); }), "") << name;
+    }
 }
 
 TEST_F(PictureTest, ATiffIsReadRightOrRefusedByName) {

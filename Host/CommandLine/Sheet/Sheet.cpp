@@ -237,9 +237,7 @@ void makeSheet(Host::HostedEffect& effect, const std::vector<ParameterOption>& o
 
     Host::ClipInput input = common.input;
     std::vector<std::string> warnings;
-    input.limits.warn = [&](const Host::ClipError& left) {
-        warnings.push_back(textWithOptions(left));
-    };
+    input.limits.warn = [&](const Host::Error& left) { warnings.push_back(textWithOptions(left)); };
     const Frame frame = readFrame(input, cells);
     const std::string chosen =
         ChosenDistance(options, arguments, variations).apply(frame, common.downsample, cells);
