@@ -71,8 +71,10 @@ void requireRenderable(std::int32_t width, std::int32_t height) {
 }
 
 /// Rows lie below each other. Beyond shorter ones, or rows that go upwards, lies other memory.
+/// Where there is no pixel to touch, any length will do.
 void requireRows(const PF_LayerDef& world, std::int32_t columns) {
-    if (world.rowbytes < columns * std::int64_t{sizeof(PF_Pixel8)}) {
+    if (world.height > 0 && columns > 0 &&
+        world.rowbytes < columns * std::int64_t{sizeof(PF_Pixel8)}) {
         throw int{PF_Err_BAD_CALLBACK_PARAM};
     }
 }

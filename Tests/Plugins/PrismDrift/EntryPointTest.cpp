@@ -208,6 +208,11 @@ TEST_P(EntryPoint, RefusesFramesBeyondTheLimits) {
         PF_LayerDef input{pixels.layer()->data, rowBytes, 16, 16};
         expectRefusal(&input);
         expectRefusal(pixels.layer(), rowBytes);
+        for (const auto& [width, height] :
+             {std::pair(0, 16), std::pair(16, 0), std::pair(-1, 16)}) {
+            PF_LayerDef nothing{nullptr, rowBytes, width, height};
+            EXPECT_EQ(host.command(PF_Cmd_RENDER, pixels.layer(), &nothing), 0);
+        }
     }
     expectSoundFrame();
 }
