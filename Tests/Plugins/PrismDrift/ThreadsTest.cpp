@@ -14,6 +14,7 @@
 #include <EGL/egl.h>
 #include <chrono>
 #include <future>
+#include <gmock/gmock.h>
 #include <malloc.h>
 #include <pthread.h>
 #include <thread>
@@ -148,7 +149,11 @@ TEST_F(Threads, KeepNothingOfALargeFrameAfterASmallOne) {
     const double before = allocated();
     for (int i = 0; i < 3; ++i) {
         World8 large(1500, 1000);
-        EXPECT_EQ(host.render(large, large), 0);
+        // No step may begin beside another, even where it happened to keep nothing.
+        EXPECT_THAT(GLWatch::callsDuring([&] { EXPECT_EQ(host.render(large, large), 0); },
+                                         "Finish TexSubImage2D DrawArrays BlitFramebuffer"),
+                    ::testing::MatchesRegex("Finish.*TexSubImage2D.*Finish.*DrawArrays.*Finish.*"
+                                            "BlitFramebuffer.*Finish.*DrawArrays.*"));
     }
     expectSoundFrame();
     EXPECT_LT(allocated() - before, 4.0) << "MiB; the source alone had 23";
