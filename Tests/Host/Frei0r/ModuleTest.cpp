@@ -289,6 +289,18 @@ TEST(Frei0rModuleDeathTest, LoadsNoDriverBeforeAFrame) {
     expectInOwnProcess(work, "");
 }
 
+/// The driver's threads would go on in code that is gone.
+TEST(Frei0rModuleDeathTest, StaysInMemoryAndSoDoesThePlugin) {
+    const auto work = [] {
+        const auto stays = [](const char* file) {
+            const bool isLoaded = Module(file).handle != nullptr;
+            return isLoaded && dlopen(file, RTLD_LAZY | RTLD_NOLOAD) != nullptr;
+        };
+        return stays(FREI0R_MODULE) && stays(PRISMDRIFT_PLUGIN);
+    };
+    expectInOwnProcess(work, "");
+}
+
 TEST(Frei0rModuleDeathTest, PassesFramesThroughWithoutADriver) {
     const auto work = [] {
         setenv("__EGL_VENDOR_LIBRARY_FILENAMES", "/dev/null", 1);
