@@ -43,6 +43,7 @@ void install(void (*handler)(int), int flags) {
 } // namespace
 
 FirstSignalKept::FirstSignalKept() {
+    received = 0;
     sem_init(&wakeUp, 0, 0);
     install(&handle, SA_RESTART | SA_NODEFER);
 }
