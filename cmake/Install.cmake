@@ -33,7 +33,7 @@ install(DIRECTORY Presets/
         PATTERN "*.json")
 
 # With the folders that the pages' links lead to.
-install(FILES README.md CONTRIBUTING.md DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/prismdrift")
+install(FILES README.md CONTRIBUTING.md SECURITY.md DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/prismdrift")
 install(DIRECTORY Documentation
         DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/prismdrift"
         FILES_MATCHING
