@@ -99,7 +99,7 @@ Outcome run(const char* script) {
         duk_safe_call(engine.get(), describe, nullptr, 1, 1);
     }
     outcome.text = textOnTop(engine.get());
-    if (outcome.failed && outcome.text.empty()) {
+    if (outcome.failed && *outcome.text.c_str() == '\0') { // its readers stop at a zero
         outcome.text = "the script failed and did not say why";
     }
     return outcome;

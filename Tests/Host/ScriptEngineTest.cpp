@@ -56,6 +56,7 @@ TEST(ScriptEngine, GivesTheValueAsTextOrWhatWentWrongAndWhere) {
         {"\n\nlens", "ReferenceError: identifier 'lens' undefined (line 3)"},
         {"throw 'plain'", "plain"},
         {"throw ''", "the script failed and did not say why"},
+        {"throw '\\u0000hidden'", "the script failed and did not say why"},
         {"throw {toString: function () { throw new Error('inner') }}", "Error: inner"},
         {"({toString: function () { throw new Error('deep') }})", "Error: deep (line 1)"},
         {"'\xFF'", "SyntaxError: source decode failed (line 0)"},
