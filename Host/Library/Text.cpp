@@ -119,7 +119,10 @@ std::string printable(std::string_view text) {
 std::string printableLines(std::string_view text) {
     std::string result;
     for (const std::string_view line : split(text, '\n')) {
-        result += (line.data() == text.data() ? "" : "\n") + printable(line);
+        if (line.data() != text.data()) {
+            result += '\n';
+        }
+        result += printable(line);
     }
     return result;
 }
