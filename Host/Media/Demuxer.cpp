@@ -24,15 +24,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Opens the file itself, and none that it refers to.
-int openOnlyTheFile(AVFormatContext* context, AVIOContext** io, const char* url, int flags,
-                    AVDictionary** options) {
-    const auto& allowed = *static_cast<const std::string*>(context->opaque);
-    if (allowed != url) {
-        av_log(context, AV_LOG_ERROR, "it refers to another file, '%s'", url);
-        return AVERROR(EACCES);
-    }
-    return avio_open2(io, url, flags, &context->interrupt_callback, options);
+int openNoOther(AVFormatContext* context, AVIOContext** /*io*/, const char* url, int /*flags*/,
+                AVDictionary** /*options*/) {
+    av_log(context, AV_LOG_ERROR, "it refers to another file, '%s'", url);
+    return AVERROR(EACCES);
 }
 
 // Whether the format is that of a single picture, or of one after the other.
@@ -61,18 +56,6 @@ std::array<FormatOption, 3> formatOptions(const ClipInput& input) {
     return {{{"video_size", input.videoSize, ClipSetting::VideoSize, "video size"},
              {"pixel_format", input.pixelFormat, ClipSetting::InputPixelFormat, "pixel format"},
              {"framerate", input.frameRate, ClipSetting::FrameRate, "frame rate"}}};
-}
-
-// Whether the last byte of a file that can be gone back in is GIF's own, but for zeros behind it.
-bool endsAsGif(AVIOContext* file) {
-    std::int64_t place = file != nullptr && file->seekable != 0 ? avio_size(file) : 0;
-    constexpr int trailer = ';';
-    int last = place > 0 ? 0 : trailer;
-    while (last == 0 && place > 0) {
-        avio_seek(file, --place, SEEK_SET);
-        last = avio_r8(file);
-    }
-    return last == trailer;
 }
 
 // The largest block that FFmpeg allots while this lives.
@@ -112,29 +95,39 @@ bool isStillPicture(const fs::path& file) {
     try {
         const auto demuxer = Demuxer::openAlone(inputOf(file));
         return isStillFormat(*demuxer->context().iformat);
+    } catch (const InputFailure&) {
+        rethrowWithPrefix(cannotRead(file));
     } catch (const Error&) {
         return false;
     }
 }
 
-Demuxer::Demuxer(const ClipInput& input)
-    : mUrl(input.file == "-" ? "pipe:0" : "file:" + fs::absolute(input.file).string()),
-      mMostPixels(input.limits.pixels) {
+Demuxer::Demuxer(const ClipInput& input) : mMostPixels(input.limits.pixels) {
     keepFirstLoggedError();
     if (input.file != "-") {
         checkReadable(input.file);
     }
+    mFile.emplace(input.file, input.limits.isStopped);
+    try {
+        open(input);
+    } catch (const Error&) {
+        mFile->check();
+        throw;
+    }
+    mFile->check();
+    mEarlyMessage = firstLoggedError();
+}
+
+void Demuxer::open(const ClipInput& input) {
     const AVInputFormat* wanted =
         input.format.empty() ? nullptr : av_find_input_format(input.format.c_str());
     // FFmpeg frees the context if it can't open the file.
     AVFormatContext* context = owned(avformat_alloc_context()).release();
-    context->opaque = &mUrl;
-    context->io_open = &openOnlyTheFile;
-    context->interrupt_callback = {
-        [](void* stopped) { return static_cast<std::atomic<bool>*>(stopped)->load() ? 1 : 0; },
-        &mIsStopped};
+    context->pb = &mFile->context();
+    context->flags |= AVFMT_FLAG_CUSTOM_IO;
+    context->io_open = &openNoOther;
     Dictionary options;
-    options.set("protocol_whitelist", "file,pipe");
+    options.set("protocol_whitelist", "none");
     options.set("format_whitelist", formatWhitelist());
     options.set("codec_whitelist", probedCodecs());
     options.set("pattern_type", "none"); // '%' and '*' are plain characters
@@ -143,7 +136,8 @@ Demuxer::Demuxer(const ClipInput& input)
             options.set(option.name, option.value);
         }
     }
-    const int result = avformat_open_input(&context, mUrl.c_str(), wanted, options.pointer());
+    const std::string name = fs::absolute(input.file).string(); // its ending tells of the format
+    const int result = avformat_open_input(&context, name.c_str(), wanted, options.pointer());
     if (result == AVERROR_INVALIDDATA) {
         throw Error(input.format.empty()
                         ? "it is no picture or video of a known format"
@@ -199,10 +193,13 @@ void Demuxer::findStreams() {
     }
     const int result = avformat_find_stream_info(mFormat.get(), options.data());
     std::for_each(options.begin(), options.end(), [](auto& option) { av_dict_free(&option); });
-    checkResult(result);
+    check(result);
     // It may have read as far as where a short file is damaged.
-    if (!mayStartBroken() && !isStill) {
-        mEarlyMessage = firstLoggedError().rfind("Codec (", 0) == 0 ? "" : firstLoggedError();
+    if (mEarlyMessage.empty() && firstLoggedError().rfind("Codec (", 0) != 0) {
+        mEarlyMessage = firstLoggedError();
+    }
+    if (mayStartBroken() || isStill) {
+        mEarlyMessage.clear();
     }
 }
 
@@ -234,6 +231,7 @@ bool Demuxer::mayStartBroken() const {
 
 bool Demuxer::read(AVPacket& packet) {
     const int result = av_read_frame(mFormat.get(), &packet);
+    mFile->check();
     if (result == AVERROR_EOF) {
         mEndError = reasonOfEnd();
         return false;
@@ -243,15 +241,18 @@ bool Demuxer::read(AVPacket& packet) {
     return true;
 }
 
+// A format may do without what a failed call should have given.
+void Demuxer::check(int result) const {
+    mFile->check();
+    checkResult(result);
+}
+
 std::string Demuxer::reasonOfEnd() const {
     const std::string& reason = firstLoggedError().empty() ? mEarlyMessage : firstLoggedError();
     if (!reason.empty()) {
         return "the file is cut off or damaged (" + reason + ")";
     }
-    if (mFormat->pb != nullptr && mFormat->pb->error < 0) {
-        return reasonFor(mFormat->pb->error);
-    }
-    if (std::string_view(mFormat->iformat->name) == "gif" && !endsAsGif(mFormat->pb)) {
+    if (std::string_view(mFormat->iformat->name) == "gif" && mFile->lastByte() != ';') {
         return "it is cut off";
     }
     const bool isFrames = std::string_view(mFormat->iformat->name) == "yuv4mpegpipe";

@@ -5,11 +5,12 @@
 
 #include "Host/Media/Clip.h"
 #include "Host/Media/FFmpeg.h"
+#include "Host/Media/InputFile.h"
 
-#include <atomic>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace Vexorel::PrismDrift::Host {
@@ -20,7 +21,8 @@ void checkReadable(const std::filesystem::path& file);
 /// Whether it is a file whose bytes can be read more than once. Standard input, "-", is not.
 bool isPlainFile(const std::filesystem::path& file);
 
-/// Whether FFmpeg takes the file for a single picture. False where it can't tell.
+/// Whether FFmpeg takes the file for a single picture. False where it can't tell. Throws Error,
+/// which names the file, where the file can't be read.
 bool isStillPicture(const std::filesystem::path& file);
 
 /// Its functions throw Error with the reason alone.
@@ -55,19 +57,18 @@ public:
     /// file that is cut off or damaged for one that has ended. Empty for the real one.
     const std::string& endError() const { return mEndError; }
 
-    /// Ends a wait for a pipe at the next signal, with an error. From any thread.
-    void stop() { mIsStopped = true; }
-
 private:
     std::string reasonOfEnd() const;
 
-    std::string mUrl;
+    void open(const ClipInput& input);
+    void check(int result) const;
+
     std::int64_t mMostPixels;
-    std::atomic<bool> mIsStopped = false;
+    std::optional<InputFile> mFile;
     FFmpegPtr<AVFormatContext> mFormat;
     bool mHasFoundStreams = false;
     std::int64_t mPlace = 0;   // in the file, after the last packet
-    std::string mEarlyMessage; // the first error that was logged by findStreams
+    std::string mEarlyMessage; // the first error that was logged before a packet was read
     std::string mEndError;
 };
 

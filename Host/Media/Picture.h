@@ -4,6 +4,7 @@
 
 #include "Host/Library/World.h"
 
+#include <atomic>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -32,6 +33,9 @@ struct ReadLimits {
     std::int64_t pixels = std::int64_t{16384} * 16384; ///< more are an error
     /// Bytes of texts, profiles and the like, unpacked. What goes beyond them is left out.
     std::int64_t metadata = std::int64_t{4} << 20;
+    /// Once it is set, from any thread, a wait for a pipe gives up as soon as a signal ends it.
+    /// Null for none.
+    const std::atomic<bool>* isStopped = nullptr;
     /// Called with what was left out, while a picture is read and on the same thread.
     std::function<void(const Error&)> warn = nullptr;
 };

@@ -26,8 +26,9 @@ std::optional<std::int64_t> chosenBelow(const FrameNumbers& frames, std::int64_t
 } // namespace
 
 VideoReader::VideoReader(const ClipInput& input) : mInput(input) {
+    mInput.limits.isStopped = &mIsStopped;
     try {
-        mDemuxer = Demuxer::openAlone(input);
+        mDemuxer = Demuxer::openAlone(mInput);
         openStream();
         describe();
     } catch (const std::exception&) {

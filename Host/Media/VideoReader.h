@@ -21,7 +21,7 @@ public:
     std::optional<ClipItem> next() override;
     std::optional<std::int64_t> frameCount() override;
     std::int64_t frameAt(double seconds) override;
-    void stop() override { mDemuxer->stop(); }
+    void stop() override { mIsStopped = true; }
 
 private:
     void openStream();
@@ -34,6 +34,7 @@ private:
 
     AVStream& stream() { return *mDemuxer->context().streams[mProperties.videoStream]; }
 
+    std::atomic<bool> mIsStopped = false;
     ClipInput mInput;
     ClipProperties mProperties;
     std::unique_ptr<Demuxer> mDemuxer;
