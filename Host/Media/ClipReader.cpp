@@ -91,6 +91,7 @@ public:
             throw Error(cannotRead(input.file) + "there is no file of such a name, '" +
                         mPattern.file(1).string() + "' for one");
         }
+        mInput.limits.isStopped = &mIsStopped; // a file of its may be a named pipe
         setFrameRate(mProperties, input);
         mProperties.kind = ClipKind::Sequence;
         mProperties.expected = countChosen();
@@ -115,6 +116,8 @@ public:
     std::int64_t frameAt(double seconds) override {
         return nearestFrame(seconds, mProperties.frameRate);
     }
+
+    void stop() override { mIsStopped = true; }
 
 private:
     bool exists(std::int64_t number) const {
@@ -180,6 +183,7 @@ private:
         return count;
     }
 
+    std::atomic<bool> mIsStopped = false;
     ClipInput mInput;
     SequencePattern mPattern;
     std::vector<std::int64_t> mNumbers;
