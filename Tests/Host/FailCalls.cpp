@@ -1,12 +1,13 @@
 // Preloaded into a program, this makes calls of one kind fail. In the environment
-//   FAIL_CALLS   is the kind: memory, new, open, read, write, seek, sync, close, link, rename,
-//                nameless, the opening of a file without a name, or lost, a write that succeeds
-//                and writes nothing;
+//   FAIL_CALLS   is the kind: memory, new, open, read, write, seek, find, sync, close, link,
+//                rename, nameless, the opening of a file without a name, or lost, a write that
+//                succeeds and writes nothing;
 //   FAIL_AT      the number of the call that fails, from 1; of all of them where it is missing;
 //   FAIL_COUNT   a file that gets the number of calls there were when the program ends;
 //   FAIL_TRACE   anything, for the stack of the call that fails on standard error.
 // Of memory, the allocations of FFmpeg's libraries count; of new, those in the program's own code;
-// of seek, those in files that are written. Of a crash it says which library it is in.
+// of find, seeks in files that are only read, and of seek those in others. Of a crash it says which
+// library it is in.
 
 #include <array>
 #include <atomic>
@@ -134,7 +135,7 @@ bool fails(const char* name, int error) {
 }
 
 bool failsToSeek(int file) {
-    return (fcntl(file, F_GETFL) & O_ACCMODE) != O_RDONLY && fails("seek", EIO);
+    return fails((fcntl(file, F_GETFL) & O_ACCMODE) != O_RDONLY ? "seek" : "find", EIO);
 }
 
 bool failsToOpen(int flags) {
