@@ -233,7 +233,13 @@ TEST_F(ClipCommandTest, AnInterruptedRunEndsWithWhatIsDone) {
     interrupted("INT", "out.%04d.png");
     EXPECT_GT(files().size(), 1);
     output("for f in out.*; do ffmpeg -v error -xerror -nostdin -i $f -f null - || exit; done");
-    // Waiting for a pipe that nothing comes from.
+    // Waiting for a pipe that nobody writes to, and for one that nothing comes from.
+    makeSequence(1, 1);
+    EXPECT_EQ(
+        run("mkfifo in.0002.png; set -m; timeout -s KILL 9 $PROGRAM $FAKE in.%04d.png s.%d.png & "
+            "sleep 1; kill -INT $!; wait $!; echo $?")
+            .output,
+        "130\n");
     EXPECT_EQ(run("(ffmpeg -v quiet -nostdin -i in.mp4 -f yuv4mpegpipe - | head -c 500000; sleep "
                   "30) | { set -m; $PROGRAM - pipe.mp4 & sleep 2; kill -INT $!; wait $!; echo $?; "
                   "pkill -P $$ sleep; }")

@@ -99,6 +99,7 @@ const Refusal fileRefusals[] = {
     {"lost.mkv o.mkv", 1, "cannot read 'lost.mkv': frame [0-9]+: "},
     {"cut.y4m o.mkv", 1, "cannot read 'cut.y4m': frame 3: it is cut off"},
     {"cut.gif o.mkv", 1, "cannot read 'cut.gif': frame [0-9]+: it is cut off"},
+    {"- o.mkv <cut.gif", 1, "cannot read standard input: frame [0-9]+: it is cut off"},
     {"cut.mp4 o.mkv", 1, "cannot read 'cut.mp4': it is no picture or video of a known format"},
     {"sound.mp4 o.mkv", 1, "cannot read 'sound.mp4': there is no picture in it"},
     {"empty.mp4 o.mkv", 1, "cannot read 'empty.mp4': the file is empty"},
