@@ -26,10 +26,7 @@ std::shared_ptr<const AVFrame> propertiesOf(const AVFrame& frame) {
 
 Orientation orientationOf(const AVFrame& frame) {
     const AVFrameSideData* matrix = av_frame_get_side_data(&frame, AV_FRAME_DATA_DISPLAYMATRIX);
-    constexpr std::size_t size = 9 * sizeof(std::int32_t);
-    return Orientation::of(matrix != nullptr && matrix->size >= size
-                               ? reinterpret_cast<const std::int32_t*>(matrix->data)
-                               : nullptr);
+    return matrix != nullptr ? Orientation::of(matrix->data, matrix->size) : Orientation();
 }
 
 std::vector<std::uint8_t> profileOf(const AVFrame& frame) {

@@ -1,5 +1,7 @@
 #include "Host/Media/Orientation.h"
 
+#include <array>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
@@ -7,14 +9,16 @@ namespace Vexorel::PrismDrift::Host {
 
 // The matrix's rows are (a, b, u), (c, d, v), (x, y, w): a point (p, q) is shown at
 // (a p + c q + x, b p + d q + y).
-Orientation Orientation::of(const std::int32_t* displayMatrix) {
-    if (displayMatrix == nullptr) {
+Orientation Orientation::of(const void* displayMatrix, std::size_t size) {
+    std::array<std::int32_t, 9> matrix{};
+    if (displayMatrix == nullptr || size < sizeof matrix) {
         return {};
     }
-    const std::int64_t a = displayMatrix[0];
-    const std::int64_t b = displayMatrix[1];
-    const std::int64_t c = displayMatrix[3];
-    const std::int64_t d = displayMatrix[4];
+    std::memcpy(matrix.data(), displayMatrix, sizeof matrix);
+    const std::int64_t a = matrix[0];
+    const std::int64_t b = matrix[1];
+    const std::int64_t c = matrix[3];
+    const std::int64_t d = matrix[4];
     if (std::abs(a) + std::abs(d) >= std::abs(b) + std::abs(c)) {
         return {false, a < 0, d < 0};
     }

@@ -4,7 +4,7 @@
 
 #include "Host/Library/World.h"
 
-#include <cstdint>
+#include <cstddef>
 
 namespace Vexorel::PrismDrift::Host {
 
@@ -15,8 +15,9 @@ struct Orientation {
     bool mirroredX = false; ///< left and right change places
     bool mirroredY = false; ///< top and bottom change places
 
-    /// From FFmpeg's display matrix, nine numbers; by the nearest quarter turn. Null is upright.
-    static Orientation of(const std::int32_t* displayMatrix);
+    /// From FFmpeg's display matrix, nine numbers of 32 bits; by the nearest quarter turn. None, or
+    /// fewer bytes, are upright.
+    static Orientation of(const void* displayMatrix, std::size_t size);
 
     bool upright() const { return !swapped && !mirroredX && !mirroredY; }
 };

@@ -40,8 +40,9 @@ void VideoReader::openStream() {
     mDemuxer->findStreams();
     mProperties.videoStream = mDemuxer->pictureStream().index;
     mDecoder.emplace(stream(), ClipKind::Video, mInput, mDemuxer->mayStartBroken());
-    const void* matrix = av_stream_get_side_data(&stream(), AV_PKT_DATA_DISPLAYMATRIX, nullptr);
-    mOrientation = Orientation::of(static_cast<const std::int32_t*>(matrix));
+    std::size_t size = 0;
+    const void* matrix = av_stream_get_side_data(&stream(), AV_PKT_DATA_DISPLAYMATRIX, &size);
+    mOrientation = Orientation::of(matrix, size);
     const std::int64_t start = mDemuxer->context().start_time;
     if (start != AV_NOPTS_VALUE) {
         mStart = av_rescale_q(start, microseconds, stream().time_base);
@@ -122,7 +123,11 @@ std::optional<ClipItem> VideoReader::frameItem(AVFrame& frame) {
     }
     item.time = frame.best_effort_timestamp == AV_NOPTS_VALUE
                     ? mEndOfLast
-                    : frame.best_effort_timestamp - mStart;
+                    : av_sat_sub64(frame.best_effort_timestamp, mStart);
+    constexpr std::int64_t latest = std::int64_t{1} << 60; // so that sums of times are in range
+    if (item.time < -latest || item.time > latest || item.duration > latest) {
+        throw Error("its times are damaged");
+    }
     mEndOfLast = item.time + item.duration;
     const bool isChosen = mInput.frames.contains(mIndex);
     if (isChosen) {
