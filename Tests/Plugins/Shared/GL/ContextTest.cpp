@@ -161,6 +161,7 @@ TEST_F(Manager, GivesEachThreadItsContext) {
     EXPECT_EQ(M::getCurrentRenderContext(), own);
     EXPECT_TRUE(shared->isCurrent()); // an old one is not made current
     const AEOpenGLContext* others = nullptr;
+    std::uint64_t lastNumber = 0;
     for (const int id : {firstId + 1, firstId + 2}) { // the second takes over from the first
         std::thread([&] {
             const auto told = GLWatch::messages();
@@ -169,6 +170,7 @@ TEST_F(Manager, GivesEachThreadItsContext) {
             EXPECT_TRUE(others == nullptr || given == others);
             EXPECT_THAT(contexts(), ElementsAre(Key(firstId), Key(id)));
             others = given;
+            lastNumber = given->mNSContext->number();
         }).join();
         EXPECT_THAT(contexts(), ElementsAre(Pair(firstId, own)));
     }
@@ -177,7 +179,9 @@ TEST_F(Manager, GivesEachThreadItsContext) {
     EXPECT_THAT(contexts(), ElementsAre(Pair(firstId, nullptr)));
     M::releaseContextManager(); // skips the null
     M::setupContextManager();
-    EXPECT_NE(M::getCurrentRenderContext(), nullptr);
+    const AEOpenGLContext* renewed = M::getCurrentRenderContext();
+    ASSERT_NE(renewed, nullptr);
+    EXPECT_GT(renewed->mNSContext->number(), lastNumber); // not one from before
     EXPECT_THAT(contexts(), ElementsAre(Key(firstId)));
     EXPECT_EQ(M::mContextCount, firstId + 3);
 }
