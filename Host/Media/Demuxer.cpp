@@ -195,7 +195,7 @@ void Demuxer::findStreams() {
     std::for_each(options.begin(), options.end(), [](auto& option) { av_dict_free(&option); });
     check(result);
     // It may have read as far as where a short file is damaged.
-    if (mEarlyMessage.empty() && firstLoggedError().rfind("Codec (", 0) != 0) {
+    if (mEarlyMessage.empty()) {
         mEarlyMessage = firstLoggedError();
     }
     if (mayStartBroken() || isStill) {

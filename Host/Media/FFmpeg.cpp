@@ -31,6 +31,10 @@ void keepError(void* /*sender*/, int level, const char* format, va_list argument
         return;
     }
     const std::string_view text = format;
+    constexpr std::string_view notAllowed = "Codec (%s) not on whitelist"; // as it was told
+    if (text.substr(0, notAllowed.size()) == notAllowed) {
+        return;
+    }
     for (const std::string_view known : ofMetadata) {
         if (text.substr(0, known.size()) == known) {
             metadataAreDamaged = true;

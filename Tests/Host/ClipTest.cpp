@@ -402,13 +402,16 @@ TEST_F(ClipTest, ARecordingMayBeginInTheMiddleButMayNotBeDamaged) {
            "-level 3 -slicecrc 1 crc.mkv -c:v libx264 whole.mkv -pix_fmt yuv420p whole.y4m");
     shell("tail -c 30000 in.ts >tail.ts; for i in in.mov crc.mkv; do printf '%0200d' 0 | dd of=$i "
           "bs=1 seek=90000 conv=notrunc status=none; done; head -c 20000 whole.mkv >cut.mkv; "
-          "head -c 100000 whole.y4m >cut.y4m");
+          "head -c 100000 whole.y4m >cut.y4m; ffmpeg -v error -nostdin -i in.mov -frames:v 1 c.png; "
+          "ffmpeg -v error -nostdin -i whole.mkv -attach c.png -metadata:s:t filename=c.png "
+          "-metadata:s:t mimetype=image/png -c copy -f matroska - | head -c 30000 >cover.mkv");
     const std::size_t count = read(input("tail.ts")).size();
     EXPECT_GT(count, 10);
     EXPECT_EQ(openClip(input("tail.ts"))->frameCount(), count);
     for (const auto& [name, reason] : {std::pair("in.mov", "it is damaged or cut off .*"),
                                        {"crc.mkv", "it is damaged"},
                                        {"cut.mkv", "the file is cut off or damaged .*"},
+                                       {"cover.mkv", "the file is cut off or damaged .*"},
                                        {"cut.y4m", "it is cut off"}}) {
         EXPECT_THAT(errorOf([&, file = input(name)] { read(file); }),
                     MatchesRegex("cannot read '.*': frame [0-9]+: " + std::string(reason)));
