@@ -168,11 +168,10 @@ std::unique_ptr<Demuxer> Demuxer::openAlone(const ClipInput& input) {
     try {
         return std::make_unique<Demuxer>(input);
     } catch (const std::bad_alloc&) {
-        throw Error("what it says of itself takes more memory than a file of its size can need");
+        throw Error("what it says of itself takes more memory than there is, or than a file of its "
+                    "size can need");
     }
 }
-
-Demuxer::Demuxer(const fs::path& file) : Demuxer(inputOf(file)) {}
 
 void Demuxer::findStreams() {
     if (std::exchange(mHasFoundStreams, true)) {

@@ -33,7 +33,6 @@ public:
     /// The same with a limit for what the file's header may take, for calls that no other thread
     /// runs beside: FFmpeg's limit is one for the whole process.
     static std::unique_ptr<Demuxer> openAlone(const ClipInput& input);
-    explicit Demuxer(const std::filesystem::path& file);
     Demuxer(const Demuxer&) = delete;
     Demuxer& operator=(const Demuxer&) = delete;
     ~Demuxer() = default;
