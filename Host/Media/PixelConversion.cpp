@@ -70,6 +70,17 @@ const int* coefficientsOf(AVColorSpace matrix) {
                                    : static_cast<int>(matrix));
 }
 
+// The scaler takes the matrices that it doesn't know for BT.601's, and constant luminance for the
+// other kind.
+void refuseUnknownMatrix(AVColorSpace matrix, const AVPixFmtDescriptor& descriptor) {
+    const bool isYuv =
+        (descriptor.flags & AV_PIX_FMT_FLAG_RGB) == 0 && descriptor.nb_components >= 3;
+    if (isYuv && (matrix == AVCOL_SPC_YCGCO || matrix >= AVCOL_SPC_BT2020_CL)) {
+        throw Error(std::string("its colours are coded by the matrix ") +
+                    av_color_space_name(matrix) + ", which isn't read");
+    }
+}
+
 // Whether the format is taken apart here, without the scaler.
 bool isExact(const PixelLayout& layout, const AVPixFmtDescriptor& descriptor) {
     const bool isGray = descriptor.nb_components < 3 && layout.range != AVCOL_RANGE_MPEG;
@@ -130,6 +141,7 @@ FrameToWorld::FrameToWorld(const PixelLayout& layout)
             }
         }
     } else if (isKnown && sws_isSupportedInput(withoutRange(layout.format)) != 0) {
+        refuseUnknownMatrix(layout.matrix, *mDescriptor);
         mScaler = newScaler(layout, true);
     } else {
         throw Error(std::string("its pixel format ") +

@@ -4,7 +4,7 @@
 ///
 /// RGB, gray and palette pixels are converted exactly: 8 bits keep their value, other depths are
 /// rounded to the nearest. YUV goes by the frame's own matrix and range (BT.601 where it names no
-/// matrix), with its chroma interpolated.
+/// matrix), with its chroma interpolated; matrices of other kinds are refused.
 
 #include "Host/Library/World.h"
 #include "Host/Media/FFmpeg.h"

@@ -327,6 +327,13 @@ TEST_F(ClipTest, ColoursGoByTheClipsOwnMatrixAndRangeAndComeBack) {
     const auto expected = rgbFrom(colour, 0.299, 0.114, true);
     copy(input("in.mp4"), output("out.nut"));
     expectColour("out.nut", expected);
+    for (const std::string matrix :
+         {"ycgco", "bt2020c", "smpte2085", "chroma-derived-nc", "ictcp"}) {
+        ffmpeg("-f rawvideo -s 64x64 -pix_fmt yuv444p -i raw -colorspace " + matrix +
+               " -c:v ffv1 odd.mkv");
+        EXPECT_THAT(errorOf([&] { read(input("odd.mkv")); }),
+                    testing::HasSubstr("the matrix " + matrix));
+    }
     // From YUV to RGB and to YUV.
     copy(input("in.mp4"), output("rgb.mov", "qtrle"));
     copy(input("rgb.mov"), output("out.mov", "prores"));
