@@ -16,6 +16,7 @@ namespace {
 
 thread_local std::string firstError;
 thread_local bool metadataAreDamaged = false;
+thread_local std::string lastWarning, missing;
 
 // What decoders log as an error of the texts beside a picture, which they then do without.
 constexpr std::array<std::string_view, 6> ofMetadata = {
@@ -26,23 +27,34 @@ constexpr std::array<std::string_view, 6> ofMetadata = {
     "error decoding Exif",
     "Error allocating temporary buffer"}; // of TIFF's tags
 
+bool startsWith(std::string_view text, std::string_view start) {
+    return text.substr(0, start.size()) == start;
+}
+
 void keepError(void* /*sender*/, int level, const char* format, va_list arguments) {
-    if (level > AV_LOG_ERROR || !firstError.empty()) {
+    if (level > AV_LOG_WARNING || !firstError.empty()) {
         return;
     }
-    const std::string_view text = format;
-    constexpr std::string_view notAllowed = "Codec (%s) not on whitelist"; // as it was told
-    if (text.substr(0, notAllowed.size()) == notAllowed) {
+    if (startsWith(format, " is not implemented.") && missing.empty() &&
+        !startsWith(lastWarning, "TIFF tag type")) { // that is one of EXIF's
+        missing = lastWarning;
+        return;
+    }
+    if (startsWith(format, "Codec (%s) not on whitelist")) { // as it was told
         return;
     }
     for (const std::string_view known : ofMetadata) {
-        if (text.substr(0, known.size()) == known) {
+        if (startsWith(format, known)) {
             metadataAreDamaged = true;
             return;
         }
     }
     std::array<char, 512> line{};
     std::vsnprintf(line.data(), line.size(), format, arguments);
+    if (level > AV_LOG_ERROR) {
+        lastWarning = line.data();
+        return;
+    }
     firstError = line.data();
     // Advice for users of another program, and the end of the line.
     firstError.erase(std::min(firstError.find(", see the documentation"), firstError.size()));
@@ -82,10 +94,15 @@ void keepFirstLoggedError() {
     std::call_once(once, [] { av_log_set_callback(&keepError); });
     firstError.clear();
     metadataAreDamaged = false;
+    missing.clear();
 }
 
 const std::string& firstLoggedError() {
     return firstError;
+}
+
+const std::string& loggedMissingFeature() {
+    return missing;
 }
 
 bool hasLoggedDamagedMetadata() {

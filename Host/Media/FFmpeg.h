@@ -85,6 +85,10 @@ void keepFirstLoggedError();
 /// That error, empty for none.
 const std::string& firstLoggedError();
 
+/// The first of what a file asks for and they have logged not to have, empty for nothing. They go
+/// on without it in places.
+const std::string& loggedMissingFeature();
+
 /// Whether they have logged that a text or the like beside a picture is damaged.
 bool hasLoggedDamagedMetadata();
 

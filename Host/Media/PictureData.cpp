@@ -65,6 +65,7 @@ void PictureData::limit(AVFrame& frame) {
         bytes += static_cast<std::int64_t>(std::strlen(entry->key) + std::strlen(entry->value));
     }
     mDamaged.isThere |= hasLoggedDamagedMetadata();
+    mUnknown.isThere |= !loggedMissingFeature().empty();
     if (bytes <= mLimits.metadata) {
         warn();
         return;
@@ -98,6 +99,10 @@ void PictureData::warn() {
     }
     if (mDamaged.isThere && !std::exchange(mDamaged.isTold, true)) {
         mLimits.warn(Error("of " + nameOf(mFile) + " damaged metadata are left out"));
+    }
+    if (mUnknown.isThere && !std::exchange(mUnknown.isTold, true)) {
+        mLimits.warn(Error("of " + nameOf(mFile) + " is left out what its decoder doesn't know: " +
+                           loggedMissingFeature()));
     }
 }
 

@@ -32,7 +32,7 @@ public:
 
 private:
     bool isPng() const { return mCodec == AV_CODEC_ID_PNG || mCodec == AV_CODEC_ID_APNG; }
-    // Metadata that were left out.
+    // Something of the file that was left out.
     struct Loss {
         bool isThere = false, isTold = false;
     };
@@ -46,7 +46,7 @@ private:
     const ReadLimits mLimits;
     StoredLayout mTiff; // of the last packet
     FFmpegPtr<AVPacket> mSmaller;
-    Loss mLarge, mDamaged;
+    Loss mLarge, mDamaged, mUnknown;
 };
 
 /// The most pixels that a byte of this codec can stand for; nothing where there is no limit, and

@@ -177,6 +177,9 @@ void VideoDecoder::checkWhole() const {
     if (mIsStill && !firstLoggedError().empty()) {
         throw Error("it is damaged (" + firstLoggedError() + ")");
     }
+    if (mIsStill && !loggedMissingFeature().empty()) {
+        throw Error("its decoder doesn't know " + loggedMissingFeature());
+    }
     if (mIsEachFrameWhole && hasEmptyPart(*mFrame)) {
         throw Error("the decoder left a part of the picture empty: it is damaged, or stored in a "
                     "way that isn't read");

@@ -131,7 +131,8 @@ TEST_F(PictureTest, WhatIsNoPictureIsRefusedWithItsReason) {
         {"http://host/a.png", "No such file"},
         {"drawing", "no picture"},
         {"drawing.svg", "format, svg, isn't"},
-        {"upside.pfm", "format isn't read"}};
+        {"upside.pfm", "format isn't read"},
+        {"secret.dpx", "doesn't know Encryption"}};
     for (const std::string ending : {"png", "jpg", "tif", "webp", "bmp", "tga"}) {
         const std::string name = "cut." + ending;
         writePicture(path(name), {noise(300, 300, false), {}});
@@ -148,6 +149,9 @@ TEST_F(PictureTest, WhatIsNoPictureIsRefusedWithItsReason) {
             << "<svg xmlns='http://www.w3.org/2000/svg' width='9' height='9'/>";
     }
     std::ofstream(path("upside.pfm")) << "Pf\n1 1\n-1.0\nabcd";
+    makePicture("secret.dpx", "rgb24", 2, 1, "abcdef");
+    std::fstream(path("secret.dpx"), std::ios::in | std::ios::out | std::ios::binary).seekp(660)
+        << "key.";
     std::ofstream(path("huge.ppm")) << "P6\n1000000 1000000\n255\nabc";
     std::ofstream(path("wide.ppm")) << "P6\n70000 1\n255\n" << std::string(210000, 'a');
     for (const auto& [name, reason] : cases) {
