@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
+#include <poll.h>
 #include <random>
 #include <string>
 #include <system_error>
@@ -74,7 +75,10 @@ int writeAll(int descriptor, const void* bytes, std::size_t size) {
     const char* next = static_cast<const char*>(bytes);
     while (size > 0) {
         const ssize_t written = write(descriptor, next, size);
-        if (written == 0 || (written < 0 && errno != EINTR)) {
+        if (written < 0 && errno == EAGAIN) { // another program has made it so
+            pollfd waiting = {descriptor, POLLOUT, 0};
+            poll(&waiting, 1, -1);
+        } else if (written == 0 || (written < 0 && errno != EINTR)) {
             return written == 0 ? EIO : errno;
         }
         if (written > 0) {

@@ -122,6 +122,12 @@ TEST_F(ClipCommandTest, PipesCarryWhatFilesCarry) {
     output("mkfifo pipe; $FF -i in.mov -c:v ffv1 -f matroska pipe & $PROGRAM pipe piped.mov "
            "--codec qtrle --shift-distance 5 && wait $!");
     EXPECT_EQ(frames("piped.mov"), expected);
+    // Pipes that another program has made non-blocking.
+    output(
+        "$FF -i in.mov -s 640x480 -c:v rawvideo -f nut in.nut; (sleep 0.5; cat in.nut) | { python3 "
+        "-c 'import os; os.set_blocking(0, False); os.set_blocking(1, False)'; $PROGRAM $FAKE - "
+        "- --output-format nut; } | (sleep 2; cat) >out.nut; cat in.nut | $PROGRAM $FAKE - - "
+        "--output-format nut | cmp - out.nut");
     // The frames of yuv4mpegpipe are in YUV, as near as that allows.
     output("$FF -i in.mov -pix_fmt yuv444p -f yuv4mpegpipe - | $PROGRAM - - --output-format "
            "yuv4mpegpipe >out.y4m");
