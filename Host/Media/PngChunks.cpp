@@ -40,9 +40,13 @@ std::vector<Chunk> chunksOf(std::string_view& rest) {
     return chunks;
 }
 
-// How many bytes the packed ones stand for, or a number above `limit` as soon as it is reached;
-// nothing where they are damaged.
-std::optional<std::int64_t> unpackedSize(std::string_view packed, std::int64_t limit) {
+// How many bytes the packed ones stand for, or a number above `limit` as soon as that or `budget`
+// is spent; nothing where they are damaged. Takes what it unpacks from the budget.
+std::optional<std::int64_t> unpackedSize(std::string_view packed, std::int64_t limit,
+                                         std::int64_t& budget) {
+    if (budget <= 0) {
+        return limit + 1;
+    }
     std::array<Bytef, 16384> scratch{};
     z_stream stream = {};
     stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(packed.data()));
@@ -50,16 +54,21 @@ std::optional<std::int64_t> unpackedSize(std::string_view packed, std::int64_t l
     if (inflateInit(&stream) != Z_OK) {
         return limit + 1;
     }
+    const std::int64_t most = std::min(limit, budget);
     std::int64_t size = 0;
     int result = Z_OK;
-    while (result == Z_OK && size <= limit) {
+    while (result == Z_OK && size <= most) {
         stream.next_out = scratch.data();
         stream.avail_out = static_cast<uInt>(scratch.size());
         result = inflate(&stream, Z_NO_FLUSH);
         size += static_cast<std::int64_t>(scratch.size() - stream.avail_out);
     }
     inflateEnd(&stream);
-    return result == Z_OK || result == Z_STREAM_END ? std::optional(size) : std::nullopt;
+    budget -= size;
+    if (result == Z_OK) {
+        return limit + 1;
+    }
+    return result == Z_STREAM_END ? std::optional(size) : std::nullopt;
 }
 
 // What is behind the next zero byte.
@@ -89,7 +98,8 @@ bool isDamaged(const Chunk& chunk) {
 
 // The size of what a decoder would keep of a text or a profile; 0 for other chunks, nothing for
 // what is damaged and beside the pixels.
-std::optional<std::int64_t> metadataSize(const Chunk& chunk, std::int64_t limit) {
+std::optional<std::int64_t> metadataSize(const Chunk& chunk, std::int64_t limit,
+                                         std::int64_t& budget) {
     std::string_view packed;
     if (isBesidePixels(chunk) && isDamaged(chunk)) {
         return std::nullopt;
@@ -107,7 +117,7 @@ std::optional<std::int64_t> metadataSize(const Chunk& chunk, std::int64_t limit)
         return 0;
     }
     const auto stored = static_cast<std::int64_t>(chunk.data.size() - packed.size());
-    const auto unpacked = packed.empty() ? 0 : unpackedSize(packed, limit);
+    const auto unpacked = packed.empty() ? 0 : unpackedSize(packed, limit, budget);
     return unpacked ? std::optional(stored + *unpacked) : std::nullopt;
 }
 
@@ -138,9 +148,10 @@ std::optional<SmallerPng> smallerPng(const std::uint8_t* data, std::size_t size,
     const std::vector<Chunk> chunks = chunksOf(rest);
     std::string kept;
     std::int64_t left = limit;
+    std::int64_t budget = 2 * limit; // for unpacking, what is left out included
     SmallerPng png;
     for (const Chunk& chunk : chunks) {
-        const auto taken = metadataSize(chunk, left);
+        const auto taken = metadataSize(chunk, left, budget);
         const bool hasDropped = png.wasLarge || png.wasDamaged;
         if (taken && *taken <= left) {
             left -= *taken;
