@@ -49,36 +49,49 @@ public:
         return value;
     }
 
-    // The values of a tag of the first directory; none where it lacks the tag or breaks off.
+    // The first values of a tag of the first directory; none where it lacks the tag or breaks off.
     Values values(std::uint16_t tag) const {
+        constexpr std::size_t most = 16; // as many as there are channels, and more
+        Values values;
+        forEach(tag, most, [&](std::uint32_t value) { values.push_back(value); });
+        return values;
+    }
+
+    // The sum of a tag's first values.
+    double sum(std::uint16_t tag, double most) const {
+        double sum = 0;
+        forEach(tag, most, [&](std::uint32_t value) { sum += value; });
+        return sum;
+    }
+
+private:
+    template <typename Function>
+    void forEach(std::uint16_t tag, double most, const Function& function) const {
         const std::size_t directory = number(4, 4).value_or(0);
         const std::size_t count = number(directory, 2).value_or(0);
         for (std::size_t i = 0; i < count; ++i) {
             const std::size_t entry = directory + 2 + 12 * i;
             if (number(entry, 2) == tag) {
-                return valuesOf(entry);
+                return forEachOf(entry, most, function);
             }
         }
-        return {};
     }
 
-private:
-    Values valuesOf(std::size_t entry) const {
+    template <typename Function>
+    void forEachOf(std::size_t entry, double most, const Function& function) const {
         constexpr std::array<std::size_t, 5> bytesOfType = {0, 1, 1, 2, 4};
         const std::size_t type = number(entry + 2, 2).value_or(0);
         const std::size_t bytes = type < bytesOfType.size() ? bytesOfType[type] : 0;
         const std::size_t count = number(entry + 4, 4).value_or(0);
         const bool isInside = bytes * count <= 4;
         const std::size_t start = isInside ? entry + 8 : number(entry + 8, 4).value_or(0);
-        Values values;
-        for (std::size_t i = 0; i < count && bytes > 0; ++i) {
+        for (std::size_t i = 0; i < count && static_cast<double>(i) < most && bytes > 0; ++i) {
             const auto value = number(start + i * bytes, bytes);
             if (!value) {
-                break;
+                return;
             }
-            values.push_back(*value);
+            function(*value);
         }
-        return values;
     }
 
     const std::uint8_t* mData;
@@ -161,10 +174,8 @@ void checkSize(const TiffFile& file) {
     const std::uint32_t samples =
         first(file.values(Photometric), 0) == ycc ? 1 : first(file.values(SamplesPerPixel), 1);
     const double pixelBytes = first(file.values(BitsPerSample), 1) * (samples / 8.0);
-    double data = 0;
-    for (const std::uint32_t bytes : file.values(StripByteCounts)) {
-        data += bytes;
-    }
+    const double strips = 1.0 * height * first(file.values(SamplesPerPixel), 1); // or fewer
+    const double data = file.sum(StripByteCounts, strips);
     const auto most = mostBytes(first(file.values(Compression), 1));
     if (most && data > 0 && pixelBytes * width * height > data * *most) {
         throw Error("its " + std::to_string(std::llround(data)) + " bytes of pixels cannot hold " +
