@@ -17,7 +17,8 @@ void replaceFile(const std::filesystem::path& target, const void* bytes, std::si
 /// target exists and is not a plain file or not writable.
 void checkReplaceable(const std::filesystem::path& target);
 
-/// Writes all bytes, in several calls if need be, and waits where the descriptor doesn't. Gives 0, or the errno of a failure.
+/// Writes all bytes, in several calls if need be, and waits where the descriptor doesn't. Gives 0,
+/// or the errno of a failure.
 int writeAll(int descriptor, const void* bytes, std::size_t size);
 
 /// Has `check` called before any file takes its target's place; what it throws is thrown, and the

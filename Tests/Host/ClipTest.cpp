@@ -407,11 +407,12 @@ TEST_F(ClipTest, TheCodecAndThePixelFormatSuitTheClip) {
 TEST_F(ClipTest, ARecordingMayBeginInTheMiddleButMayNotBeDamaged) {
     ffmpeg("-f lavfi -i testsrc2=s=160x120:d=2 -c:v libx264 -g 8 in.ts -c:v png in.mov -c:v ffv1 "
            "-level 3 -slicecrc 1 crc.mkv -c:v libx264 whole.mkv -pix_fmt yuv420p whole.y4m");
-    shell("tail -c 30000 in.ts >tail.ts; for i in in.mov crc.mkv; do printf '%0200d' 0 | dd of=$i "
-          "bs=1 seek=90000 conv=notrunc status=none; done; head -c 20000 whole.mkv >cut.mkv; "
-          "head -c 100000 whole.y4m >cut.y4m; ffmpeg -v error -nostdin -i in.mov -frames:v 1 c.png; "
-          "ffmpeg -v error -nostdin -i whole.mkv -attach c.png -metadata:s:t filename=c.png "
-          "-metadata:s:t mimetype=image/png -c copy -f matroska - | head -c 30000 >cover.mkv");
+    shell(
+        "tail -c 30000 in.ts >tail.ts; for i in in.mov crc.mkv; do printf '%0200d' 0 | dd of=$i "
+        "bs=1 seek=90000 conv=notrunc status=none; done; head -c 20000 whole.mkv >cut.mkv; "
+        "head -c 100000 whole.y4m >cut.y4m; ffmpeg -v error -nostdin -i in.mov -frames:v 1 c.png; "
+        "ffmpeg -v error -nostdin -i whole.mkv -attach c.png -metadata:s:t filename=c.png "
+        "-metadata:s:t mimetype=image/png -c copy -f matroska - | head -c 30000 >cover.mkv");
     const std::size_t count = read(input("tail.ts")).size();
     EXPECT_GT(count, 10);
     EXPECT_EQ(openClip(input("tail.ts"))->frameCount(), count);
