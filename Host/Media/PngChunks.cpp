@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <new>
 #include <string>
 #include <string_view>
 #include <zlib.h>
@@ -52,7 +53,7 @@ std::optional<std::int64_t> unpackedSize(std::string_view packed, std::int64_t l
     stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(packed.data()));
     stream.avail_in = static_cast<uInt>(packed.size());
     if (inflateInit(&stream) != Z_OK) {
-        return limit + 1;
+        throw std::bad_alloc();
     }
     const std::int64_t most = std::min(limit, budget);
     std::int64_t size = 0;
@@ -64,6 +65,9 @@ std::optional<std::int64_t> unpackedSize(std::string_view packed, std::int64_t l
         size += static_cast<std::int64_t>(scratch.size() - stream.avail_out);
     }
     inflateEnd(&stream);
+    if (result == Z_MEM_ERROR) {
+        throw std::bad_alloc();
+    }
     budget -= size;
     if (result == Z_OK) {
         return limit + 1;
