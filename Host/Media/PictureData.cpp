@@ -22,6 +22,7 @@ void PictureData::limit(AVCodecContext& context) {
         std::copy(png->bytes.begin(), png->bytes.end(), context.extradata);
         context.extradata_size = static_cast<int>(png->bytes.size());
     }
+    mPngStart = pngStart(context.extradata, static_cast<std::size_t>(context.extradata_size));
 }
 
 bool PictureData::note(const std::optional<SmallerPng>& png) {
@@ -38,7 +39,7 @@ const AVPacket& PictureData::checked(const AVPacket& packet) {
     } else if (mCodec == AV_CODEC_ID_MJPEG && mKind == ClipKind::Still) {
         checkJpeg(packet.data, size);
     } else if (isPng()) {
-        checkPng(packet.data, size);
+        checkPng(mPngStart, packet.data, size);
         if (const auto png = smallerPng(packet.data, size, mLimits.metadata); note(png)) {
             mSmaller = owned(av_packet_alloc());
             checkResult(av_new_packet(mSmaller.get(), static_cast<int>(png->bytes.size())));
@@ -110,6 +111,8 @@ void PictureData::warn() {
 // where the file is looked at before it is decoded.
 std::optional<std::int64_t> mostPixelsPerByte(AVCodecID codec) {
     switch (codec) {
+    case AV_CODEC_ID_APNG: // 1032 bytes of 8 pixels in one
+        return 8256;
     case AV_CODEC_ID_MJPEG: // a bit for a block of 8x8
         return 512;
     case AV_CODEC_ID_GIF: // strings of up to 4094 pixels in 12 bits

@@ -44,7 +44,8 @@ private:
     const ClipKind mKind;
     const std::filesystem::path mFile; // for messages
     const ReadLimits mLimits;
-    StoredLayout mTiff; // of the last packet
+    std::vector<std::uint8_t> mPngStart; // of an APNG
+    StoredLayout mTiff;                  // of the last packet
     FFmpegPtr<AVPacket> mSmaller;
     Loss mLarge, mDamaged, mUnknown;
 };

@@ -126,8 +126,8 @@ std::optional<std::int64_t> metadataSize(const Chunk& chunk, std::int64_t limit,
 }
 
 struct Header {
-    double bits;          // of all pixels
-    std::string measures; // for messages
+    std::uint32_t width, height;
+    int pixelBits;
     bool hasPalette, hasKnownMethods;
 };
 
@@ -136,18 +136,20 @@ Header headerFrom(std::string_view data) {
     constexpr std::array<int, 7> samplesOfType = {1, 1, 3, 1, 2, 1, 4};
     constexpr std::uint8_t palette = 3;
     const std::uint8_t type = byte(9);
-    const double width = number(data);
-    const double height = number(data.substr(4));
-    return {width * height * byte(8) * samplesOfType[std::min<std::size_t>(type, 6)],
-            std::to_string(number(data)) + "x" + std::to_string(number(data.substr(4))),
-            type == palette, byte(10) == 0 && byte(11) == 0 && byte(12) <= 1};
+    return {number(data), number(data.substr(4)),
+            byte(8) * samplesOfType[std::min<std::size_t>(type, 6)], type == palette,
+            byte(10) == 0 && byte(11) == 0 && byte(12) <= 1};
+}
+
+std::string_view viewOf(const std::uint8_t* data, std::size_t size) {
+    return {reinterpret_cast<const char*>(data), size};
 }
 
 } // namespace
 
 std::optional<SmallerPng> smallerPng(const std::uint8_t* data, std::size_t size,
                                      std::int64_t limit) {
-    const std::string_view all(reinterpret_cast<const char*>(data), size);
+    const std::string_view all = viewOf(data, size);
     std::string_view rest = all;
     const std::vector<Chunk> chunks = chunksOf(rest);
     std::string kept;
@@ -175,19 +177,42 @@ std::optional<SmallerPng> smallerPng(const std::uint8_t* data, std::size_t size,
     return png;
 }
 
-void checkPng(const std::uint8_t* data, std::size_t size) {
-    std::string_view rest(reinterpret_cast<const char*>(data), size);
+std::vector<std::uint8_t> pngStart(const std::uint8_t* data, std::size_t size) {
+    std::string_view rest = viewOf(data, size);
     const std::vector<Chunk> chunks = chunksOf(rest);
+    std::vector<std::uint8_t> start;
+    for (const std::string_view type : {"IHDR", "PLTE"}) {
+        const auto found = std::find_if(chunks.begin(), chunks.end(),
+                                        [&](const Chunk& chunk) { return chunk.type == type; });
+        if (found != chunks.end()) {
+            start.insert(start.end(), found->whole.begin(), found->whole.end());
+        }
+    }
+    return start;
+}
+
+void checkPng(const std::vector<std::uint8_t>& start, const std::uint8_t* data, std::size_t size) {
+    std::string_view before = viewOf(start.data(), start.size());
+    std::string_view rest = viewOf(data, size);
+    std::vector<Chunk> chunks = chunksOf(before);
+    const std::vector<Chunk> frame = chunksOf(rest);
+    chunks.insert(chunks.end(), frame.begin(), frame.end());
     constexpr std::size_t headerSize = 13;
+    constexpr std::size_t controlSize = 26;
     if (chunks.empty() || chunks[0].type != "IHDR" || chunks[0].data.size() != headerSize) {
         return;
     }
-    const Header header = headerFrom(chunks[0].data);
+    Header header = headerFrom(chunks[0].data);
     double packed = static_cast<double>(rest.size()); // of a chunk that breaks off
     std::size_t palette = 0;
     for (const Chunk& chunk : chunks) {
-        packed += chunk.type == "IDAT" ? static_cast<double>(chunk.data.size()) : 0;
+        const bool isPixels = chunk.type == "IDAT" || chunk.type == "fdAT";
+        packed += isPixels ? static_cast<double>(chunk.data.size()) : 0;
         palette = chunk.type == "PLTE" ? chunk.data.size() : palette;
+        if (!start.empty() && chunk.type == "fcTL" && chunk.data.size() == controlSize) {
+            header.width = number(chunk.data.substr(4));
+            header.height = number(chunk.data.substr(8));
+        }
     }
     constexpr std::size_t entry = 3;
     constexpr std::size_t most = 256 * entry;
@@ -198,8 +223,9 @@ void checkPng(const std::uint8_t* data, std::size_t size) {
         throw Error("it is damaged: its pixels are stored in a way that PNG doesn't have");
     }
     constexpr double mostBits = 8 * 1032; // that deflate makes of a byte
-    if (header.bits > (packed + 1) * mostBits) {
-        throw Error("its " + std::to_string(size) + " bytes cannot hold " + header.measures +
+    if (1.0 * header.width * header.height * header.pixelBits > (packed + 1) * mostBits) {
+        throw Error("its " + std::to_string(size) + " bytes cannot hold " +
+                    std::to_string(header.width) + "x" + std::to_string(header.height) +
                     " pixels: it is cut off or damaged");
     }
 }

@@ -21,9 +21,12 @@ struct SmallerPng {
 std::optional<SmallerPng> smallerPng(const std::uint8_t* data, std::size_t size,
                                      std::int64_t limit);
 
+/// The header and the palette in the part of an APNG that comes before its frames.
+std::vector<std::uint8_t> pngStart(const std::uint8_t* data, std::size_t size);
+
 /// Throws Error, with the reason alone, where the packed pixels are fewer than the picture's size
-/// takes, and for a palette or an order of the rows that the decoder makes up. A part of a file
-/// without its header passes.
-void checkPng(const std::uint8_t* data, std::size_t size);
+/// takes, and for a palette or an order of the rows that the decoder makes up. The data are a PNG,
+/// or, behind the start of an APNG, one of its frames. A part of a file without its header passes.
+void checkPng(const std::vector<std::uint8_t>& start, const std::uint8_t* data, std::size_t size);
 
 } // namespace Vexorel::PrismDrift::Host
