@@ -107,38 +107,4 @@ void PictureData::warn() {
     }
 }
 
-// The most pixels that a byte of this codec can stand for; nothing where there is no limit, and
-// where the file is looked at before it is decoded.
-std::optional<std::int64_t> mostPixelsPerByte(AVCodecID codec) {
-    switch (codec) {
-    case AV_CODEC_ID_APNG: // 1032 bytes of 8 pixels in one
-        return 8256;
-    case AV_CODEC_ID_MJPEG: // a bit for a block of 8x8
-        return 512;
-    case AV_CODEC_ID_GIF: // strings of up to 4094 pixels in 12 bits
-        return 2730;
-    case AV_CODEC_ID_BMP: // 255 pixels in two bytes
-    case AV_CODEC_ID_TARGA:
-        return 128;
-    case AV_CODEC_ID_PCX: // 63 bytes of 8 pixels in two bytes
-    case AV_CODEC_ID_SGI:
-    case AV_CODEC_ID_PSD:
-    case AV_CODEC_ID_QDRAW:
-        return 1024;
-    case AV_CODEC_ID_QOI:
-        return 62;
-    case AV_CODEC_ID_PPM:
-    case AV_CODEC_ID_PGM:
-    case AV_CODEC_ID_PBM:
-    case AV_CODEC_ID_PAM:
-    case AV_CODEC_ID_DPX:
-    case AV_CODEC_ID_XWD:
-    case AV_CODEC_ID_XBM:
-    case AV_CODEC_ID_DDS:
-        return 8;
-    default:
-        return std::nullopt;
-    }
-}
-
 } // namespace Vexorel::PrismDrift::Host

@@ -50,8 +50,4 @@ private:
     Loss mLarge, mDamaged, mUnknown;
 };
 
-/// The most pixels that a byte of this codec can stand for; nothing where there is no limit, and
-/// where `PictureData` looks at it.
-std::optional<std::int64_t> mostPixelsPerByte(AVCodecID codec);
-
 } // namespace Vexorel::PrismDrift::Host

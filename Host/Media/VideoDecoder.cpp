@@ -1,24 +1,13 @@
 #include "Host/Media/VideoDecoder.h"
 
-#include "Host/Media/ClipError.h"
+#include "Host/Library/Error.h"
 #include "Host/Media/EmptyParts.h"
 #include "Host/Media/InputFormats.h"
 
-#include <algorithm>
-#include <limits>
 #include <string_view>
-#include <unistd.h>
 
 namespace Vexorel::PrismDrift::Host {
 namespace {
-
-// A picture of more pixels would not fit into the machine's memory.
-std::int64_t largestPixelCount() {
-    constexpr std::int64_t bytesPerPixel = 16; // of all copies that are made of it
-    const std::int64_t bytes =
-        std::int64_t{sysconf(_SC_PHYS_PAGES)} * std::int64_t{sysconf(_SC_PAGESIZE)};
-    return bytes > 0 ? bytes / bytesPerPixel : std::numeric_limits<std::int32_t>::max();
-}
 
 // VP8 and VP9 keep alpha beside the picture, which only libvpx decodes.
 const AVCodec* findDecoder(const AVStream& stream) {
@@ -70,7 +59,7 @@ bool writesWholeFrames(const AVCodec& decoder, ClipKind kind) {
 VideoDecoder::VideoDecoder(const AVStream& stream, ClipKind kind, const ClipInput& input,
                            bool mayStartBroken)
     : mData(stream.codecpar->codec_id, kind, input),
-      mMostPixels(input.limits.pixels),
+      mSize(stream.codecpar->codec_id, input.limits.pixels),
       mIsStill(kind == ClipKind::Still),
       mMayStartBroken(mayStartBroken) {
     const AVCodec* decoder = findDecoder(stream);
@@ -78,7 +67,7 @@ VideoDecoder::VideoDecoder(const AVStream& stream, ClipKind kind, const ClipInpu
     checkResult(avcodec_parameters_to_context(mContext.get(), stream.codecpar));
     mData.limit(*mContext);
     mContext->pkt_timebase = stream.time_base;
-    mContext->max_pixels = std::min(mMostPixels, largestPixelCount());
+    mContext->max_pixels = mSize.pixels();
     if (isStrict(decoder->id, kind)) {
         mContext->err_recognition = AV_EF_EXPLODE | AV_EF_CRCCHECK;
     }
@@ -94,13 +83,7 @@ VideoDecoder::VideoDecoder(const AVStream& stream, ClipKind kind, const ClipInpu
 
 int VideoDecoder::newBuffer(AVCodecContext* context, AVFrame* frame, int flags) {
     auto& decoder = *static_cast<VideoDecoder*>(context->opaque);
-    const double pixels = 1.0 * frame->width * frame->height;
-    constexpr double always = 1 << 22; // pixels that do no harm
-    const auto most = mostPixelsPerByte(context->codec_id);
-    if (most && pixels > always && pixels > static_cast<double>(decoder.mSentBytes * *most)) {
-        decoder.mRefusal = "its " + std::to_string(decoder.mSentBytes) + " bytes cannot hold " +
-                           std::to_string(frame->width) + "x" + std::to_string(frame->height) +
-                           " pixels: it is cut off or damaged";
+    if (!decoder.mSize.allows(*frame)) {
         return AVERROR_INVALIDDATA;
     }
     const int result = avcodec_default_get_buffer2(context, frame, flags);
@@ -115,7 +98,7 @@ void VideoDecoder::send(const AVPacket* packet) {
         check(avcodec_send_packet(mContext.get(), nullptr));
         return;
     }
-    mSentBytes += packet->size;
+    mSize.add(*packet);
     const int sent = avcodec_send_packet(mContext.get(), &mData.checked(*packet));
     if (!isSkipped(sent)) {
         check(sent);
@@ -139,11 +122,8 @@ AVFrame* VideoDecoder::receive() {
 }
 
 void VideoDecoder::check(int result) const {
-    if (result < 0 && !mRefusal.empty()) {
-        throw Error(mRefusal);
-    }
-    if (result < 0 && firstLoggedError().find("max pixel count") != std::string::npos) {
-        throwTooLarge();
+    if (result < 0) {
+        mSize.throwIfRefused();
     }
     if (result == AVERROR_INVALIDDATA) {
         throw Error((mHasGivenFrame ? "it is damaged or cut off ("
@@ -151,18 +131,6 @@ void VideoDecoder::check(int result) const {
                     reasonFor(result) + ")");
     }
     checkResult(result);
-}
-
-// The decoder has logged the picture's size.
-void VideoDecoder::throwTooLarge() const {
-    const std::string& logged = firstLoggedError();
-    const std::size_t size = std::min(logged.find_first_of("0123456789"), logged.size());
-    const std::string text = "its " + logged.substr(size, logged.find(' ', size) - size) +
-                             " pixels are more than " + std::to_string(mContext->max_pixels);
-    if (mContext->max_pixels < mMostPixels) {
-        throw Error(text + ", for which this machine has too little memory");
-    }
-    throw ClipError(ClipReason::BeyondLimit, {ClipSetting::MaxPixels}, text);
 }
 
 void VideoDecoder::checkWhole() const {

@@ -5,6 +5,7 @@
 #include "Host/Media/Clip.h"
 #include "Host/Media/FFmpeg.h"
 #include "Host/Media/PictureData.h"
+#include "Host/Media/SizeLimit.h"
 
 namespace Vexorel::PrismDrift::Host {
 
@@ -36,14 +37,11 @@ public:
 private:
     static int newBuffer(AVCodecContext* context, AVFrame* frame, int flags);
     void check(int result) const;
-    [[noreturn]] void throwTooLarge() const;
     void checkWhole() const;
     bool isSkipped(int result) const;
 
     PictureData mData;
-    std::int64_t mMostPixels;
-    std::int64_t mSentBytes = 0; // so far
-    std::string mRefusal;        // why a frame has got no buffer
+    SizeLimit mSize;
     bool mIsStill;
     bool mMayStartBroken;
     bool mIsEachFrameWhole = false; // each is written whole, with nothing of those before

@@ -1,0 +1,96 @@
+#include "Host/Media/SizeLimit.h"
+
+#include "Host/Media/ClipError.h"
+
+#include <algorithm>
+#include <limits>
+#include <unistd.h>
+
+namespace Vexorel::PrismDrift::Host {
+namespace {
+
+// A picture of more pixels would not fit into the machine's memory.
+std::int64_t largestPixelCount() {
+    constexpr std::int64_t bytesPerPixel = 16; // of all copies that are made of it
+    const std::int64_t bytes =
+        std::int64_t{sysconf(_SC_PHYS_PAGES)} * std::int64_t{sysconf(_SC_PAGESIZE)};
+    return bytes > 0 ? bytes / bytesPerPixel : std::numeric_limits<std::int32_t>::max();
+}
+
+// The most pixels that a byte of this codec can stand for; nothing where there is no limit, and
+// where `PictureData` looks at it.
+std::optional<std::int64_t> mostPixelsPerByte(AVCodecID codec) {
+    switch (codec) {
+    case AV_CODEC_ID_APNG: // 1032 bytes of 8 pixels in one
+        return 8256;
+    case AV_CODEC_ID_MJPEG: // a bit for a block of 8x8
+        return 512;
+    case AV_CODEC_ID_GIF: // strings of up to 4094 pixels in 12 bits
+        return 2730;
+    case AV_CODEC_ID_BMP: // 255 pixels in two bytes
+    case AV_CODEC_ID_TARGA:
+        return 128;
+    case AV_CODEC_ID_PCX: // 63 bytes of 8 pixels in two bytes
+    case AV_CODEC_ID_SGI:
+    case AV_CODEC_ID_PSD:
+    case AV_CODEC_ID_QDRAW:
+        return 1024;
+    case AV_CODEC_ID_QOI:
+        return 62;
+    case AV_CODEC_ID_PPM:
+    case AV_CODEC_ID_PGM:
+    case AV_CODEC_ID_PBM:
+    case AV_CODEC_ID_PAM:
+    case AV_CODEC_ID_DPX:
+    case AV_CODEC_ID_XWD:
+    case AV_CODEC_ID_XBM:
+    case AV_CODEC_ID_DDS:
+        return 8;
+    default:
+        return std::nullopt;
+    }
+}
+
+} // namespace
+
+SizeLimit::SizeLimit(AVCodecID codec, std::int64_t mostPixels)
+    : mCodec(codec),
+      mWantedPixels(mostPixels),
+      mPixels(std::min(mostPixels, largestPixelCount())) {}
+
+void SizeLimit::add(const AVPacket& packet) {
+    mBytes += packet.size;
+}
+
+bool SizeLimit::allows(const AVFrame& frame) {
+    const double pixels = 1.0 * frame.width * frame.height;
+    constexpr double always = 1 << 22; // pixels that do no harm
+    const auto most = mostPixelsPerByte(mCodec);
+    mRefusal.clear();
+    if (most && pixels > always && pixels > static_cast<double>(mBytes * *most)) {
+        mRefusal = "its " + std::to_string(mBytes) + " bytes cannot hold " +
+                   std::to_string(frame.width) + "x" + std::to_string(frame.height) +
+                   " pixels: it is cut off or damaged";
+    }
+    return mRefusal.empty();
+}
+
+void SizeLimit::throwIfRefused() const {
+    if (!mRefusal.empty()) {
+        throw Error(mRefusal);
+    }
+    // The decoder has logged the picture's size.
+    const std::string& logged = firstLoggedError();
+    if (logged.find("max pixel count") == std::string::npos) {
+        return;
+    }
+    const std::size_t size = std::min(logged.find_first_of("0123456789"), logged.size());
+    const std::string text = "its " + logged.substr(size, logged.find(' ', size) - size) +
+                             " pixels are more than " + std::to_string(mPixels);
+    if (mPixels < mWantedPixels) {
+        throw Error(text + ", for which this machine has too little memory");
+    }
+    throw ClipError(ClipReason::BeyondLimit, {ClipSetting::MaxPixels}, text);
+}
+
+} // namespace Vexorel::PrismDrift::Host
