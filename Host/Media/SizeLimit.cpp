@@ -51,6 +51,25 @@ std::optional<std::int64_t> mostPixelsPerByte(AVCodecID codec) {
     }
 }
 
+// The size of the frame in a packet of a GIF, which may be a part of the whole picture.
+std::pair<int, int> gifFrameSize(const AVPacket& packet) {
+    const auto byte = [&](int index) { return index < packet.size ? packet.data[index] : 0; };
+    const auto number = [&](int index) { return byte(index) | byte(index + 1) << 8; };
+    constexpr int headerSize = 13;
+    constexpr int extension = '!';
+    constexpr int image = ',';
+    const auto paletteSize = [](int flags) { return (flags & 0x80) != 0 ? 6 << (flags & 7) : 0; };
+    int at = byte(0) == 'G' ? headerSize + paletteSize(byte(10)) : 0;
+    while (byte(at) == extension) {
+        at += 2;
+        while (byte(at) != 0) { // the length of a block
+            at += byte(at) + 1;
+        }
+        ++at;
+    }
+    return byte(at) == image ? std::pair(number(at + 5), number(at + 7)) : std::pair(0, 0);
+}
+
 } // namespace
 
 SizeLimit::SizeLimit(AVCodecID codec, std::int64_t mostPixels)
@@ -60,17 +79,20 @@ SizeLimit::SizeLimit(AVCodecID codec, std::int64_t mostPixels)
 
 void SizeLimit::add(const AVPacket& packet) {
     mBytes += packet.size;
+    if (mCodec == AV_CODEC_ID_GIF) {
+        mStoredSize = gifFrameSize(packet);
+    }
 }
 
 bool SizeLimit::allows(const AVFrame& frame) {
-    const double pixels = 1.0 * frame.width * frame.height;
+    const auto [width, height] = mStoredSize.value_or(std::pair(frame.width, frame.height));
+    const double pixels = 1.0 * width * height;
     constexpr double always = 1 << 22; // pixels that do no harm
     const auto most = mostPixelsPerByte(mCodec);
     mRefusal.clear();
     if (most && pixels > always && pixels > static_cast<double>(mBytes * *most)) {
-        mRefusal = "its " + std::to_string(mBytes) + " bytes cannot hold " +
-                   std::to_string(frame.width) + "x" + std::to_string(frame.height) +
-                   " pixels: it is cut off or damaged";
+        mRefusal = "its " + std::to_string(mBytes) + " bytes cannot hold " + std::to_string(width) +
+                   "x" + std::to_string(height) + " pixels: it is cut off or damaged";
     }
     return mRefusal.empty();
 }

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace Vexorel::PrismDrift::Host {
 
@@ -32,6 +33,8 @@ private:
     AVCodecID mCodec;
     std::int64_t mWantedPixels, mPixels;
     std::int64_t mBytes = 0; // so far
+    // How much of the picture the last frame stores, where that may be a part.
+    std::optional<std::pair<int, int>> mStoredSize;
     std::string mRefusal;
 };
 

@@ -278,6 +278,20 @@ TEST_F(PictureTest, ATiffIsReadRightOrRefusedByName) {
     }
 }
 
+TEST_F(PictureTest, FewBytesMayStandForALargePicture) {
+    const struct {
+        const char *name, *command;
+    } cases[] = {
+        {"part.gif", "convert -page 2200x2200+5+5 -size 4x4 xc:red part.gif; "
+                     "convert part.gif -coalesce fine.png"},
+    };
+    for (const auto& [name, command] : cases) {
+        shell(command);
+        const World read = readPicture(path(name)).world;
+        EXPECT_EQ(difference(read, readPicture(path("fine.png")).world).second, 0) << name;
+    }
+}
+
 TEST_F(PictureTest, AFailedWriteLeavesEverythingAsItWas) {
     const Picture picture{noise(400, 400, false), {}};
     const auto refused = [&](const std::string& name) {
