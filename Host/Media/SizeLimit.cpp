@@ -70,6 +70,13 @@ std::pair<int, int> gifFrameSize(const AVPacket& packet) {
     return byte(at) == image ? std::pair(number(at + 5), number(at + 7)) : std::pair(0, 0);
 }
 
+// Whether it is a BMP that may end early and leave the rest of the picture to its background.
+bool isRunLengthBmp(const AVPacket& packet) {
+    constexpr int compression = 30;
+    return packet.size > compression &&
+           (packet.data[compression] == 1 || packet.data[compression] == 2);
+}
+
 } // namespace
 
 SizeLimit::SizeLimit(AVCodecID codec, std::int64_t mostPixels)
@@ -81,6 +88,8 @@ void SizeLimit::add(const AVPacket& packet) {
     mBytes += packet.size;
     if (mCodec == AV_CODEC_ID_GIF) {
         mStoredSize = gifFrameSize(packet);
+    } else if (mCodec == AV_CODEC_ID_BMP && isRunLengthBmp(packet)) {
+        mStoredSize = {0, 0};
     }
 }
 

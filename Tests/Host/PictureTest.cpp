@@ -284,6 +284,11 @@ TEST_F(PictureTest, FewBytesMayStandForALargePicture) {
     } cases[] = {
         {"part.gif", "convert -page 2200x2200+5+5 -size 4x4 xc:red part.gif; "
                      "convert part.gif -coalesce fine.png"},
+        {"early.bmp", // in run lengths, with no more than four white pixels
+         "printf 'BM\\102\\0\\0\\0\\0\\0\\0\\0\\76\\0\\0\\0\\50\\0\\0\\0\\230\\10\\0\\0\\230\\10"
+         "\\0\\0\\1\\0\\10\\0\\1\\0\\0\\0\\0\\0\\0\\0\\0\\0\\0\\0\\0\\0\\0\\0\\2\\0\\0\\0\\0\\0\\0"
+         "\\0\\12\\24\\36\\0\\377\\377\\377\\0\\4\\1\\0\\1' >early.bmp; convert -size 2200x2200 "
+         "'xc:rgb(30,20,10)' -fill white -draw 'rectangle 0,2199 3,2199' fine.png"},
     };
     for (const auto& [name, command] : cases) {
         shell(command);
