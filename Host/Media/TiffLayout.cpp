@@ -116,7 +116,10 @@ void checkColours(const TiffFile& file) {
     if (std::adjacent_find(bits.begin(), bits.end(), std::not_equal_to<>()) != bits.end()) {
         refuse("has channels of different depths", "with 8 or 16 bits a channel");
     }
-    if (std::any_of(formats.begin(), formats.end(), [](auto format) { return format != 1; })) {
+    const auto isUnsigned = [](std::uint32_t format) {
+        return format == 1 || format == 4; // of an undefined kind, to be read as unsigned ones
+    };
+    if (!std::all_of(formats.begin(), formats.end(), isUnsigned)) {
         refuse("holds numbers with a sign or a fraction", "with 8 or 16 bits a channel");
     }
     if (colours == cmyk && first(bits, 1) != 8) {

@@ -256,6 +256,9 @@ TEST_F(PictureTest, ATiffIsReadRightOrRefusedByName) {
         {"-compress Zip -define tiff:rows-per-strip=8 -depth 16 -define tiff:endian=msb", ""},
         {"-orient LeftBottom", ""}, // its rows are columns, to be read from the bottom
         {"-channel A -evaluate set 60% -define tiff:alpha=associated", ""},
+        {"b.tif; LC_ALL=C sed 's/R\\x01\\x03\\x00\\x01\\x00\\x00\\x00\\x02/"
+         "S\\x01\\x03\\x00\\x01\\x00\\x00\\x00\\x04/' b.tif >a.tif; :",
+         ""}, // its numbers are of an undefined kind
         {"-define tiff:tile-geometry=32x32", "its TIFF is stored in tiles, .*: save it in strips"},
         {"-compress JPEG", "its TIFF is compressed by JPEG, .*"},
         {"-depth 16 -define quantum:format=floating-point -compress LZW", "its TIFF holds num.*"},
