@@ -92,6 +92,9 @@ public:
                         mPattern.file(1).string() + "' for one");
         }
         mInput.limits.isStopped = &mIsStopped; // a file of its may be a named pipe
+        mInput.limits.warn = [this, warn = input.limits.warn](const Error& left) {
+            warnOnce(warn, left);
+        };
         setFrameRate(mProperties, input);
         mProperties.kind = ClipKind::Sequence;
         mProperties.expected = countChosen();
@@ -122,6 +125,21 @@ public:
 private:
     bool exists(std::int64_t number) const {
         return std::binary_search(mNumbers.begin(), mNumbers.end(), number);
+    }
+
+    // All pictures may have large or damaged metadata: each kind is told of at the first one.
+    void warnOnce(const std::function<void(const Error&)>& warn, const Error& left) {
+        const auto* large = dynamic_cast<const ClipError*>(&left);
+        bool& isTold = large != nullptr ? mIsLargeTold : mIsDamagedTold;
+        if (!warn || std::exchange(isTold, true)) {
+            return;
+        }
+        const std::string text = left.what() + std::string(", and so on");
+        if (large != nullptr) {
+            warn(ClipError(large->reason(), large->settings(), text));
+        } else {
+            warn(Error(text));
+        }
     }
 
     // A picture that is held for the next number too is kept in memory: its file may have been
@@ -184,6 +202,7 @@ private:
     }
 
     std::atomic<bool> mIsStopped = false;
+    bool mIsLargeTold = false, mIsDamagedTold = false;
     ClipInput mInput;
     SequencePattern mPattern;
     std::vector<std::int64_t> mNumbers;

@@ -175,6 +175,18 @@ TEST_F(PictureTest, LimitsHoldBeforeAnythingIsUnpacked) {
         EXPECT_EQ(read.colorProfile.empty(), !isKept);
     }
     EXPECT_THAT(warnings, testing::ElementsAre(HasSubstr("a.png' texts or profiles beyond")));
+    // Of a sequence, once for all of its pictures.
+    fs::copy_file(path("a.png"), path("s.1.png"));
+    fs::copy_file(path("a.png"), path("s.2.png"));
+    ClipInput sequence;
+    sequence.file = path("s.%d.png");
+    sequence.limits = limits;
+    sequence.limits.metadata = 199;
+    const auto reader = openClip(sequence);
+    while (reader->next()) {
+    }
+    EXPECT_THAT(warnings,
+                testing::ElementsAre(testing::_, HasSubstr("s.1.png' texts or profiles beyond")));
     limits.pixels = 199;
     EXPECT_EQ(errorOf([&] { readPicture(path("a.png"), limits); }),
               "cannot read 'a.png': its 20x10 pixels are more than 199");
