@@ -30,7 +30,8 @@ protected:
     Result run(const std::string& command) const {
         const std::string whole =
             "export PROGRAM='" PRISMDRIFT_PROGRAM "' FAKE='--plugin " FAKE_EFFECT_FILE "' "
-            "FAILING='env ASAN_OPTIONS=verify_asan_link_order=0 LD_PRELOAD=" FAIL_CALLS_FILE "' "
+            "FAILING='env ASAN_OPTIONS=verify_asan_link_order=0:alloc_dealloc_mismatch=0 "
+            "LD_PRELOAD=" FAIL_CALLS_FILE "' "
             "FF='ffmpeg -v error -nostdin -y'; export SOURCE=\"$FF -f lavfi -i testsrc2\"; cd '" +
             mScratch.path().string() + "' && { " + command + "\n} >.out 2>.err </dev/null";
         std::ofstream(path(".command")) << whole;

@@ -168,13 +168,13 @@ TEST_F(Threads, DrawOnWhenSomeoneElseEndsTheDisplay) {
         SCOPED_TRACE(round);
         expectSoundFrame();
         std::thread([&] {
-            const IgnoredLeaks ofThisThread;
+            thread_local const IgnoredLeaks untilItsEnd;
             expectSoundFrame();
         }).join();
         ASSERT_TRUE(terminateCurrentDisplay());
         if (round == 1) {
             std::thread([&] {
-                const IgnoredLeaks ofThisThread;
+                thread_local const IgnoredLeaks untilItsEnd;
                 expectSoundFrame();
             }).join();
         }
