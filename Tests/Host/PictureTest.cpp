@@ -280,16 +280,16 @@ TEST_F(PictureTest, ATiffIsReadRightOrRefusedByName) {
          "the deco.*empty.*"},
     };
     for (const auto& [options, expected] : cases) {
+        SCOPED_TRACE(options);
         const bool isTurned = std::string(options).find("orient") != std::string::npos;
         shell("convert in.png " + std::string(isTurned ? "-rotate 90 " : "") +
               "-depth 8 -alpha set " + options + " a.tif");
         const std::string error = errorOf([&] {
             const World read = readPicture(path("a.tif")).world;
-            EXPECT_LE(difference(read, picture.world, false).second, 1) << options;
+            EXPECT_LE(difference(read, picture.world, false).second, 1);
         });
         EXPECT_THAT(error, testing::MatchesRegex(
-                               *expected ? std::string("cannot read 'a.tif': ") + expected : ""))
-            << options;
+                               *expected ? std::string("cannot read 'a.tif': ") + expected : ""));
     }
 }
 
