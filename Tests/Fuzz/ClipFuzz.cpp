@@ -3,6 +3,7 @@
 
 #include "Host/Library/Error.h"
 #include "Host/Media/Clip.h"
+#include "Tests/Fuzz/SmallLimits.h"
 #include "Tests/Fuzz/Target.h"
 
 #include <fcntl.h>
@@ -16,11 +17,6 @@ using namespace Vexorel::PrismDrift::Host;
 
 namespace {
 
-// Small, so that no frame takes long. Beside the limits, the largest piece of memory that FFmpeg's
-// libraries get.
-constexpr std::int64_t mostPixels = 1 << 16;
-constexpr std::int64_t mostMetadata = 1 << 14;
-constexpr std::size_t largestBlock = 2U << 20U;
 constexpr int mostItems = 12;
 
 enum Choice : unsigned {
@@ -42,7 +38,7 @@ void expectTimes(ClipReader& reader) {
 void expectFrame(const ClipFrame& frame, const ClipInput& input) {
     const auto& world = frame.picture.world;
     EXPECT_TRUE(world.width() > 0 && world.height() > 0);
-    EXPECT_LE(std::int64_t{world.width()} * world.height(), mostPixels);
+    EXPECT_LE(std::int64_t{world.width()} * world.height(), Fuzz::mostPixels);
     EXPECT_TRUE(frame.index >= 0 && input.frames.contains(frame.number));
     EXPECT_GT(frame.duration, 0);
     EXPECT_GE(depthOf(frame.picture), 1);
@@ -103,11 +99,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return 0;
     }
     const unsigned choices = data[size - 1];
-    av_max_alloc(largestBlock);
+    av_max_alloc(Fuzz::largestBlock);
     file.fill(data, size - 1);
     ClipInput input;
     input.file = file.path();
-    input.limits = {mostPixels, mostMetadata};
+    input.limits = {Fuzz::mostPixels, Fuzz::mostMetadata};
     if ((choices & chooseFrames) != 0) {
         input.frames = *FrameNumbers::parse("0,2-9x3");
     }

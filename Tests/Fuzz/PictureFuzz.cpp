@@ -2,6 +2,7 @@
 
 #include "Host/Library/Error.h"
 #include "Host/Media/Picture.h"
+#include "Tests/Fuzz/SmallLimits.h"
 #include "Tests/Fuzz/Target.h"
 
 #include <cstring>
@@ -14,12 +15,6 @@ extern "C" {
 using namespace Vexorel::PrismDrift::Host;
 
 namespace {
-
-// Small, so that no picture takes long. Beside the limits, the largest piece of memory that
-// FFmpeg's libraries get.
-constexpr std::int64_t mostPixels = 1 << 16;
-constexpr std::int64_t mostMetadata = 1 << 14;
-constexpr std::size_t largestBlock = 2U << 20U;
 
 // Without `hidden`, the colour of what is fully transparent may differ.
 void expectEqualPixels(const World& left, const World& right, bool hidden) {
@@ -64,11 +59,11 @@ void expectRoundTrip(const Picture& picture, const std::string& ending) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static Fuzz::MemoryFile file;
-    av_max_alloc(largestBlock);
+    av_max_alloc(Fuzz::largestBlock);
     file.fill(data, size);
     std::optional<Picture> picture;
     try {
-        picture = readPicture(file.path(), {mostPixels, mostMetadata});
+        picture = readPicture(file.path(), {Fuzz::mostPixels, Fuzz::mostMetadata});
     } catch (const Error& error) {
         EXPECT_EQ(std::string_view(error.what()).rfind("cannot read '", 0), 0U) << error.what();
         return 0;
@@ -76,8 +71,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return 0;
     }
     EXPECT_TRUE(picture->world.width() > 0 && picture->world.height() > 0);
-    EXPECT_LE(std::int64_t{picture->world.width()} * picture->world.height(), mostPixels);
-    EXPECT_LE(picture->colorProfile.size(), std::size_t{mostMetadata});
+    EXPECT_LE(std::int64_t{picture->world.width()} * picture->world.height(), Fuzz::mostPixels);
+    EXPECT_LE(picture->colorProfile.size(), std::size_t{Fuzz::mostMetadata});
     EXPECT_TRUE(depthOf(*picture) >= 1 && depthOf(*picture) <= 64) << depthOf(*picture);
     constexpr int small = 32;
     if (picture->world.width() <= small && picture->world.height() <= small) {
