@@ -84,23 +84,6 @@ void main()
 }
 )";
 
-struct Multipliers {
-    float r, g, b;
-};
-
-/// The factor of the shift distance for each channel.
-Multipliers multipliersOf(ChannelOrder order) {
-    static constexpr std::array<Multipliers, 6> table{
-        {{-1, 0, 1}, {-1, 1, 0}, {0, -1, 1}, {1, -1, 0}, {0, 1, -1}, {1, 0, -1}}};
-    const bool known = order >= RGB && order <= BGR;
-    return known ? table[static_cast<std::size_t>(order)] : Multipliers{1, 1, 1};
-}
-
-/// The source is read at the inverse of the scale, and at a single point for a scale of 0.
-double inverseScale(double scale) {
-    return scale == 0.0 ? 0.0 : static_cast<double>(static_cast<float>(1.0 / scale));
-}
-
 void sendTransform(const OpenglShader& shader, const char* name, const Affine& t) {
     const std::array<float, 6> elements{static_cast<float>(t.a), static_cast<float>(t.b),
                                         static_cast<float>(t.c), static_cast<float>(t.d),
@@ -121,19 +104,12 @@ PrismDriftRender::~PrismDriftRender() {
 }
 
 void PrismDriftRender::composeTransform() {
-    const Multipliers multipliers = multipliersOf(mOrder);
     const AEOpenglMainFrameBuffer& frame = *AEOpenglMainFrameBuffer::mainFrameBuffer();
-    const Vec2 centre(static_cast<float>(frame.width()) * 0.5F,
-                      static_cast<float>(frame.height()) * 0.5F);
-    const auto compose = [&](Affine& transform, float multiplier, double scale) {
-        Vec2 offset(multiplier * mShiftDistance, 0.0);
-        offset.rotate(mShiftAngle);
-        const double inverse = inverseScale(scale);
-        transform.set(centre, centre + offset, Vec2(inverse, inverse), 0.0);
-    };
-    compose(mRTransform, multipliers.r, mChannelScale.x);
-    compose(mGTransform, multipliers.g, mChannelScale.y);
-    compose(mBTransform, multipliers.b, mChannelScale.z);
+    const Vec2 centre = centreOf(frame.width(), frame.height());
+    const auto [r, g, b] = shiftFactors(mOrder);
+    mRTransform = channelTransform(r, mShiftDistance, mShiftAngle, mChannelScale.x, centre);
+    mGTransform = channelTransform(g, mShiftDistance, mShiftAngle, mChannelScale.y, centre);
+    mBTransform = channelTransform(b, mShiftDistance, mShiftAngle, mChannelScale.z, centre);
 }
 
 void PrismDriftRender::draw(unsigned int texture, float multiplier) {

@@ -2,19 +2,14 @@
 
 /// The effect's renderer: it finds where each colour channel is read, and draws the frame.
 
+#include "PrismDrift/Sources/ChannelTransforms.h"
 #include "Shared/GL/OpenglShader.h"
 #include "Shared/GL/PerContextName.h"
-#include "Shared/Math/Affine.h"
 #include "Shared/Math/Vec3.h"
 
-#include <cstdint>
 #include <memory>
 
 namespace Vexorel::PrismDrift {
-
-/// Which channel moves against the shift (the first letter), stays (the second) and moves with it
-/// (the third). Any other value moves all three with it.
-enum ChannelOrder : std::int32_t { RGB = 0, RBG = 1, GRB = 2, GBR = 3, BRG = 4, BGR = 5 };
 
 /// The setters store the values of one frame, and draw() uses them. Positions are pixels of the
 /// frame buffer, with y in the order of the host's rows, so a positive angle turns from +x towards
