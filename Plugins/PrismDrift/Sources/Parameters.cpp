@@ -87,10 +87,6 @@ private:
     PF_Err mErr = PF_Err_NONE;
 };
 
-float hundredth(double percent) {
-    return static_cast<float>(percent / 100.0);
-}
-
 } // namespace
 
 PF_Err publishParameters(const PF_InData* in_data, PF_OutData* out_data) {
@@ -132,16 +128,14 @@ PF_Err readParameters(const PF_InData* in_data, FrameParameters& values) {
     return reader.err();
 }
 
-void applyParameters(const PF_InData* in_data, const FrameParameters& values,
+void applyParameters(const PF_InData* in_data, const FrameParameters& parameters,
                      PrismDriftRender& renderer) {
-    const auto downsample = static_cast<float>(in_data->downsample_x.den);
-    renderer.setOrder(static_cast<ChannelOrder>(values.order));
-    renderer.setShiftDistance(values.distance / downsample);
-    renderer.setShiftAngle(static_cast<float>(static_cast<double>(values.angle) / 65536.0));
-    renderer.setChannelOpacity(hundredth(values.lightness[0]), hundredth(values.lightness[1]),
-                               hundredth(values.lightness[2]));
-    renderer.setChannelScale(hundredth(values.scale[0]), hundredth(values.scale[1]),
-                             hundredth(values.scale[2]));
+    const ChannelValues values = channelValues(parameters, in_data->downsample_x.den);
+    renderer.setOrder(values.order);
+    renderer.setShiftDistance(values.distance);
+    renderer.setShiftAngle(values.angle);
+    renderer.setChannelOpacity(values.lightness[0], values.lightness[1], values.lightness[2]);
+    renderer.setChannelScale(values.scale[0], values.scale[1], values.scale[2]);
 }
 
 } // namespace Vexorel::PrismDrift
