@@ -1,0 +1,228 @@
+#include "Host/Software/FramePlan.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+
+namespace Vexorel::PrismDrift::Host {
+namespace {
+
+// Vector code reads whole vectors, also at the end of a table.
+constexpr std::size_t slack = 256;
+
+// One axis of a channel's transform: the place of a pixel is factor * (its middle) + offset.
+struct Line {
+    double factor, other, offset; // `other` is the part of the other axis: nothing, or NaN
+};
+
+// The steps of the plug-in's shader, in single precision, and of the texture unit behind it.
+struct ShaderSteps {
+    static double placeOf(const Line& line, int pixel, int size) {
+        const auto length = static_cast<float>(size);
+        const float middle = static_cast<float>(pixel) + 0.5F;
+        const float place = static_cast<float>(line.factor) * middle +
+                            static_cast<float>(line.other) + static_cast<float>(line.offset);
+        const float part = place / length;
+        return (part - std::floor(part)) * length - 0.5F;
+    }
+};
+
+struct ExactSteps {
+    static double placeOf(const Line& line, int pixel, int size) {
+        const double place = line.factor * (pixel + 0.5) + line.other + line.offset;
+        return place - std::floor(place / size) * size - 0.5;
+    }
+};
+
+// In units of `one`.
+template <typename Share>
+constexpr double one = 1.0;
+template <>
+constexpr double one<std::int16_t> = 32768.0;
+
+template <typename Share>
+Share shareFrom(double units) {
+    return static_cast<Share>(units);
+}
+
+double unitsOf(double fraction, std::int16_t /*share*/) {
+    return std::round(fraction * one<std::int16_t>);
+}
+
+double unitsOf(double fraction, float /*share*/) {
+    return static_cast<double>(static_cast<float>(fraction));
+}
+
+// Puts the pixel between two neighbours. There are none beyond the edges: the edge pixel alone
+// counts there. A place that is no number is the far edge, as drivers have it.
+template <typename Share>
+void put(double place, int size, std::size_t pixel, Axis<Share>& axis) {
+    const double last = size - 1;
+    const double at = std::isnan(place) ? last : std::clamp(place, 0.0, last);
+    double first = std::floor(at);
+    double units = unitsOf(at - first, Share{});
+    if (units >= one<Share>) {
+        ++first;
+        units = 0;
+    }
+    axis.first[pixel] = static_cast<std::int32_t>(first);
+    axis.share[pixel] = shareFrom<Share>(units);
+}
+
+template <typename Steps, typename Share>
+Axis<Share> axisOf(const Line& line, int size, int count) {
+    Axis<Share> axis;
+    axis.first.resize(static_cast<std::size_t>(count));
+    axis.share.resize(static_cast<std::size_t>(count) + slack);
+    for (int i = 0; i < count; ++i) {
+        const bool isUnmoved = line.factor == 1.0 && line.offset == 0.0;
+        put(isUnmoved ? i : Steps::placeOf(line, i, size), size, static_cast<std::size_t>(i), axis);
+    }
+    return axis;
+}
+
+// Single precision leaves a shift by whole pixels with traces of the neighbours. Up to this share
+// they are too small to be seen in bytes: together below an eighth of a level.
+constexpr std::int16_t trace(std::int16_t /*share*/) {
+    return 8;
+}
+constexpr float trace(float /*share*/) {
+    return 0.0F;
+}
+
+template <typename Share>
+bool isTrace(Share share) {
+    const double units = share;
+    return units <= trace(Share{}) || units >= one<Share> - trace(Share{});
+}
+
+template <typename Share>
+void removeTraces(Axis<Share>& axis, int size) {
+    for (std::size_t i = 0; i < axis.first.size(); ++i) {
+        const bool isNext = axis.share[i] > trace(Share{});
+        axis.first[i] = std::min(axis.first[i] + (isNext ? 1 : 0), size - 1);
+        axis.share[i] = 0;
+    }
+}
+
+template <typename Mixing>
+void findWhole(ChannelPlan<Mixing>& plan, int width, int height) {
+    const auto isAll = [](const auto& shares) {
+        return std::all_of(shares.begin(), shares.end(), [](auto share) { return isTrace(share); });
+    };
+    plan.isWhole = isAll(plan.columns.share) && isAll(plan.rows.share);
+    if (plan.isWhole) {
+        removeTraces(plan.columns, width);
+        removeTraces(plan.rows, height);
+    }
+}
+
+std::vector<std::int32_t> stretchesOf(const std::vector<std::int32_t>& first) {
+    std::vector<std::int32_t> stretches{0};
+    const std::size_t most = first.size() / 64 + 3;
+    for (std::size_t x = 1; x < first.size() && stretches.size() < most; ++x) {
+        if (first[x] != first[x - 1] + 1) {
+            stretches.push_back(static_cast<std::int32_t>(x));
+        }
+    }
+    if (stretches.size() == most) {
+        return {};
+    }
+    stretches.push_back(static_cast<std::int32_t>(first.size()));
+    return stretches;
+}
+
+// Of values of `bytes` each.
+Lookup lookupOf(const std::int32_t* first, std::size_t count, std::size_t bytes) {
+    const std::size_t lanes = Lookup().near.size() / bytes;
+    const auto [least, most] = std::minmax_element(first, first + count);
+    Lookup lookup;
+    if (static_cast<std::size_t>(*most - *least) >= 2 * lanes) {
+        return lookup;
+    }
+    lookup.base = *least;
+    for (std::size_t i = 0; i < lanes * bytes; ++i) {
+        const std::size_t lane = std::min(i / bytes, count - 1);
+        const auto place = static_cast<std::size_t>(first[lane] - *least);
+        const auto byte = static_cast<std::uint8_t>(place % lanes * bytes + i % bytes);
+        constexpr std::uint8_t none = 0x80;
+        lookup.near.at(i) = place < lanes ? byte : none;
+        lookup.far.at(i) = place < lanes ? none : byte;
+    }
+    return lookup;
+}
+
+template <typename Mixing>
+void findColumns(ChannelPlan<Mixing>& plan) {
+    const std::vector<std::int32_t>& first = plan.columns.first;
+    plan.stretches = stretchesOf(first);
+    if (!plan.stretches.empty()) {
+        return;
+    }
+    constexpr std::size_t bytes = sizeof(typename Mixing::Value);
+    constexpr std::size_t lanes = Lookup().near.size() / bytes;
+    for (std::size_t x = 0; x < first.size(); x += lanes) {
+        plan.lookups.push_back(
+            lookupOf(first.data() + x, std::min(lanes, first.size() - x), bytes));
+    }
+}
+
+template <typename Mixing>
+void setLightness(ChannelPlan<Mixing>& plan, float lightness) {
+    using Share = typename Mixing::Share;
+    constexpr double most = one < Share >> 1.0 ? one<Share> - 1.0 : 1.0;
+    plan.tint = lightness >= 0.0F ? Mixing::white : typename Mixing::Value{0};
+    plan.lightness =
+        shareFrom<Share>(std::min(unitsOf(std::abs(double{lightness}), Share{}), most));
+}
+
+template <typename Share>
+bool isInPlace(const Axis<Share>& axis) {
+    for (std::size_t i = 0; i < axis.first.size(); ++i) {
+        if (axis.first[i] != static_cast<std::int32_t>(i)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+template <typename Mixing, typename Steps>
+FramePlan<Mixing> planFrame(const ChannelValues& values, int width, int height, int columns,
+                            int rows) {
+    using Share = typename Mixing::Share;
+    FramePlan<Mixing> plan;
+    plan.isNeutral = true;
+    const std::array<float, 3> factors = shiftFactors(values.order);
+    for (std::size_t i = 0; i < plan.channels.size(); ++i) {
+        const Affine t = channelTransform(factors[i], values.distance, values.angle,
+                                          double{values.scale[i]}, centreOf(width, height));
+        constexpr double middle = 0.5;
+        ChannelPlan<Mixing>& channel = plan.channels[i];
+        channel.columns = axisOf<Steps, Share>({t.a, t.c * middle, t.e}, width, columns);
+        channel.rows = axisOf<Steps, Share>({t.d, t.b * middle, t.f}, height, rows);
+        findWhole(channel, width, height);
+        findColumns(channel);
+        setLightness(channel, values.lightness[i]);
+        plan.isNeutral = plan.isNeutral && channel.isWhole && channel.lightness == Share{0} &&
+                         isInPlace(channel.columns) && isInPlace(channel.rows);
+    }
+    return plan;
+}
+
+} // namespace
+
+FramePlan<ByteMixing> planBytes(const ChannelValues& values, int width, int height, int columns,
+                                int rows) {
+    return planFrame<ByteMixing, ShaderSteps>(values, width, height, columns, rows);
+}
+
+template <int Full>
+FramePlan<FloatMixing<Full>> planFloats(const ChannelValues& values, int width, int height,
+                                        int columns, int rows) {
+    return planFrame<FloatMixing<Full>, ExactSteps>(values, width, height, columns, rows);
+}
+
+template FramePlan<FloatMixing<1>> planFloats<1>(const ChannelValues&, int, int, int, int);
+template FramePlan<FloatMixing<32768>> planFloats<32768>(const ChannelValues&, int, int, int, int);
+
+} // namespace Vexorel::PrismDrift::Host
