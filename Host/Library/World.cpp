@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <string>
+#include <utility>
 
 namespace Vexorel::PrismDrift::Host {
 namespace {
@@ -49,6 +50,18 @@ World::World(int width, int height, PF_PixelFormat format) : mFormat(format) {
     mLayer.rowbytes = static_cast<std::int32_t>(rowBytes);
     mLayer.width = width;
     mLayer.height = height;
+}
+
+World::World(World&& other) noexcept
+    : mMemory(std::move(other.mMemory)),
+      mLayer(std::exchange(other.mLayer, {})),
+      mFormat(other.mFormat) {}
+
+World& World::operator=(World&& other) noexcept {
+    mMemory = std::move(other.mMemory);
+    mLayer = std::exchange(other.mLayer, {});
+    mFormat = other.mFormat;
+    return *this;
 }
 
 std::size_t World::pixelBytes() const {

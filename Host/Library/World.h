@@ -14,12 +14,15 @@ namespace Vexorel::PrismDrift::Host {
 /// The longest side of a world, in pixels.
 constexpr int largestSide = 65535;
 
-/// Owns its pixels. Moved, not copied.
+/// Owns its pixels. Moved, not copied; a world that was moved from has no pixels.
 class World {
 public:
     /// All bytes are zero. Throws Error for a side below 0 or above `largestSide`, for an unknown
     /// format, and for too little memory.
     World(int width, int height, PF_PixelFormat format = PF_PixelFormat_ARGB32);
+    World(World&& other) noexcept;
+    World& operator=(World&& other) noexcept;
+    ~World() = default;
 
     int width() const { return mLayer.width; }
     int height() const { return mLayer.height; }
