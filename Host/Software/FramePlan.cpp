@@ -192,6 +192,8 @@ FramePlan<Mixing> planFrame(const ChannelValues& values, int width, int height, 
     using Share = typename Mixing::Share;
     FramePlan<Mixing> plan;
     plan.isNeutral = true;
+    constexpr double large = 16 << 20;
+    plan.isLarge = 4.0 * sizeof(typename Mixing::Value) * columns * rows >= large;
     const std::array<float, 3> factors = shiftFactors(values.order);
     for (std::size_t i = 0; i < plan.channels.size(); ++i) {
         const Affine t = channelTransform(factors[i], values.distance, values.angle,

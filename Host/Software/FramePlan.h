@@ -68,6 +68,8 @@ struct FramePlan {
     std::array<ChannelPlan<Mixing>, 3> channels; ///< red, green, blue
     /// Whether all channels are where they were and as they were.
     bool isNeutral = false;
+    /// Whether the frame is larger than caches are, so that writing past them saves time.
+    bool isLarge = false;
 };
 
 /// For a frame of this size, of which `columns` times `rows` pixels are drawn.

@@ -4,6 +4,7 @@
 #include "Host/Software/RowSteps.h"
 #include "Host/Software/ValueSteps.h"
 
+#include <hwy/cache_control.h>
 #include <string>
 
 #undef HWY_TARGET_INCLUDE
@@ -173,25 +174,59 @@ auto lookedUp(const Lookup& lookup, const Value* group) {
                               hn::TableLookupBytesOr0(far, hn::LoadU(bytes, lookup.far.data()))));
 }
 
+// Values from anywhere in a row, one after the other.
+template <class Mixing>
+void mixSingly(const ChannelPlan<Mixing>& plan, const typename Mixing::Value* row,
+               std::size_t begin, std::size_t end, typename Mixing::Value* to) {
+    for (std::size_t x = begin; x < end; ++x) {
+        const typename Mixing::Value* first = row + plan.columns.first[x];
+        to[x] = mixNeighbours(first[0], first[1], plan.columns.share[x]);
+    }
+}
+
+template <int Full>
+void mixScattered(const ChannelPlan<FloatMixing<Full>>& plan, const float* row, std::size_t begin,
+                  std::size_t end, float* to) {
+    mixSingly(plan, row, begin, end, to);
+}
+
+// Two neighbouring values are fetched as one number of 32 bits where a unit has an instruction for
+// eight of these.
+inline void mixScattered(const ChannelPlan<ByteMixing>& plan, const std::int16_t* row,
+                         std::size_t begin, std::size_t end, std::int16_t* to) {
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3
+    const hn::FixedTag<std::int32_t, 8> d32;
+    const hn::FixedTag<std::int16_t, 8> d16;
+    if (end - begin == hn::Lanes(d16)) {
+        const auto firsts = hn::LoadU(d32, plan.columns.first.data() + begin);
+        const auto pairs = hn::GatherOffset(d32, reinterpret_cast<const std::int32_t*>(row),
+                                            hn::ShiftLeft<1>(firsts));
+        const auto first = hn::DemoteTo(d16, hn::ShiftRight<16>(hn::ShiftLeft<16>(pairs)));
+        const auto second = hn::DemoteTo(d16, hn::ShiftRight<16>(pairs));
+        const auto shares = hn::LoadU(d16, plan.columns.share.data() + begin);
+        hn::StoreU(mixLanes(d16, first, second, shares, ByteMixing()), d16, to + begin);
+        return;
+    }
+#endif
+    mixSingly(plan, row, begin, end, to);
+}
+
 template <class Mixing>
 void mixLookups(const ChannelPlan<Mixing>& plan, const typename Mixing::Value* row,
                 std::size_t count, typename Mixing::Value* to) {
     using Value = typename Mixing::Value;
     const hn::FixedTag<Value, 16 / sizeof(Value)> d;
-    const auto& [firsts, shares] = plan.columns;
     std::size_t x = 0;
     for (const Lookup& lookup : plan.lookups) {
         const std::size_t end = HWY_MIN(x + hn::Lanes(d), count);
         if (lookup.base == Lookup::scattered) {
-            for (std::size_t i = x; i < end; ++i) {
-                const Value* first = row + firsts[i];
-                to[i] = mixNeighbours(first[0], first[1], shares[i]);
-            }
+            mixScattered(plan, row, x, end, to);
         } else {
             const Value* group = row + lookup.base;
-            hn::StoreU(mixNeighbourLanes(d, lookedUp(lookup, group), lookedUp(lookup, group + 1),
-                                         hn::LoadU(d, shares.data() + x), Mixing()),
-                       d, to + x);
+            const auto shares = hn::LoadU(d, plan.columns.share.data() + x);
+            const auto mixed = mixNeighbourLanes(d, lookedUp(lookup, group),
+                                                 lookedUp(lookup, group + 1), shares, Mixing());
+            hn::StoreU(mixed, d, to + x);
         }
         x = end;
     }
@@ -308,7 +343,7 @@ private:
 };
 
 inline void putVectors(const LightRows<ByteMixing, PixelValueTag>& rows, const std::uint8_t* source,
-                       std::size_t x, std::uint8_t* to) {
+                       std::size_t x, std::uint8_t* to, bool /*isStreamed*/) {
     storePixels(pixelsFrom(pixelsAt(source, x), rows.red(x), rows.green(x), rows.blue(x)), to, x);
 }
 
@@ -322,7 +357,8 @@ inline hn::Vec<WordTag> wordLanes(hn::Vec<FloatTag> values) {
 }
 
 inline void putVectors(const LightRows<FloatMixing<32768>, FloatTag>& rows,
-                       const std::uint8_t* source, std::size_t x, std::uint8_t* to) {
+                       const std::uint8_t* source, std::size_t x, std::uint8_t* to,
+                       bool /*isStreamed*/) {
     const WordTag d;
     hn::Vec<WordTag> a, r, g, b;
     hn::LoadInterleaved4(d, reinterpret_cast<const std::uint16_t*>(source) + x * 4, a, r, g, b);
@@ -331,12 +367,17 @@ inline void putVectors(const LightRows<FloatMixing<32768>, FloatTag>& rows,
 }
 
 inline void putVectors(const LightRows<FloatMixing<1>, FloatTag>& rows, const std::uint8_t* source,
-                       std::size_t x, std::uint8_t* to) {
+                       std::size_t x, std::uint8_t* to, bool isStreamed) {
     const FloatTag d;
     hn::Vec<FloatTag> a, r, g, b;
     hn::LoadInterleaved4(d, reinterpret_cast<const float*>(source) + x * 4, a, r, g, b);
+    auto* const place = reinterpret_cast<float*>(to) + x * 4;
+    HWY_ALIGN float pixels[4 * hn::MaxLanes(d)];
     hn::StoreInterleaved4(a, rows.red(x), rows.green(x), rows.blue(x), d,
-                          reinterpret_cast<float*>(to) + x * 4);
+                          isStreamed ? pixels : place);
+    for (std::size_t i = 0; isStreamed && i < 4 * hn::Lanes(d); i += hn::Lanes(d)) {
+        hn::Stream(hn::Load(d, pixels + i), d, place + i);
+    }
 }
 
 template <class Mixing, class D>
@@ -344,8 +385,13 @@ void put(const FramePlan<Mixing>& plan, const std::array<const typename Mixing::
          const std::uint8_t* source, std::size_t count, std::uint8_t* to) {
     const LightRows<Mixing, D> light(plan, rows);
     const std::size_t whole = inVectors(D(), count);
+    constexpr std::size_t alignment = 64;
+    const bool isStreamed = plan.isLarge && reinterpret_cast<std::uintptr_t>(to) % alignment == 0;
     for (std::size_t x = 0; x < whole; x += hn::Lanes(D())) {
-        putVectors(light, source, x, to);
+        putVectors(light, source, x, to, isStreamed);
+    }
+    if (isStreamed) {
+        hwy::FlushStream();
     }
     for (std::size_t x = whole; x < count; ++x) {
         putLightened(plan, rows, source, x, to);
