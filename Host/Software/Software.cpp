@@ -95,7 +95,8 @@ void renderInSoftware(const World& input, World& output, const SoftwareSettings&
 }
 
 std::string softwareUnit() {
-    return vectorSteps().unit;
+    const std::string unit = vectorSteps().unit;
+    return unit.rfind("AVX3", 0) == 0 ? "AVX-512" : unit; // the vector library's name for it
 }
 
 } // namespace Vexorel::PrismDrift::Host

@@ -44,7 +44,8 @@ void renderInSoftware(const PF_LayerDef& input, const PF_LayerDef& output, PF_Pi
 /// publishes, recognised by their numbers and kinds; throws Error for another effect's.
 SoftwareSettings softwareSettings(const ParameterValues& values, const FrameSettings& frame);
 
-/// The vector unit that frames are drawn with here, such as "AVX2", and "no vector unit" for none.
+/// The vector unit that frames are drawn with here, such as "AVX2" or "AVX-512"; "no vector unit"
+/// for none.
 std::string softwareUnit();
 
 } // namespace Vexorel::PrismDrift::Host
