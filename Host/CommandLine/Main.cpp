@@ -5,8 +5,8 @@
 #include "Host/CommandLine/ClipErrorText.h"
 #include "Host/CommandLine/Interruption.h"
 #include "Host/CommandLine/MemoryWatch.h"
+#include "Host/CommandLine/ModuleSearch.h"
 #include "Host/CommandLine/ParseLine.h"
-#include "Host/CommandLine/PluginSearch.h"
 #include "Host/CommandLine/Preset.h"
 #include "Host/CommandLine/Progress.h"
 #include "Host/CommandLine/RenderClip.h"
@@ -41,18 +41,9 @@ enum ExitStatus { Done = 0, CouldNot = 1, WrongUsage = 2 };
 
 // The plug-in to use, or an error that says where one was looked for.
 std::filesystem::path pluginFor(const ParsedLine& line) {
-    if (line.has("--plugin")) {
-        return line.last("--plugin");
-    }
-    const PluginSearch search = findPlugin();
-    if (search.found) {
-        return *search.found;
-    }
-    std::string text = "the plug-in was not found; looked for";
-    for (const auto& place : search.looked) {
-        text += (place == search.looked.front() ? " '" : ", '") + place.string() + "'";
-    }
-    throw Host::Error(text + "; --plugin FILE names another");
+    return line.has("--plugin")
+               ? std::filesystem::path(line.last("--plugin"))
+               : findModule("PrismDrift.so", "the plug-in", "; --plugin FILE names another");
 }
 
 // The text of --help or --version. Without a plug-in it says why its part is missing.

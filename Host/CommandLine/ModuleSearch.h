@@ -1,0 +1,16 @@
+#pragma once
+
+/// Where the program looks for the files that it loads while it runs.
+
+#include <filesystem>
+#include <string>
+
+namespace Vexorel::PrismDrift::CommandLine {
+
+/// A file beside the program, in ../lib/prismdrift seen from there (an installed tree), or in the
+/// build tree that the program was made in. Throws Error, which says that `what` was not found and
+/// where it was looked for, and ends in `advice`.
+std::filesystem::path findModule(const std::string& name, const std::string& what,
+                                 const std::string& advice = "");
+
+} // namespace Vexorel::PrismDrift::CommandLine
