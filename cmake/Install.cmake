@@ -8,9 +8,9 @@ if(NOT TARGET prismdrift)
   return()
 endif()
 
-# The program looks for its plug-in in ../lib/prismdrift seen from itself, on every system.
+# The program looks for its modules in ../lib/prismdrift seen from itself, on every system.
 install(TARGETS prismdrift RUNTIME DESTINATION bin)
-install(TARGETS PrismDrift LIBRARY DESTINATION lib/prismdrift)
+install(TARGETS PrismDrift prismdrift_media_module LIBRARY DESTINATION lib/prismdrift)
 
 install(FILES Completions/prismdrift.bash
         DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions"

@@ -101,8 +101,13 @@ void checkPipes(const Arguments& arguments) {
     }
 }
 
-// What is wrong with every file is wrong usage.
+// What is wrong with every file is wrong usage. Where no input is named or described there is
+// nothing to check, and no need to load what would.
 void checkInput(const Host::ClipInput& input) {
+    if (input.file.empty() && input.format.empty() && input.videoSize.empty() &&
+        input.pixelFormat.empty() && input.frameRate.empty()) {
+        return;
+    }
     try {
         Host::checkClipInput(input);
     } catch (const Host::Error& error) {

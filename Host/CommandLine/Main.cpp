@@ -31,6 +31,7 @@
 #include <malloc.h>
 #include <memory>
 #include <new>
+#include <stdexcept>
 #include <string_view>
 #include <unistd.h>
 
@@ -52,7 +53,7 @@ std::string information(const ParsedLine& line) {
     std::string missing;
     try {
         effect = std::make_unique<Host::HostedEffect>(pluginFor(line));
-    } catch (const Host::Error& error) {
+    } catch (const std::runtime_error& error) {
         missing = error.what();
     }
     if (!line.has("--help")) {

@@ -1,6 +1,6 @@
 #include "Host/CommandLine/ModuleSearch.h"
 
-#include "Host/Library/Error.h"
+#include <stdexcept>
 
 namespace Vexorel::PrismDrift::CommandLine {
 
@@ -17,7 +17,7 @@ std::filesystem::path findModule(const std::string& name, const std::string& wha
         }
         looked += (looked.empty() ? "'" : ", '") + file.string() + "'";
     }
-    throw Host::Error(what + " was not found; looked for " + looked + advice);
+    throw std::runtime_error(what + " was not found; looked for " + looked + advice);
 }
 
 } // namespace Vexorel::PrismDrift::CommandLine

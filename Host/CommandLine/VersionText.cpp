@@ -3,6 +3,8 @@
 #include "Host/Library/GraphicsDriver.h"
 #include "Host/Media/Versions.h"
 
+#include <stdexcept>
+
 namespace Vexorel::PrismDrift::CommandLine {
 namespace {
 
@@ -12,6 +14,14 @@ std::string effectLine(const Host::HostedEffect* effect, const std::string& whyN
     }
     const std::string about = effect->about();
     return "effect: " + about.substr(0, about.find('\n'));
+}
+
+std::string librariesLine() {
+    try {
+        return "FFmpeg libraries: " + Host::mediaVersions();
+    } catch (const std::runtime_error& error) {
+        return std::string("no FFmpeg libraries: ") + error.what();
+    }
 }
 
 std::string driverLine() {
@@ -25,8 +35,8 @@ std::string driverLine() {
 } // namespace
 
 std::string versionText(const Host::HostedEffect* effect, const std::string& whyNot) {
-    return "prismdrift " PRISMDRIFT_VERSION "\n" + effectLine(effect, whyNot) +
-           "\nFFmpeg libraries: " + Host::mediaVersions() + "\n" + driverLine() + "\n";
+    return "prismdrift " PRISMDRIFT_VERSION "\n" + effectLine(effect, whyNot) + "\n" +
+           librariesLine() + "\n" + driverLine() + "\n";
 }
 
 } // namespace Vexorel::PrismDrift::CommandLine

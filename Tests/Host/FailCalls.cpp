@@ -5,9 +5,9 @@
 //   FAIL_AT      the number of the call that fails, from 1; of all of them where it is missing;
 //   FAIL_COUNT   a file that gets the number of calls there were when the program ends;
 //   FAIL_TRACE   anything, for the stack of the call that fails on standard error.
-// Of memory, the allocations of FFmpeg's libraries count; of new, those in the program's own code;
-// of find, seeks in files that are only read, and of seek those in others. Of a crash it says which
-// library it is in.
+// Of memory, the allocations of FFmpeg's libraries count; of new, those in the code of the program
+// and of its media module; of find, seeks in files that are only read, and of seek those in others.
+// Of a crash it says which library it is in.
 
 #include <array>
 #include <atomic>
@@ -44,19 +44,19 @@ struct Code {
         return address >= begin && address < end;
     }
 };
-Code program, libavutil;
+Code program, module, libavutil;
 
 int findCode(dl_phdr_info* info, std::size_t /*size*/, void* /*data*/) {
-    const bool isProgram = *info->dlpi_name == '\0';
-    if (!isProgram && std::strstr(info->dlpi_name, "libavutil") == nullptr) {
-        return 0;
-    }
-    Code& code = isProgram ? program : libavutil;
-    for (int i = 0; i < info->dlpi_phnum; ++i) {
+    const auto isNamed = [&](const char* name) { return std::strstr(info->dlpi_name, name); };
+    Code* const code = *info->dlpi_name == '\0'      ? &program
+                       : isNamed("prismdrift_media") ? &module
+                       : isNamed("libavutil")        ? &libavutil
+                                                     : nullptr;
+    for (int i = 0; code != nullptr && i < info->dlpi_phnum; ++i) {
         const ElfW(Phdr)& part = info->dlpi_phdr[i];
         if (part.p_type == PT_LOAD && (part.p_flags & PF_X) != 0) {
-            code.begin = info->dlpi_addr + part.p_vaddr;
-            code.end = code.begin + part.p_memsz;
+            code->begin = info->dlpi_addr + part.p_vaddr;
+            code->end = code->begin + part.p_memsz;
         }
     }
     return 0;
@@ -159,7 +159,9 @@ Function* real(const char* name) {
     }()))
 #define FAILS_FROM_LIBAVUTIL                                                                       \
     (isFromLibavutil(__builtin_return_address(0)) && fails("memory", ENOMEM))
-#define FAILS_IN(code, name) ((code).holds(__builtin_return_address(0)) && fails(name, ENOMEM))
+#define FAILS_IN_OWN_CODE(name)                                                                    \
+    ((program.holds(__builtin_return_address(0)) || module.holds(__builtin_return_address(0))) &&  \
+     fails(name, ENOMEM))
 
 EXPORTED int posix_memalign(void** memory, std::size_t alignment, std::size_t size) noexcept {
     return FAILS_FROM_LIBAVUTIL ? ENOMEM : REAL(posix_memalign)(memory, alignment, size);
@@ -170,8 +172,14 @@ EXPORTED void* realloc(void* memory, std::size_t size) noexcept {
 }
 
 __attribute__((visibility("default"))) void* operator new(std::size_t size) {
-    void* const memory = FAILS_IN(program, "new") ? nullptr : std::malloc(size);
+    void* const memory = FAILS_IN_OWN_CODE("new") ? nullptr : std::malloc(size);
     return memory != nullptr ? memory : throw std::bad_alloc();
+}
+
+EXPORTED void* dlopen(const char* name, int flags) noexcept {
+    void* const library = REAL(dlopen)(name, flags);
+    dl_iterate_phdr(&findCode, nullptr);
+    return library;
 }
 
 EXPORTED ssize_t read(int file, void* bytes, std::size_t size) {
