@@ -87,6 +87,32 @@ TEST_F(CommandLineTest, ThePluginIsFoundBesideAndInAnInstalledTree) {
     }
 }
 
+TEST_F(CommandLineTest, TheLibrariesOfPicturesAreLoadedWhenAPictureIs) {
+    fs::create_directories(path("tree/bin"));
+    fs::create_directories(path("tree/lib/prismdrift"));
+    fs::copy_file(PRISMDRIFT_PROGRAM, path("tree/bin/prismdrift"));
+    const std::string own = path("tree/bin/prismdrift").string();
+    std::ofstream(path("script.js")) << "1";
+    for (const char* line : {" --help", " --script script.js", " $FAKE --list-parameters",
+                             " $FAKE --about", " $FAKE --save-preset -"}) {
+        EXPECT_EQ(run(own + line).errors, "") << line;
+    }
+    EXPECT_THAT(run(own + " --version").output, HasSubstr("no FFmpeg libraries: the module"));
+    const fs::path module = path("tree/lib/prismdrift/prismdrift_media.so");
+    for (const char* line : {" $FAKE in.png out.png", " $FAKE --about --input-format none"}) {
+        const Result result = run(own + line);
+        EXPECT_EQ(result.status, 1);
+        EXPECT_THAT(result.errors, AllOf(HasSubstr("the module for pictures and video was not"),
+                                         HasSubstr(module.string())));
+    }
+    std::ofstream(module) << "no module";
+    EXPECT_THAT(run(own + " $FAKE in.png out.png").errors,
+                AllOf(HasSubstr("cannot load the module"), HasSubstr(module.string())));
+    fs::remove(module);
+    fs::copy_file(fs::path(PRISMDRIFT_PROGRAM).replace_filename("prismdrift_media.so"), module);
+    EXPECT_EQ(run(own + " $FAKE in.png out.png").status, 0);
+}
+
 TEST_F(CommandLineTest, TheRealEffectPublishesDrawsAndSaysWhyItCannot) {
     EXPECT_EQ(run("$PROGRAM --about").output, "Prism Drift v1.0\nPrism Drift\n");
     const Result list = run("$PROGRAM --list-parameters");
