@@ -33,7 +33,7 @@ struct Format {
 
 // PNG and WebP are several times faster for a few percent of size. JPEG's quality is 2 on a scale
 // from 1, the best, to 31, in units of FF_QP2LAMBDA: its artefacts can't be seen.
-constexpr const char* pngOptions = "pred=paeth:compression_level=1";
+constexpr const char* pngOptions = "pred=up:compression_level=1";
 constexpr const char* jpegOptions = "flags=+qscale:global_quality=236";
 constexpr const char* tiffOptions = "compression_algo=lzw";
 constexpr const char* webpOptions = "lossless=1:quality=20:compression_level=1";
