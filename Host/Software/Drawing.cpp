@@ -30,7 +30,6 @@ public:
         Taken& taken = mRows[0].y == other ? mRows[1] : mRows[0];
         taken.y = y;
         steps.take(source.row(y), channel, mWidth, taken.values.data());
-        taken.values[mWidth] = taken.values[mWidth - 1];
         return taken.values.data();
     }
 
@@ -99,7 +98,7 @@ private:
         const Value* row = rows.taken.row(mSteps, mDrawing.input, channel, first, second);
         if (share != 0) {
             const Value* next = rows.taken.row(mSteps, mDrawing.input, channel, second, first);
-            mSteps.mixRows(row, next, share, size(mDrawing.input.width) + 1, rows.mixed.data());
+            mSteps.mixRows(row, next, share, size(mDrawing.input.width), rows.mixed.data());
             row = rows.mixed.data();
         }
         mSteps.mixColumns(plan, row, columns(), rows.finished.data());

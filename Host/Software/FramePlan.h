@@ -30,8 +30,7 @@ struct FloatMixing {
 };
 
 /// Along one side of the source, for each pixel of the result: the first of two neighbours, from 0
-/// to the last, and the share of the second one, which is the next; behind the last comes the last
-/// again.
+/// to the last, and the share of the second one, which is the next; none where there is no next.
 template <typename Share>
 struct Axis {
     std::vector<std::int32_t> first;

@@ -22,7 +22,7 @@ struct RowSteps {
     /// Mixes two rows.
     void (*mixRows)(const Value* first, const Value* second, typename Mixing::Share share,
                     std::size_t count, Value* to);
-    /// Mixes neighbours in a row, in which the last value stands once more behind the last.
+    /// Mixes neighbours in a row. The value behind the last may be read, and has no share.
     void (*mixColumns)(const ChannelPlan<Mixing>& plan, const Value* row, std::size_t count,
                        Value* to);
     /// Changes the lightness and puts the channels together, with the alpha of `source`.

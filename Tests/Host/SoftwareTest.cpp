@@ -309,8 +309,11 @@ TEST(Software, KeepsWhatIsNoNumberInThePixelsThatReadIt) {
     values.order = BRG; // red stays, green goes left by half a pixel, blue right
     values.distance = 0.5F;
     const World output = drawn(input, values);
+    World plain(9, 4, PF_PixelFormat_ARGB128);
+    draw(drawingOf(input, plain, {values, 1}), plainSteps());
     forValues(output, [&](int x, int y, int channel) {
         const double value = valueAt(output, x, y, channel);
+        EXPECT_EQ(std::isfinite(value), std::isfinite(valueAt(plain, x, y, channel)));
         const bool reads =
             y == 2 && ((channel == 1 && x == 4) || (channel == 2 && (x == 3 || x == 4)) ||
                        (channel == 3 && (x == 4 || x == 5)));
