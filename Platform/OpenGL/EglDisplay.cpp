@@ -1,40 +1,14 @@
 #include "Platform/OpenGL/EglDisplay.h"
 
 #include "Platform/OpenGL/ContextFailure.h"
+#include "Platform/OpenGL/EglDevices.h"
 #include "Platform/Threads/Mutex.h"
 
-#include <EGL/eglext.h>
-
 #include <array>
-#include <string_view>
 #include <vector>
 
 namespace Platform {
 namespace {
-
-template <typename Function>
-Function extensionFunction(const char* name) {
-    return reinterpret_cast<Function>(eglGetProcAddress(name));
-}
-
-bool hasExtension(const char* list, std::string_view name) {
-    std::string_view rest = list != nullptr ? list : "";
-    while (!rest.empty()) {
-        const std::size_t end = rest.find(' ');
-        if (rest.substr(0, end) == name) {
-            return true;
-        }
-        rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);
-    }
-    return false;
-}
-
-bool isSoftwareDevice(EGLDeviceEXT device) {
-    const auto queryString =
-        extensionFunction<PFNEGLQUERYDEVICESTRINGEXTPROC>("eglQueryDeviceStringEXT");
-    return queryString != nullptr &&
-           hasExtension(queryString(device, EGL_EXTENSIONS), "EGL_MESA_device_software");
-}
 
 bool isSoftwareDisplay(EGLDisplay display) {
     const auto queryDisplay =
@@ -44,31 +18,13 @@ bool isSoftwareDisplay(EGLDisplay display) {
            isSoftwareDevice(reinterpret_cast<EGLDeviceEXT>(device));
 }
 
-std::vector<EGLDeviceEXT> hardwareDevices() {
-    const auto queryDevices = extensionFunction<PFNEGLQUERYDEVICESEXTPROC>("eglQueryDevicesEXT");
-    std::array<EGLDeviceEXT, 32> found{};
-    EGLint count = 0;
-    if (queryDevices == nullptr ||
-        queryDevices(static_cast<EGLint>(found.size()), found.data(), &count) != EGL_TRUE) {
-        return {};
-    }
-    std::vector<EGLDeviceEXT> devices;
-    for (EGLint i = 0; i < count; ++i) {
-        if (!isSoftwareDevice(found.at(static_cast<std::size_t>(i)))) {
-            devices.push_back(found.at(static_cast<std::size_t>(i)));
-        }
-    }
-    return devices;
-}
-
 /// The displays to try, the best first. A display is opened only if none before it draws in
 /// hardware.
 class DisplayCandidates {
 public:
     DisplayCandidates() {
         const char* extensions = eglQueryString(EGL_NO_DISPLAY, EGL_EXTENSIONS);
-        if (hasExtension(extensions, "EGL_EXT_device_enumeration") ||
-            hasExtension(extensions, "EGL_EXT_device_base")) {
+        if (listsDevices(extensions)) {
             mDevices = hardwareDevices();
         }
         mSurfaceless = hasExtension(extensions, "EGL_MESA_platform_surfaceless");
