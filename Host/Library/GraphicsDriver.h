@@ -1,7 +1,7 @@
 #pragma once
 
-/// The OpenGL driver that an effect draws with on this machine, for version texts and reports of
-/// errors.
+/// The OpenGL driver that an effect draws with on this machine, for reports and for the choice of
+/// what draws.
 
 #include <string>
 

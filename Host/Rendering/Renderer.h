@@ -1,0 +1,35 @@
+#pragma once
+
+/// Draws frames of an effect for all hosts, which don't know with what.
+
+#include "Host/Library/HostedEffect.h"
+#include "Host/Rendering/RendererChoice.h"
+
+namespace Vexorel::PrismDrift::Host {
+
+/// Every operation may be called from any thread, and from several at the same time. Frames that
+/// several threads render are drawn at once or in turns.
+class Renderer {
+public:
+    Renderer() = default;
+    Renderer(const Renderer&) = delete;
+    Renderer& operator=(const Renderer&) = delete;
+    virtual ~Renderer() = default;
+
+    /// Draws one frame, in worlds of one format that it takes and that should have the same size.
+    /// Leaves current on the thread what was current before. Throws Error if it fails.
+    virtual void render(const World& input, World& output, const ParameterValues& values,
+                        const FrameSettings& settings = {}) = 0;
+
+    virtual bool takes(PF_PixelFormat format) const = 0;
+
+    /// Gives up what was made for drawing, after the frames that are under way. A later `render`
+    /// makes it again.
+    virtual void setDown() = 0;
+};
+
+/// The renderer for this effect, which must outlive it, as `chosenRenderer` decides. Throws Error
+/// where software is to draw another effect than Prism Drift.
+std::unique_ptr<Renderer> makeRenderer(HostedEffect& effect, const RendererRequest& request);
+
+} // namespace Vexorel::PrismDrift::Host
