@@ -12,7 +12,8 @@ _prismdrift() {
 
   local both='--channel-order --shift-angle --shift-distance --channel-scale
     --channel-lightness --preset --frames --missing --framerate --input-format
-    --video-size --pixel-format --max-pixels --max-metadata --downsample --plugin --help -h --progress --quiet --verbose'
+    --video-size --pixel-format --max-pixels --max-metadata --downsample --renderer --plugin
+    --help -h --progress --quiet --verbose'
   local render="$both --save-preset --codec --quality --output-format --output-pixel-format
     --list-parameters --about --script --version"
   local sheet="$both --vary --columns --cell-width"
@@ -32,6 +33,7 @@ _prismdrift() {
       words='mp4 mov matroska webm nut rawvideo yuv4mpegpipe
         png jpg tif webp bmp tga ppm pam sgi qoi'
       ;;
+    --renderer) words='auto gl software' ;;
     --progress) words='bar lines kv none' ;;
     --vary)
       compopt -o nospace

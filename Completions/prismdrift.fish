@@ -39,6 +39,7 @@ complete -c prismdrift -n __prismdrift_sheet -l cell-width -x -d 'Pixels'
 
 # Rendering and information
 complete -c prismdrift -l downsample -x -d 'Distances are divided by N'
+complete -c prismdrift -l renderer -x -a 'auto gl software' -d 'What draws'
 complete -c prismdrift -l plugin -r -F -d 'The plug-in to load'
 complete -c prismdrift -n 'not __prismdrift_sheet' -l list-parameters -d 'List the parameters'
 complete -c prismdrift -n 'not __prismdrift_sheet' -l about -d 'What the effect says about itself'
@@ -46,5 +47,5 @@ complete -c prismdrift -n 'not __prismdrift_sheet' -l script -r -F -d 'Run a scr
 complete -c prismdrift -n 'not __prismdrift_sheet' -l version -d 'Versions of all parts'
 complete -c prismdrift -l progress -x -a 'bar lines kv none' -d 'How to report progress'
 complete -c prismdrift -l quiet -d 'Errors only'
-complete -c prismdrift -l verbose -d 'Print messages of the plug-in, too'
+complete -c prismdrift -l verbose -d 'Print what draws and why, and messages of the plug-in'
 complete -c prismdrift -s h -l help -d 'Print the help'

@@ -2,6 +2,7 @@
 
 #include "Host/CommandLine/ClipErrorText.h"
 #include "Host/CommandLine/Options.h"
+#include "Host/CommandLine/RendererOption.h"
 #include "Host/CommandLine/Usage.h"
 #include "Host/Library/Error.h"
 
@@ -137,6 +138,7 @@ Arguments readArguments(const ParsedLine& line, const std::vector<ParameterOptio
             option.store(arguments, *text);
         }
     }
+    arguments.renderer = rendererRequest(line);
     checkFiles(arguments);
     checkPipes(arguments);
     checkInput(arguments.input);

@@ -6,6 +6,7 @@
 #include "Host/CommandLine/ParseLine.h"
 #include "Host/CommandLine/Progress.h"
 #include "Host/Media/Clip.h"
+#include "Host/Rendering/RendererChoice.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -28,6 +29,8 @@ struct Arguments {
     bool listParameters = false;
     bool about = false;
     bool quiet = false;
+    bool verbose = false;
+    Host::RendererRequest renderer;
     std::optional<ProgressStyle> progress; ///< as given
     std::uint32_t downsample = 1;
     Host::ClipInput input;

@@ -10,6 +10,7 @@
 #include "Host/CommandLine/Preset.h"
 #include "Host/CommandLine/Progress.h"
 #include "Host/CommandLine/RenderClip.h"
+#include "Host/CommandLine/RendererOption.h"
 #include "Host/CommandLine/RunScript.h"
 #include "Host/CommandLine/Sheet/Sheet.h"
 #include "Host/CommandLine/Sheet/SheetArguments.h"
@@ -47,6 +48,15 @@ std::filesystem::path pluginFor(const ParsedLine& line) {
                : findModule("PrismDrift.so", "the plug-in", "; --plugin FILE names another");
 }
 
+// What draws, or what is wrong with the wish for it.
+std::string rendererLine(const ParsedLine& line) {
+    try {
+        return Host::rendererText(rendererRequest(line));
+    } catch (const UsageError& error) {
+        return error.what();
+    }
+}
+
 // The text of --help or --version. Without a plug-in it says why its part is missing.
 std::string information(const ParsedLine& line) {
     std::unique_ptr<Host::HostedEffect> effect;
@@ -57,7 +67,7 @@ std::string information(const ParsedLine& line) {
         missing = error.what();
     }
     if (!line.has("--help")) {
-        return versionText(effect.get(), missing);
+        return versionText(effect.get(), missing, rendererLine(line));
     }
     if (effect == nullptr) {
         return helpText(line.command, {}) + "\nThe effect's own options are missing: " + missing +
@@ -122,11 +132,12 @@ int render(Host::HostedEffect& effect, const Arguments& arguments,
     Host::ClipOutput output = arguments.output;
     output.standardOutput = standardOutput.descriptor();
     output.warn = [&](const std::string& text) { progress.warn(text); };
+    const auto renderer = rendererFor(effect, arguments);
     // From here on there may be a temporary file to remove.
     const FirstSignalKept signals;
     const auto writer = Host::openClipWriter(output, input, *reader);
     const int signal =
-        renderClip({effect, values, arguments.downsample, *reader, *writer, progress, signals});
+        renderClip({*renderer, values, arguments.downsample, *reader, *writer, progress, signals});
     checkMemory(); // of a pipe
     progress.finish(signal == 0);
     if (signal != 0 && !arguments.quiet) {

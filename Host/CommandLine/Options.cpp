@@ -233,7 +233,13 @@ const std::vector<Option> renderingOptions = {
      .takes = "N",
      .help = "Treat the input as reduced to 1/N of its full size: distances are divided by N",
      .store = storeDownsample},
-    {.name = "--plugin", .takes = "FILE", .help = "Load this plug-in instead of the program's own"},
+    {.name = "--renderer",
+     .takes = "auto|gl|software",
+     .help = "What draws: gl is the effect itself, in OpenGL, software its equal on the processor. "
+             "Default: PRISMDRIFT_RENDERER, or auto, which takes gl where graphics hardware draws"},
+    {.name = "--plugin",
+     .takes = "FILE",
+     .help = "Load this plug-in instead of the program's own, and draw with it"},
 };
 
 const std::vector<Option> informationOptions = {
@@ -251,7 +257,7 @@ const std::vector<Option> informationOptions = {
      .store = [](Arguments& to, Text text) { to.script = text; },
      .onlyIn = Command::Render},
     {.name = "--version",
-     .help = "Print the versions of the program, the effect, FFmpeg and OpenGL",
+     .help = "Print the versions of the program, the effect and FFmpeg, and what draws",
      .onlyIn = Command::Render},
     {.name = "--help", .help = "Print this help", .shortName = "-h"},
     {.name = "--progress",
@@ -262,7 +268,9 @@ const std::vector<Option> informationOptions = {
     {.name = "--quiet",
      .help = "Print errors only, no warnings and no progress",
      .store = [](Arguments& to, Text) { to.quiet = true; }},
-    {.name = "--verbose", .help = "Print the plug-in's own messages, too"},
+    {.name = "--verbose",
+     .help = "Print what draws and why, and the plug-in's own messages, too",
+     .store = [](Arguments& to, Text) { to.verbose = true; }},
 };
 
 } // namespace

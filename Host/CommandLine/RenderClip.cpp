@@ -129,7 +129,7 @@ void drawFrame(const ClipRendering& rendering, Host::ClipFrame& frame) {
     settings.time = frameTime(frame.index, properties.frameRate);
     const Host::World& input = frame.picture.world;
     Host::World output(input.width(), input.height());
-    rendering.effect.render(input, output, rendering.values, settings);
+    rendering.renderer.render(input, output, rendering.values, settings);
     frame.picture.world = std::move(output);
 }
 

@@ -4,13 +4,13 @@
 
 #include "Host/CommandLine/Interruption.h"
 #include "Host/CommandLine/Progress.h"
-#include "Host/Library/HostedEffect.h"
 #include "Host/Media/Clip.h"
+#include "Host/Rendering/Renderer.h"
 
 namespace Vexorel::PrismDrift::CommandLine {
 
 struct ClipRendering {
-    Host::HostedEffect& effect;
+    Host::Renderer& renderer;
     const Host::ParameterValues& values;
     std::uint32_t downsample = 1;
     Host::ClipReader& reader;
@@ -20,7 +20,7 @@ struct ClipRendering {
 };
 
 /// Draws all that the reader gives and finishes the writer. A few frames are under way at a time,
-/// however long the clip is. Throws what the reader, the effect or the writer throws; the writer
+/// however long the clip is. Throws what the reader, the renderer or the writer throws; the writer
 /// is then left unfinished. An interruption ends the clip early and well: the signal is returned,
 /// 0 without one.
 int renderClip(const ClipRendering& rendering);

@@ -1,6 +1,5 @@
 #include "Host/CommandLine/VersionText.h"
 
-#include "Host/Library/GraphicsDriver.h"
 #include "Host/Media/Versions.h"
 
 #include <stdexcept>
@@ -24,19 +23,12 @@ std::string librariesLine() {
     }
 }
 
-std::string driverLine() {
-    const Host::GraphicsDriver driver = Host::graphicsDriver();
-    if (!driver.failure.empty()) {
-        return "no OpenGL: " + driver.failure;
-    }
-    return "OpenGL: " + driver.version + ", on " + driver.renderer + ", by " + driver.vendor;
-}
-
 } // namespace
 
-std::string versionText(const Host::HostedEffect* effect, const std::string& whyNot) {
+std::string versionText(const Host::HostedEffect* effect, const std::string& whyNot,
+                        const std::string& renderer) {
     return "prismdrift " PRISMDRIFT_VERSION "\n" + effectLine(effect, whyNot) + "\n" +
-           librariesLine() + "\n" + driverLine() + "\n";
+           librariesLine() + "\nrenderer: " + renderer + "\n";
 }
 
 } // namespace Vexorel::PrismDrift::CommandLine

@@ -8,8 +8,9 @@
 
 namespace Vexorel::PrismDrift::CommandLine {
 
-/// The versions of the program, the effect, FFmpeg's libraries and the OpenGL driver, a line each.
+/// The versions of the program, the effect and FFmpeg's libraries, and the renderer, a line each.
 /// For a null effect its line says why it is missing.
-std::string versionText(const Host::HostedEffect* effect, const std::string& whyNot);
+std::string versionText(const Host::HostedEffect* effect, const std::string& whyNot,
+                        const std::string& renderer);
 
 } // namespace Vexorel::PrismDrift::CommandLine

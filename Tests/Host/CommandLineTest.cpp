@@ -29,6 +29,9 @@ protected:
     }
 };
 
+using CommandLineDrawing = WithRenderer<CommandLineTest>;
+INSTANTIATE_TEST_SUITE_P(With, CommandLineDrawing, eachRenderer);
+
 TEST_F(CommandLineTest, ValuesReachTheEffect) {
     const std::pair<const char*, int> cases[] = {
         {"", 100 + 300},
@@ -113,14 +116,16 @@ TEST_F(CommandLineTest, TheLibrariesOfPicturesAreLoadedWhenAPictureIs) {
     EXPECT_EQ(run(own + " $FAKE in.png out.png").status, 0);
 }
 
-TEST_F(CommandLineTest, TheRealEffectPublishesDrawsAndSaysWhyItCannot) {
+TEST_F(CommandLineTest, TheRealEffectPublishes) {
     EXPECT_EQ(run("$PROGRAM --about").output, "Prism Drift v1.0\nPrism Drift\n");
     const Result list = run("$PROGRAM --list-parameters");
     EXPECT_EQ(std::count(list.output.begin(), list.output.end(), '\n'), 1 + 9);
     EXPECT_THAT(list.output, HasSubstr("--channel-scale      Channel Scale, R Channel      a "
                                        "number from 0 to 200, in percent"));
-    Result result = run("$PROGRAM in.png out.png");
-    EXPECT_EQ(result.status, 0) << result.errors;
+}
+
+TEST_P(CommandLineDrawing, MovesTheChannelsOrNothing) {
+    output("$PROGRAM in.png out.png");
     const World before = readPicture(path("in.png")).world;
     World after = readPicture(path("out.png")).world;
     for (int y = 0; y < before.height(); ++y) {
@@ -139,17 +144,28 @@ TEST_F(CommandLineTest, TheRealEffectPublishesDrawsAndSaysWhyItCannot) {
                     (pixel[1] == source(-4, 1) && pixel[3] == source(4, 3)))
             << x;
     }
-    fs::remove(path("out.png"));
+}
+
+// Takes the driver away in three ways.
+TEST_F(CommandLineTest, WithoutADriverSoftwareDraws) {
+    output("$PROGRAM in.png wanted.png --renderer software --shift-distance 3");
     fs::create_directory(path("drivers"));
     for (const char* without :
          {"__EGL_VENDOR_LIBRARY_FILENAMES=/dev/null", "__EGL_VENDOR_LIBRARY_DIRS=drivers",
           "MESA_GL_VERSION_OVERRIDE=2.1"}) {
-        result = run(std::string(without) + " $PROGRAM in.png out.png");
-        EXPECT_EQ(result.status, 1) << without;
-        EXPECT_THAT(result.errors,
-                    StartsWith("prismdrift: error: no OpenGL 3.3 context could be made: "));
-        EXPECT_EQ(std::count(result.errors.begin(), result.errors.end(), '\n'), 1);
-        EXPECT_FALSE(fs::exists(path("out.png")));
+        for (const char* arguments : {"in.png out.png", "in.png out.mkv", "sheet in.png out.png"}) {
+            const std::string command = "export " + std::string(without) + "; $PROGRAM " +
+                                        arguments + " --shift-distance 3";
+            const Result result = run(command + " --renderer gl");
+            EXPECT_EQ(result.status, 1) << command;
+            EXPECT_THAT(result.errors,
+                        StartsWith("prismdrift: error: no OpenGL 3.3 context could be made: "));
+            EXPECT_EQ(std::count(result.errors.begin(), result.errors.end(), '\n'), 1);
+            EXPECT_FALSE(fs::exists(path("out.png")) || fs::exists(path("out.mkv"))) << command;
+            EXPECT_EQ(output(command), "");
+            output(arguments == std::string("in.png out.png") ? "cmp out.png wanted.png; rm out.png"
+                                                              : "rm out.*");
+        }
     }
 }
 
@@ -174,11 +190,55 @@ TEST_F(CommandLineTest, TellsWhatItRunsOn) {
                                   "libswscale [0-9.]+, libavutil [0-9.]+, under the .*\n";
     EXPECT_THAT(output("$PROGRAM $FAKE --version"),
                 MatchesRegex("prismdrift [0-9.]+\neffect: Fake v2" + libraries +
-                             "OpenGL: [0-9.]+.*, on .+, by .+\n"));
+                             "renderer: gl, since --plugin asks for it; OpenGL [0-9.]+.*, on .+, "
+                             "by .+\n"));
     EXPECT_THAT(
         output("__EGL_VENDOR_LIBRARY_FILENAMES=/dev/null $PROGRAM --plugin none.so --version"),
         MatchesRegex("prismdrift [0-9.]+\nno effect: .*'none.so'.*" + libraries +
-                     "no OpenGL: no EGL driver was found\n"));
+                     "renderer: gl, .*; no OpenGL: no EGL driver was found\n"));
+    EXPECT_THAT(output("$PROGRAM --renderer no --version"),
+                HasSubstr("renderer: --renderer takes auto, gl or software, not 'no'\n"));
+}
+
+// What draws, by what EGL lists and what OpenGL draws with, and whether EGL is started for that.
+TEST_F(CommandLineTest, ChoosesTheRenderer) {
+    const std::string listed = "FAKE_NODE=/dev/null ";
+    const std::string hardware = listed + "FAKE_DRIVER=Some\\ Card ";
+    struct Row {
+        std::string environment, options, line;
+        bool startsEgl;
+    };
+    const Row rows[] = {
+        {"", "", "software, since EGL lists no graphics hardware; drawn with .*", false},
+        {"PRISMDRIFT_RENDERER=gl ", "", "gl, since PRISMDRIFT_RENDERER asks for it; OpenGL .*",
+         true},
+        {"PRISMDRIFT_RENDERER=gl ", "--renderer auto", "software, since EGL .*", false},
+        {"PRISMDRIFT_RENDERER=no ", "--renderer gl", "gl, since --renderer asks for it; .*", true},
+        {hardware, "--renderer software", "software, since --renderer asks for it; .*", false},
+        {hardware, "", "gl, since graphics hardware draws; OpenGL .*, on Some Card, by .*", true},
+        {listed + "FAKE_DRIVER=LLVMpipe ", "",
+         "software, since the OpenGL driver draws in software, too: LLVMpipe; .*", true},
+        {listed + "MESA_GL_VERSION_OVERRIDE=2.1 ", "",
+         "software, since no OpenGL 3.3 context could be made: .*", true},
+        {"FAKE_NODE=$PWD/no FAKE_DRIVER=Some\\ Card ", "",
+         "software, since the graphics device '.*/no' can't be opened: No such file .*", false},
+        {hardware + "LIBGL_ALWAYS_SOFTWARE=true ", "",
+         "software, since LIBGL_ALWAYS_SOFTWARE asks for software; .*", false},
+    };
+    for (const auto& [environment, options, line, startsEgl] : rows) {
+        const std::string program = "$DEVICES " + environment + "$PROGRAM " + options;
+        const Result version = run(program + " --version 2>errors");
+        const Result drawn = run(program + " --verbose in.png out.png");
+        EXPECT_EQ(drawn.status, 0) << environment << drawn.errors;
+        const std::string last = version.output.substr(version.output.rfind("\nrenderer: ") + 1);
+        EXPECT_THAT(last, MatchesRegex("renderer: " + line + "\n")) << environment;
+        EXPECT_THAT(drawn.errors, HasSubstr("prismdrift: " + last)) << environment;
+        EXPECT_EQ(!contents(path("errors")).empty(), startsEgl) << environment;
+        EXPECT_EQ(drawn.errors.find("EGL is started") != std::string::npos, startsEgl);
+    }
+    EXPECT_EQ(run("PRISMDRIFT_RENDERER=no $PROGRAM in.png out.png").errors,
+              "prismdrift: error: PRISMDRIFT_RENDERER takes auto, gl or software, not 'no'\n");
+    EXPECT_EQ(run("PRISMDRIFT_RENDERER=software $PROGRAM $FAKE in.png out.png").status, 0);
 }
 
 TEST_F(CommandLineTest, HelpFitsATerminalAndNamesWhatEachCommandTakes) {

@@ -16,7 +16,8 @@ struct Result {
 /// The program as its users meet it: run by a shell in a folder of the test's own. In the commands,
 /// $PROGRAM is the program that was built, and $FAKE the option that loads the plug-in of the tests
 /// instead of the real one; "$FAILING FAIL_CALLS=write $PROGRAM" has calls fail (see
-/// FailCalls.cpp); $FF is ffmpeg, and "$SOURCE=s=48x32" gives it a moving picture.
+/// FailCalls.cpp), "$DEVICES FAKE_NODE=/dev/null $PROGRAM" has EGL list a device (see
+/// FakeDevices.cpp); $FF is ffmpeg, and "$SOURCE=s=48x32" gives it a moving picture.
 class ProgramTest : public testing::Test {
 protected:
     std::filesystem::path path(const std::string& name) const { return mScratch.path() / name; }
@@ -30,8 +31,9 @@ protected:
     Result run(const std::string& command) const {
         const std::string whole =
             "export PROGRAM='" PRISMDRIFT_PROGRAM "' FAKE='--plugin " FAKE_EFFECT_FILE "' "
-            "FAILING='env ASAN_OPTIONS=verify_asan_link_order=0:alloc_dealloc_mismatch=0 "
-            "LD_PRELOAD=" FAIL_CALLS_FILE "' "
+            "FAILING='" +
+            preloading(FAIL_CALLS_FILE) + "' DEVICES='" + preloading(FAKE_DEVICES_FILE) +
+            "' "
             "FF='ffmpeg -v error -nostdin -y'; export SOURCE=\"$FF -f lavfi -i testsrc2\"; cd '" +
             mScratch.path().string() + "' && { " + command + "\n} >.out 2>.err </dev/null";
         std::ofstream(path(".command")) << whole;
@@ -61,5 +63,20 @@ protected:
     }
 
 private:
+    static std::string preloading(const std::string& library) {
+        return "env ASAN_OPTIONS=verify_asan_link_order=0:alloc_dealloc_mismatch=0 LD_PRELOAD=" +
+               library;
+    }
+
     ScratchFolder mScratch;
 };
+
+/// A test whose programs draw with the renderer that is its parameter, each in turn.
+template <typename Fixture>
+class WithRenderer : public Fixture, public testing::WithParamInterface<const char*> {
+protected:
+    WithRenderer() { setenv("PRISMDRIFT_RENDERER", GetParam(), 1); }
+    ~WithRenderer() override { unsetenv("PRISMDRIFT_RENDERER"); }
+};
+
+inline const auto eachRenderer = testing::Values("gl", "software");

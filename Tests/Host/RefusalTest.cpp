@@ -39,6 +39,8 @@ const Refusal commandLine[] = {
     {"--channel-lightness -101 in.png kept.png", 2, "or one for all, not '-101'"},
     {"--downsample 0 in.png kept.png", 2, "a whole number from 1 to 65536, not '0'"},
     {"--downsample 1.5 in.png kept.png", 2, "a whole number from 1 to 65536, not '1.5'"},
+    {"--renderer opengl in.png kept.png", 2, "takes auto, gl or software, not 'opengl'"},
+    {"--renderer software in.png kept.png", 2, "software draws without a plug-in; leave out"},
     {"--frames 5-3 in.png o.mkv", 2,
      "--frames takes numbers up to 2147483647 and asc.*, not '5-3'"},
     {"--missing maybe in.png o.mkv", 2, "--missing takes skip or hold, not 'maybe'"},

@@ -4,6 +4,7 @@
 #include "Host/CommandLine/ClipErrorText.h"
 #include "Host/CommandLine/Progress.h"
 #include "Host/CommandLine/RenderClip.h"
+#include "Host/CommandLine/RendererOption.h"
 #include "Host/CommandLine/Sheet/Lettering.h"
 #include "Host/CommandLine/Sheet/SheetLayout.h"
 #include "Host/CommandLine/Usage.h"
@@ -203,7 +204,7 @@ SheetLayout layoutOf(const SheetArguments& arguments, const std::vector<Variatio
 }
 
 // Renders the cells one after the other into the sheet.
-void drawCells(Host::HostedEffect& effect, const Frame& frame, std::uint32_t downsample,
+void drawCells(Host::Renderer& renderer, const Frame& frame, std::uint32_t downsample,
                const std::vector<Cell>& cells, const SheetLayout& layout, Host::World& sheet,
                Progress& progress) {
     const Host::World& input = frame.picture.world;
@@ -211,7 +212,7 @@ void drawCells(Host::HostedEffect& effect, const Frame& frame, std::uint32_t dow
     int index = 0;
     for (const Cell& cell : cells) {
         if (cell.values) {
-            effect.render(input, drawn, *cell.values, {frame.time, downsample});
+            renderer.render(input, drawn, *cell.values, {frame.time, downsample});
         }
         layout.draw(sheet, index++, cell.values ? drawn : input);
         progress.frameDone(0);
@@ -244,6 +245,7 @@ void makeSheet(Host::HostedEffect& effect, const std::vector<ParameterOption>& o
     const SheetText text = sheetText(common, frame, cells, chosen);
     const SheetLayout layout = layoutOf(arguments, variations, frame.picture.world, text);
     Host::checkPictureSize(common.output.file, layout.width(), layout.height());
+    const auto renderer = rendererFor(effect, common);
     Progress progress(common.progressStyle(), !common.quiet,
                       static_cast<std::int64_t>(cells.size()));
     for (const std::string& warning : warnings) {
@@ -254,7 +256,7 @@ void makeSheet(Host::HostedEffect& effect, const std::vector<ParameterOption>& o
                       "'");
     }
     Host::Picture sheet{layout.emptySheet(), frame.picture.colorProfile};
-    drawCells(effect, frame, common.downsample, cells, layout, sheet.world, progress);
+    drawCells(*renderer, frame, common.downsample, cells, layout, sheet.world, progress);
     const std::string warning = Host::writePicture(common.output.file, sheet);
     progress.finish(true);
     if (!warning.empty()) {

@@ -1,0 +1,48 @@
+#include "Host/CommandLine/RendererOption.h"
+
+#include "Host/CommandLine/Usage.h"
+#include "Host/Library/Error.h"
+#include "Host/Library/Text.h"
+
+#include <iostream>
+
+namespace Vexorel::PrismDrift::CommandLine {
+namespace {
+
+Host::RendererRequest readRequest(const ParsedLine& line) {
+    if (line.has("--renderer")) {
+        return Host::parseRenderer("--renderer", line.last("--renderer"));
+    }
+    return line.has("--plugin") ? Host::RendererRequest() : Host::rendererFromEnvironment();
+}
+
+} // namespace
+
+Host::RendererRequest rendererRequest(const ParsedLine& line) {
+    Host::RendererRequest request;
+    try {
+        request = readRequest(line);
+    } catch (const Host::Error& error) {
+        throw UsageError(error.what());
+    }
+    if (!line.has("--plugin")) {
+        return request;
+    }
+    if (request.choice == Host::RendererChoice::Software) {
+        throw UsageError("--renderer software draws without a plug-in; leave out --plugin, or say "
+                         "--renderer gl");
+    }
+    return {Host::RendererChoice::OpenGL, "--plugin"};
+}
+
+std::unique_ptr<Host::Renderer> rendererFor(Host::HostedEffect& effect,
+                                            const Arguments& arguments) {
+    auto renderer = Host::makeRenderer(effect, arguments.renderer);
+    if (arguments.verbose) {
+        const std::string text = Host::rendererText(arguments.renderer); // drivers may print, too
+        std::cerr << "prismdrift: renderer: " << Host::printable(text) << "\n";
+    }
+    return renderer;
+}
+
+} // namespace Vexorel::PrismDrift::CommandLine
