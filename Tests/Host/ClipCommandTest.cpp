@@ -31,6 +31,9 @@ protected:
     }
 };
 
+using ClipDrawing = WithRenderer<ClipCommandTest>;
+INSTANTIATE_TEST_SUITE_P(With, ClipDrawing, eachRenderer);
+
 TEST_F(ClipCommandTest, ASequenceKeepsItsNumbersAndSaysWhatIsMissing) {
     makeSequence(8, 5);
     EXPECT_EQ(output("$PROGRAM $FAKE in.####.png 'out.%03d.png'; ls out.*"),
@@ -48,7 +51,7 @@ TEST_F(ClipCommandTest, ASequenceKeepsItsNumbersAndSaysWhatIsMissing) {
     }
 }
 
-TEST_F(ClipCommandTest, PartsOfARunGiveTheSameBytes) {
+TEST_P(ClipDrawing, PartsOfARunGiveTheSameBytes) {
     output("$SOURCE=s=48x32:r=10 -frames:v 6 -pix_fmt yuv420p -c:v libx264 in.mp4");
     const std::string look = " --shift-distance 7.5 --shift-angle 30";
     output("$PROGRAM in.mp4 whole.%d.png" + look);
@@ -95,7 +98,7 @@ TEST_F(ClipCommandTest, EverythingElseInTheFileIsHandedOn) {
     }
 }
 
-TEST_F(ClipCommandTest, PipesCarryWhatFilesCarry) {
+TEST_P(ClipDrawing, PipesCarryWhatFilesCarry) {
     output("$SOURCE=s=48x32:r=10 -frames:v 5 -c:v qtrle -pix_fmt argb in.mov");
     output("$PROGRAM in.mov file.mov --shift-distance 5");
     const std::string expected = frames("file.mov");

@@ -86,7 +86,10 @@ TEST_F(PresetTest, OptionsOverrideThePreset) {
     EXPECT_THAT(added("--preset q.json --channel-lightness 0"), ElementsAre(4, 4, 4, 4, 4, 4));
 }
 
-TEST_F(PresetTest, ThoseThatComeWithTheProgramAreWholeAndDraw) {
+using PresetDrawing = WithRenderer<PresetTest>;
+INSTANTIATE_TEST_SUITE_P(With, PresetDrawing, eachRenderer);
+
+TEST_P(PresetDrawing, ThoseThatComeWithTheProgramAreWholeAndDraw) {
     int count = 0;
     for (const auto& entry : std::filesystem::directory_iterator(PRISMDRIFT_ROOT "/Presets")) {
         const std::string file = "'" + entry.path().string() + "'";

@@ -122,7 +122,10 @@ protected:
     }
 };
 
-TEST_F(SheetTest, ShowsWhatTheProgramRenders) {
+using SheetDrawing = WithRenderer<SheetTest>;
+INSTANTIATE_TEST_SUITE_P(With, SheetDrawing, eachRenderer);
+
+TEST_P(SheetDrawing, ShowsWhatTheProgramRenders) {
     std::vector<std::string> labels = {"original"};
     for (const std::string order : {"RGB", "RBG", "GRB", "GBR", "BRG", "BGR"}) {
         labels.push_back("channel-order " + order + "\nshift-distance 10"); // 4 % of 240, rounded
