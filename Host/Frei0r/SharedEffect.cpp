@@ -1,5 +1,6 @@
 #include "Host/Frei0r/SharedEffect.h"
 
+#include "Host/Library/Error.h"
 #include "Host/Library/Text.h"
 #include "PrismDrift/Sources/Embedded.h"
 
@@ -14,6 +15,15 @@ struct Warnings {
     Platform::Mutex mutex;
     std::set<std::string> written PRISMDRIFT_GUARDED_BY(mutex);
 };
+
+RendererRequest requestedRenderer() {
+    try {
+        return rendererFromEnvironment();
+    } catch (const Error& error) {
+        warnOnce(std::string(error.what()) + "; auto is taken");
+        return {};
+    }
+}
 
 } // namespace
 
@@ -34,15 +44,22 @@ void SharedEffect::begin() {
 
 void SharedEffect::end() {
     const Platform::MutexLock lock(mMutex);
-    if (mUses > 0 && --mUses == 0) {
-        mEffect.setDown();
+    if (mUses > 0 && --mUses == 0 && mRenderer) {
+        mRenderer->setDown();
     }
 }
 
-bool SharedEffect::render(const World& input, World& output, const ParameterValues& values) {
+Renderer& SharedEffect::renderer() {
     const Platform::MutexLock lock(mMutex);
+    if (!mRenderer) {
+        mRenderer = makeRenderer(mEffect, requestedRenderer());
+    }
+    return *mRenderer;
+}
+
+bool SharedEffect::render(const World& input, World& output, const ParameterValues& values) {
     try {
-        mEffect.render(input, output, values);
+        renderer().render(input, output, values);
         return true;
     } catch (const std::exception& error) {
         warnOnce(std::string("frames pass through unchanged: ") + error.what());

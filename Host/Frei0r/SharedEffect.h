@@ -6,6 +6,7 @@
 
 #include "Host/Frei0r/Controls.h"
 #include "Host/Library/HostedEffect.h"
+#include "Host/Rendering/Renderer.h"
 #include "Platform/Threads/Mutex.h"
 
 namespace Vexorel::PrismDrift::Host {
@@ -20,22 +21,24 @@ public:
     const std::vector<Control>& controls() const { return mControls; }
     ParameterValues defaultValues() const { return mEffect.defaultValues(); }
 
-    /// Counts the uses. When the last one ends the effect is set down; a surplus `end` is ignored.
+    /// Counts the uses. When the last one ends the renderer is set down; a surplus `end` is
+    /// ignored.
     void begin();
     void end();
 
-    /// Draws a frame and sets the effect up first where that has not been done. Leaves the thread
-    /// with the context that the host had, or with none. Returns false after a failure, whose
-    /// reason is then on standard error. Frames are drawn one at a time, as the effect would do
-    /// anyway.
+    /// Draws a frame. The first one chooses the renderer, with the environment variable
+    /// PRISMDRIFT_RENDERER. Leaves the thread with the context that the host had, or with none.
+    /// Returns false after a failure, whose reason is then on standard error.
     bool render(const World& input, World& output, const ParameterValues& values);
 
 private:
     SharedEffect();
+    Renderer& renderer();
 
-    Platform::Mutex mMutex; // over a frame and over the set-down
     HostedEffect mEffect;
     const std::vector<Control> mControls;
+    Platform::Mutex mMutex;                                            // not held over a frame
+    std::unique_ptr<Renderer> mRenderer PRISMDRIFT_GUARDED_BY(mMutex); // kept once it is made
     int mUses PRISMDRIFT_GUARDED_BY(mMutex) = 0;
 };
 

@@ -1,5 +1,5 @@
 // The module in the programs that people use: every frame has to be the one that prismdrift gives
-// for the same values, byte for byte.
+// for the same values and renderer, byte for byte.
 
 #include "Tests/Host/ScratchFolder.h"
 
@@ -13,7 +13,7 @@ namespace {
 const std::string kPrelude =
     "export FREI0R_PATH='" FREI0R_FOLDER "' GST_REGISTRY=\"$PWD/registry\"\n"
     "export PATH='" PRISMDRIFT_FOLDER "':\"$PATH\"\n"
-    "plugin='" PRISMDRIFT_PLUGIN "' page='" FREI0R_PAGE "'\n"
+    "page='" FREI0R_PAGE "'\n"
     R"sh(
 decode() { ffmpeg -v error -y -i "$@" -f rawvideo -pix_fmt rgba out.raw; }
 same() { test -s wanted.raw; cmp wanted.raw out.raw; }
@@ -31,7 +31,7 @@ clip() {
         -frames:v 4 -c:v qtrle in.mov
     ffmpeg -v error -y -i in.mov -pix_fmt rgba f%d.png
     for i in 1 2 3 4; do
-        prismdrift --plugin "$plugin" $2 f$i.png o$i.png
+        prismdrift $2 f$i.png o$i.png
         decode o$i.png
         cat out.raw >>wanted.raw
     done
@@ -58,6 +58,14 @@ PATH="$PWD/bin:$PATH"
     "sanitized=no\n";
 #endif
 
+/// All programs, the module in them too, draw with the renderer that is the parameter.
+class Frei0rPrograms : public testing::TestWithParam<const char*> {
+protected:
+    Frei0rPrograms() { setenv("PRISMDRIFT_RENDERER", GetParam(), 1); }
+};
+
+INSTANTIATE_TEST_SUITE_P(With, Frei0rPrograms, testing::Values("gl", "software"));
+
 /// Runs a script in a folder of its own; its output is shown if it fails.
 void run(const std::string& script) {
     const ScratchFolder scratch;
@@ -68,7 +76,7 @@ void run(const std::string& script) {
         << script << std::ifstream(scratch.path() / "log").rdbuf();
 }
 
-TEST(Frei0rPrograms, FfmpegDrawsAClip) {
+TEST_P(Frei0rPrograms, FfmpegDrawsAClip) {
     run(R"(clip 160x90 "$options"
 decode in.mov -vf 'format=rgba,frei0r=prismdrift:GBR|0.375|0.50775|0.5|0.4|0.75|0.5|0.75|0.35'
 same
@@ -77,13 +85,13 @@ test ! -s log)");
 
 // ffmpeg hands on what it is given: beyond both ends, and no number at all. 7 is clamped to 180
 // degrees, a distance of nan is the default 0, and a lightness of -4 is -100.
-TEST(Frei0rPrograms, FfmpegPassesAnyValue) {
+TEST_P(Frei0rPrograms, FfmpegPassesAnyValue) {
     run(R"(clip 64x48 '--shift-angle 180 --channel-lightness 0,-100,0'
 decode in.mov -vf 'format=rgba,frei0r=prismdrift:RGB|7|nan|0.5|0.5|0.5|nan|-4'
 same)");
 }
 
-TEST(Frei0rPrograms, FfmpegPadsAndCropsOddWidths) {
+TEST_P(Frei0rPrograms, FfmpegPadsAndCropsOddWidths) {
     run(R"(clip 100x60 '--channel-order BGR --channel-lightness 20,0,-40'
 decode in.mov -vf \
     'format=rgba,pad=112:ih,frei0r=prismdrift:BGR|0.5|0.5|0.5|0.5|0.5|0.6|0.5|0.3,crop=100:ih:0:0'
@@ -91,7 +99,7 @@ same)");
 }
 
 // At a width that is no multiple of 8, in line, on four worker threads and with a pool.
-TEST(Frei0rPrograms, MeltDrawsAClipOnItsThreads) {
+TEST_P(Frei0rPrograms, MeltDrawsAClipOnItsThreads) {
     run(R"(clip 100x60 "$options"
 for mode in real_time=-1 real_time=-4 'real_time=-1 threads=0'; do
     rm -f out.raw
@@ -104,7 +112,7 @@ for mode in real_time=-1 real_time=-4 'real_time=-1 threads=0'; do
 done)");
 }
 
-TEST(Frei0rPrograms, GStreamerDrawsAClip) {
+TEST_P(Frei0rPrograms, GStreamerDrawsAClip) {
     run(R"(clip 100x60 "$options"
 decode in.mov
 mv out.raw in.raw
@@ -116,7 +124,7 @@ same)");
 }
 
 // The first example says which picture all the others give.
-TEST(Frei0rPrograms, ExamplesOfThePageHold) {
+TEST_P(Frei0rPrograms, ExamplesOfThePageHold) {
     run(R"(ffmpeg -v error -f lavfi -i testsrc2=s=320x240,format=rgba,colorchannelmixer=aa=0.7 \
     -frames:v 1 in.png
 awk '/^```/ { inside = $0 == "```sh"; n += inside; next } inside { print >"example" n }' "$page"
