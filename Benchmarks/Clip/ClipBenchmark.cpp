@@ -110,9 +110,10 @@ double runProcess(std::vector<std::string> words) {
     return peak;
 }
 
+// With what draws the frames from memory, too.
 double runProgram(const fs::path& from, const fs::path& to) {
-    return runProcess(
-        {PRISMDRIFT_PROGRAM, from, to, "--quiet", "--shift-distance", std::to_string(distance)});
+    return runProcess({PRISMDRIFT_PROGRAM, from, to, "--quiet", "--renderer", "gl",
+                       "--shift-distance", std::to_string(distance)});
 }
 
 // Frame after frame as the program has them drawn, from ten that are in memory.

@@ -12,6 +12,7 @@ extern "C" {
 
 #include <algorithm>
 #include <benchmark/benchmark.h>
+#include <cstdlib>
 #include <ctime>
 #include <dlfcn.h>
 #include <random>
@@ -112,6 +113,7 @@ void moduleFrames(benchmark::State& state) {
         state.SkipWithError("the module can't be opened");
         return;
     }
+    setenv("PRISMDRIFT_RENDERER", "gl", 1);
     function<decltype(f0r_init)>("f0r_init")();
     void* instance = function<decltype(f0r_construct)>("f0r_construct")(
         static_cast<unsigned>(width), static_cast<unsigned>(height));
