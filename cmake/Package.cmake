@@ -8,8 +8,8 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "chromatic shift effect for pictures and v
 set(CPACK_PACKAGE_DESCRIPTION
     "Prism Drift moves the red, green and blue of pictures and video apart along
 one direction, scales each about the centre and pushes it towards white or
-black. It draws with OpenGL, on a graphics card or in software, and needs no
-display.
+black. It draws with OpenGL on a graphics card, in software without one, and
+needs no display.
 .
 The program prismdrift renders stills, sequences of pictures, video files and
 pipes, with keyframes. A frei0r module brings the same effect to ffmpeg, MLT
@@ -26,7 +26,8 @@ set(CPACK_PRISMDRIFT_COPYRIGHT "${PROJECT_SOURCE_DIR}/Packaging/copyright")
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION video)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-# The driver is loaded at run time: another one, of the card's maker, does as well.
+# The driver is loaded at run time: another one, of the card's maker, does as well. Without one
+# everything is drawn in software.
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS libgl1-mesa-dri)
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "ffmpeg, melt, kdenlive, shotcut, gstreamer1.0-plugins-bad")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
