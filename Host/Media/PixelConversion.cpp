@@ -2,6 +2,7 @@
 
 #include "Host/Library/Error.h"
 #include "Host/Media/PixelFormats.h"
+#include "Host/Media/PixelRows.h"
 
 #include <algorithm>
 #include <cstring>
@@ -14,20 +15,24 @@ extern "C" {
 namespace Vexorel::PrismDrift::Host {
 namespace {
 
-// Nothing rounded twice, chroma in full resolution, the same on every processor.
+// Nothing rounded twice, the same on every processor.
 constexpr int scalerFlags =
     SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP | SWS_BITEXACT;
 
 // A world's pixel in memory: alpha, red, green, blue.
 constexpr std::size_t channels = 4;
+constexpr std::uint8_t opaque = 255;
 
 // The values of 8 bits for those of a component of `depth` bits.
-std::vector<std::uint8_t> valuesFor(int depth, bool isInverted) {
-    const std::uint32_t full = (1U << depth) - 1;
-    std::vector<std::uint8_t> values(full + 1);
-    for (std::uint32_t value = 0; value <= full; ++value) {
-        const std::uint32_t shown = isInverted ? full - value : value;
-        values[value] = static_cast<std::uint8_t>((shown * 255 + full / 2) / full);
+std::vector<std::uint8_t> valuesFor(int depth, bool isInverted, bool isLimited) {
+    const int full = (1 << depth) - 1;
+    const int black = isLimited ? 16 << (depth - 8) : 0;
+    const int range = isLimited ? 219 << (depth - 8) : full;
+    std::vector<std::uint8_t> values(static_cast<std::size_t>(full) + 1);
+    for (int value = 0; value <= full; ++value) {
+        const int shown = std::clamp((isInverted ? full - value : value) - black, 0, range);
+        values[static_cast<std::size_t>(value)] =
+            static_cast<std::uint8_t>((shown * opaque + range / 2) / range);
     }
     return values;
 }
@@ -41,71 +46,33 @@ int componentOf(const AVPixFmtDescriptor& descriptor, std::size_t channel) {
     return descriptor.nb_components < 3 ? 0 : static_cast<int>(channel) - 1;
 }
 
-bool isPlainByte(const AVComponentDescriptor& component, const AVPixFmtDescriptor& descriptor) {
-    return component.depth == 8 && component.shift == 0 &&
-           (descriptor.flags & (AV_PIX_FMT_FLAG_BITSTREAM | AV_PIX_FMT_FLAG_PAL)) == 0;
-}
-
-// The format without a range, for one that has the full range by its name.
-AVPixelFormat withoutRange(AVPixelFormat format) {
-    switch (format) {
-    case AV_PIX_FMT_YUVJ411P:
-        return AV_PIX_FMT_YUV411P;
-    case AV_PIX_FMT_YUVJ420P:
-        return AV_PIX_FMT_YUV420P;
-    case AV_PIX_FMT_YUVJ422P:
-        return AV_PIX_FMT_YUV422P;
-    case AV_PIX_FMT_YUVJ440P:
-        return AV_PIX_FMT_YUV440P;
-    case AV_PIX_FMT_YUVJ444P:
-        return AV_PIX_FMT_YUV444P;
-    default:
-        return format;
-    }
-}
-
-const int* coefficientsOf(AVColorSpace matrix) {
-    return sws_getCoefficients(matrix == AVCOL_SPC_UNSPECIFIED || matrix == AVCOL_SPC_RGB
-                                   ? SWS_CS_DEFAULT
-                                   : static_cast<int>(matrix));
-}
-
-// The scaler takes the matrices that it doesn't know for BT.601's, and constant luminance for the
-// other kind.
-void refuseUnknownMatrix(AVColorSpace matrix, const AVPixFmtDescriptor& descriptor) {
-    const bool isYuv =
-        (descriptor.flags & AV_PIX_FMT_FLAG_RGB) == 0 && descriptor.nb_components >= 3;
-    if (isYuv && (matrix == AVCOL_SPC_YCGCO || matrix >= AVCOL_SPC_BT2020_CL)) {
+// Constant luminance and the like, which take more than a matrix.
+void refuseOtherKinds(AVColorSpace matrix) {
+    if (matrix == AVCOL_SPC_YCGCO || matrix >= AVCOL_SPC_BT2020_CL) {
         throw Error(std::string("its colours are coded by the matrix ") +
                     av_color_space_name(matrix) + ", which isn't read");
     }
 }
 
-// Whether the format is taken apart here, without the scaler.
-bool isExact(const PixelLayout& layout, const AVPixFmtDescriptor& descriptor) {
-    const bool isGray = descriptor.nb_components < 3 && layout.range != AVCOL_RANGE_MPEG;
+// Whether the format is taken apart here, value by value: gray, RGB and a palette.
+bool isTakenApart(const AVPixFmtDescriptor& descriptor) {
     const bool isRgb = (descriptor.flags & AV_PIX_FMT_FLAG_RGB) != 0;
     const bool isOther =
         (descriptor.flags & (AV_PIX_FMT_FLAG_FLOAT | AV_PIX_FMT_FLAG_BAYER)) != 0 ||
         descriptor.comp[0].depth > 16;
-    return (isGray || isRgb) && !isOther;
+    return (descriptor.nb_components < 3 || isRgb) && !isOther;
 }
 
 // Between a frame of this layout and a world, in this direction.
 FFmpegPtr<SwsContext> newScaler(const PixelLayout& layout, bool toWorld) {
-    const AVPixelFormat plain = withoutRange(layout.format);
-    const AVPixelFormat from = toWorld ? plain : AV_PIX_FMT_ARGB;
-    const AVPixelFormat to = toWorld ? AV_PIX_FMT_ARGB : plain;
+    const AVPixelFormat from = toWorld ? layout.format : AV_PIX_FMT_ARGB;
+    const AVPixelFormat to = toWorld ? AV_PIX_FMT_ARGB : layout.format;
     auto scaler = owned(sws_getContext(layout.width, layout.height, from, layout.width,
                                        layout.height, to, scalerFlags, nullptr, nullptr, nullptr));
-    const int* worlds = sws_getCoefficients(SWS_CS_DEFAULT);
-    const int* frames = coefficientsOf(layout.matrix);
-    // A new frame has the range that its layout says, whatever its format's name says.
-    const bool isFullByName = toWorld && plain != layout.format;
-    const int full = isFullByName || layout.range == AVCOL_RANGE_JPEG ? 1 : 0;
+    const int* matrix = sws_getCoefficients(SWS_CS_DEFAULT);
+    const int full = layout.range == AVCOL_RANGE_JPEG ? 1 : 0;
     constexpr int one = 1 << 16; // in the scaler's fixed point
-    checkResult(sws_setColorspaceDetails(scaler.get(), toWorld ? frames : worlds,
-                                         toWorld ? full : 1, toWorld ? worlds : frames,
+    checkResult(sws_setColorspaceDetails(scaler.get(), matrix, toWorld ? full : 1, matrix,
                                          toWorld ? 1 : full, 0, one, one));
     return scaler;
 }
@@ -120,37 +87,44 @@ void checkRows(int rows, int height) {
 
 } // namespace
 
-PixelLayout layoutOf(const AVFrame& frame) {
-    return {frame.width, frame.height, static_cast<AVPixelFormat>(frame.format),
-            knownOr(AVCOL_SPC_UNSPECIFIED, frame.colorspace, AVCOL_SPC_NB),
-            knownOr(AVCOL_RANGE_UNSPECIFIED, frame.color_range, AVCOL_RANGE_NB)};
-}
-
-FrameToWorld::FrameToWorld(const PixelLayout& layout)
-    : mLayout(layout), mDescriptor(av_pix_fmt_desc_get(layout.format)) {
+FrameToWorld::FrameToWorld(const PixelLayout& layout) : mLayout(layout) {
+    const AVPixFmtDescriptor* descriptor = av_pix_fmt_desc_get(layout.format);
     const bool isKnown =
-        mDescriptor != nullptr && (mDescriptor->flags & AV_PIX_FMT_FLAG_HWACCEL) == 0;
-    if (isKnown && isExact(layout, *mDescriptor)) {
-        for (std::size_t i = 0; i < channels && layout.format != AV_PIX_FMT_PAL8; ++i) {
-            Channel& channel = mChannels[i];
-            channel.component = componentOf(*mDescriptor, i);
-            const AVComponentDescriptor& component =
-                mDescriptor->comp[std::max(0, channel.component)];
-            if (!isPlainByte(component, *mDescriptor)) {
-                channel.values = valuesFor(component.depth, layout.format == AV_PIX_FMT_MONOWHITE);
-            }
-        }
-    } else if (isKnown && sws_isSupportedInput(withoutRange(layout.format)) != 0) {
-        refuseUnknownMatrix(layout.matrix, *mDescriptor);
+        descriptor != nullptr && (descriptor->flags & AV_PIX_FMT_FLAG_HWACCEL) == 0;
+    if (isKnown && isReadAsYuv(layout.format)) {
+        refuseOtherKinds(layout.matrix);
+        mYuv.emplace(layout);
+    } else if (isKnown && isTakenApart(*descriptor)) {
+        prepareChannels();
+    } else if (isKnown && sws_isSupportedInput(layout.format) != 0) {
         mScaler = newScaler(layout, true);
     } else {
         throw Error(std::string("its pixel format ") +
-                    (mDescriptor != nullptr ? mDescriptor->name : "?") + " is not supported");
+                    (descriptor != nullptr ? descriptor->name : "?") + " is not supported");
     }
 }
 
-void FrameToWorld::convert(const AVFrame& frame, World& world) const {
-    if (mScaler != nullptr) {
+void FrameToWorld::prepareChannels() {
+    const AVPixFmtDescriptor& descriptor = *av_pix_fmt_desc_get(mLayout.format);
+    mLine.resize(static_cast<std::size_t>(mLayout.width));
+    for (std::size_t i = 0; i < channels && mLayout.format != AV_PIX_FMT_PAL8; ++i) {
+        Channel& channel = mChannels[i];
+        channel.component = componentOf(descriptor, i);
+        channel.row.resize(mLine.size(), opaque);
+        const int component = std::max(0, channel.component);
+        const bool isLimited =
+            descriptor.nb_components < 3 && i > 0 && mLayout.range == AVCOL_RANGE_MPEG;
+        if (!isPlainByte(descriptor, component) || isLimited) {
+            channel.values = valuesFor(descriptor.comp[component].depth,
+                                       mLayout.format == AV_PIX_FMT_MONOWHITE, isLimited);
+        }
+    }
+}
+
+void FrameToWorld::convert(const AVFrame& frame, World& world) {
+    if (mYuv) {
+        mYuv->convert(frame, world);
+    } else if (mScaler != nullptr) {
         std::uint8_t* const rows[] = {world.row(0)};
         const int strides[] = {static_cast<int>(world.rowBytes())};
         checkRows(
@@ -160,40 +134,28 @@ void FrameToWorld::convert(const AVFrame& frame, World& world) const {
         convertPalette(frame, world);
     } else {
         for (int y = 0; y < frame.height; ++y) {
-            for (std::size_t channel = 0; channel < channels; ++channel) {
-                convertRow(frame, y, channel, world.row(y) + channel);
-            }
+            convertRow(frame, y, world.row(y));
         }
     }
 }
 
-void FrameToWorld::convertRow(const AVFrame& frame, int y, std::size_t channel,
-                              std::uint8_t* to) const {
-    const auto& [component, values] = mChannels[channel];
-    if (component < 0) {
-        for (int x = 0; x < frame.width; ++x, to += channels) {
-            *to = 255;
+void FrameToWorld::convertRow(const AVFrame& frame, int y, std::uint8_t* to) {
+    std::array<const std::uint8_t*, channels> rows{};
+    for (std::size_t i = 0; i < channels; ++i) {
+        auto& [component, values, row] = mChannels[i];
+        rows[i] = row.data();
+        if (i > 1 && component == mChannels[i - 1].component) { // gray
+            rows[i] = rows[i - 1];
+        } else if (component >= 0 && values.empty()) {
+            readRow(frame, component, y, {0, frame.width}, row.data());
+        } else if (component >= 0) {
+            readRow(frame, component, y, {0, frame.width}, mLine.data());
+            for (std::size_t x = 0; x < row.size(); ++x) {
+                row[x] = values[mLine[x]];
+            }
         }
-        return;
     }
-    if (values.empty()) {
-        const AVComponentDescriptor& place = mDescriptor->comp[component];
-        const std::uint8_t* from = frame.data[place.plane] +
-                                   std::ptrdiff_t{y} * frame.linesize[place.plane] + place.offset;
-        for (int x = 0; x < frame.width; ++x, from += place.step, to += channels) {
-            *to = *from;
-        }
-        return;
-    }
-    std::vector<std::uint16_t> line(static_cast<std::size_t>(frame.width));
-    std::array<const std::uint8_t*, 4> planes{};
-    std::copy_n(frame.data, planes.size(), planes.begin());
-    av_read_image_line2(line.data(), planes.data(), frame.linesize, mDescriptor, 0, y, component,
-                        frame.width, 0, sizeof line[0]);
-    for (const std::uint16_t value : line) {
-        *to = values[value];
-        to += channels;
-    }
+    interleave(rows, frame.width, to);
 }
 
 void FrameToWorld::convertPalette(const AVFrame& frame, World& world) const {
@@ -212,18 +174,40 @@ void FrameToWorld::convertPalette(const AVFrame& frame, World& world) const {
 }
 
 WorldToFrame::WorldToFrame(const PixelLayout& layout) : mLayout(layout) {
-    if (!isPackedRgb(layout.format) && layout.format != AV_PIX_FMT_BGR0) {
-        mScaler = newScaler(layout, false);
-        return;
-    }
     const AVPixFmtDescriptor& descriptor = *av_pix_fmt_desc_get(layout.format);
-    mPixelBytes = descriptor.comp[0].step;
-    for (int i = 0; i < descriptor.nb_components; ++i) {
-        mOffsets.push_back(descriptor.comp[i].offset);
+    if (isWrittenAsYuv(layout.format)) {
+        mYuv.emplace(layout);
+    } else if (isTakenApart(descriptor) && descriptor.comp[0].depth >= 8) {
+        prepareRows();
+    } else {
+        mScaler = newScaler(layout, false);
     }
 }
 
-void WorldToFrame::convert(const World& world, AVFrame& frame) const {
+void WorldToFrame::prepareRows() {
+    const AVPixFmtDescriptor& descriptor = *av_pix_fmt_desc_get(mLayout.format);
+    mLine.resize(static_cast<std::size_t>(mLayout.width));
+    for (std::vector<std::uint8_t>& row : mRows) {
+        row.resize(mLine.size(), opaque);
+    }
+    if (descriptor.comp[0].step > static_cast<int>(channels) || !isPlainByte(descriptor, 0) ||
+        (descriptor.flags & AV_PIX_FMT_FLAG_PLANAR) != 0) {
+        return;
+    }
+    for (int byte = 0; byte < descriptor.comp[0].step; ++byte) {
+        mPackedRows[static_cast<std::size_t>(byte)] = mRows[channels].data();
+    }
+    for (std::size_t i = 0; i < descriptor.nb_components; ++i) {
+        mPackedRows[static_cast<std::size_t>(descriptor.comp[i].offset)] =
+            mRows[(i + 1) % channels].data();
+    }
+}
+
+void WorldToFrame::convert(const World& world, AVFrame& frame) {
+    if (mYuv) {
+        mYuv->convert(world, frame);
+        return;
+    }
     if (mScaler != nullptr) {
         const std::uint8_t* const rows[] = {world.row(0)};
         const int strides[] = {static_cast<int>(world.rowBytes())};
@@ -232,19 +216,32 @@ void WorldToFrame::convert(const World& world, AVFrame& frame) const {
             mLayout.height);
         return;
     }
+    prepareForRows(frame);
     for (int y = 0; y < mLayout.height; ++y) {
-        const std::uint8_t* from = world.row(y);
-        std::uint8_t* to = frame.data[0] + std::ptrdiff_t{y} * frame.linesize[0];
-        if (static_cast<std::size_t>(mPixelBytes) > mOffsets.size()) { // a byte without a meaning
-            std::memset(to, 255, std::size_t(mLayout.width) * std::size_t(mPixelBytes));
+        convertRow(world, y, frame);
+    }
+}
+
+void WorldToFrame::convertRow(const World& world, int y, AVFrame& frame) {
+    separate(world.row(y), mLayout.width,
+             {mRows[0].data(), mRows[1].data(), mRows[2].data(), mRows[3].data()});
+    if (mPackedRows[0] != nullptr) {
+        interleave(mPackedRows, mLayout.width,
+                   frame.data[0] + std::ptrdiff_t{y} * frame.linesize[0]);
+        return;
+    }
+    const AVPixFmtDescriptor& descriptor = *av_pix_fmt_desc_get(mLayout.format);
+    for (int i = 0; i < descriptor.nb_components; ++i) {
+        const std::vector<std::uint8_t>& row = mRows[(static_cast<std::size_t>(i) + 1) % channels];
+        if (isPlainByte(descriptor, i)) {
+            writeRow(row.data(), frame, i, y, {0, mLayout.width});
+            continue;
         }
-        for (int x = 0; x < mLayout.width; ++x) {
-            for (std::size_t i = 0; i < mOffsets.size(); ++i) {
-                to[mOffsets[i]] = from[(i + 1) % channels];
-            }
-            from += channels;
-            to += mPixelBytes;
+        const unsigned full = (1U << descriptor.comp[i].depth) - 1;
+        for (std::size_t x = 0; x < row.size(); ++x) {
+            mLine[x] = static_cast<std::uint16_t>((row[x] * full + opaque / 2) / opaque);
         }
+        writeRow(mLine.data(), frame, i, y, {0, mLayout.width});
     }
 }
 
@@ -278,10 +275,12 @@ FFmpegPtr<AVFrame> frameFromWorld(const World& world, AVPixelFormat format) {
 bool hasAlpha(const World& world) {
     for (int y = 0; y < world.height(); ++y) {
         const std::uint8_t* row = world.row(y);
+        std::uint8_t all = opaque;
         for (int x = 0; x < world.width(); ++x) {
-            if (row[static_cast<std::size_t>(x) * channels] != 255) {
-                return true;
-            }
+            all &= row[static_cast<std::size_t>(x) * channels];
+        }
+        if (all != opaque) {
+            return true;
         }
     }
     return false;

@@ -3,33 +3,23 @@
 /// Between FFmpeg's frames and worlds of 8 bits a channel. Internal to the media library.
 ///
 /// RGB, gray and palette pixels are converted exactly: 8 bits keep their value, other depths are
-/// rounded to the nearest. YUV goes by the frame's own matrix and range (BT.601 where it names no
-/// matrix), with its chroma interpolated; matrices of other kinds are refused.
+/// rounded to the nearest. YUV, and gray that is written, goes by the frame's own matrix (BT.601
+/// where it names none), range and chroma location, as `YuvConversion` says; matrices of other
+/// kinds are refused. FFmpeg's scaler converts what is left: floats, XYZ, the raw patterns of
+/// sensors, and RGB of less than 8 bits on the way back.
 
 #include "Host/Library/World.h"
-#include "Host/Media/FFmpeg.h"
+#include "Host/Media/PixelLayout.h"
+#include "Host/Media/YuvConversion.h"
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <vector>
-
-struct AVPixFmtDescriptor;
 
 namespace Vexorel::PrismDrift::Host {
 
-/// What a converter is made for; the same for all frames of most clips.
-struct PixelLayout {
-    int width = 0, height = 0;
-    AVPixelFormat format = AV_PIX_FMT_NONE;
-    AVColorSpace matrix = AVCOL_SPC_UNSPECIFIED; ///< of YUV
-    AVColorRange range = AVCOL_RANGE_UNSPECIFIED;
-
-    bool operator==(const PixelLayout&) const = default;
-};
-
-PixelLayout layoutOf(const AVFrame& frame);
-
-/// Converts frames of one layout into worlds.
+/// Converts frames of one layout into worlds, one at a time.
 class FrameToWorld {
 public:
     /// Throws Error for a format that can't be converted.
@@ -38,38 +28,46 @@ public:
     const PixelLayout& layout() const { return mLayout; }
 
     /// Fills the world, which has the layout's size, whole.
-    void convert(const AVFrame& frame, World& world) const;
+    void convert(const AVFrame& frame, World& world);
 
 private:
     // Where one channel of the world comes from.
     struct Channel {
         int component = -1;               // -1: there is none, the channel is opaque
         std::vector<std::uint8_t> values; // of 8 bits, by the component's; empty where it is a byte
+        std::vector<std::uint8_t> row;
     };
 
-    void convertRow(const AVFrame& frame, int y, std::size_t channel, std::uint8_t* to) const;
+    void prepareChannels();
+    void convertRow(const AVFrame& frame, int y, std::uint8_t* to);
     void convertPalette(const AVFrame& frame, World& world) const;
 
     PixelLayout mLayout;
-    const AVPixFmtDescriptor* mDescriptor; // of the layout's format
-    std::array<Channel, 4> mChannels;      // alpha, red, green, blue
-    FFmpegPtr<SwsContext> mScaler;         // null for a format that is converted exactly
+    std::optional<YuvToWorld> mYuv;   // for the formats that it takes
+    FFmpegPtr<SwsContext> mScaler;    // for those that are converted neither there nor here
+    std::array<Channel, 4> mChannels; // alpha, red, green, blue
+    std::vector<std::uint16_t> mLine;
 };
 
-/// Converts worlds into frames of one layout.
+/// Converts worlds into frames of one layout, one at a time.
 class WorldToFrame {
 public:
-    /// The format is packed RGB of 8 bits, BGR0 or planar YUV.
+    /// The format is one that `isConvertible` names.
     explicit WorldToFrame(const PixelLayout& layout);
 
     /// Fills the frame, which has its buffers and the layout. The world has its size.
-    void convert(const World& world, AVFrame& frame) const;
+    void convert(const World& world, AVFrame& frame);
 
 private:
+    void prepareRows();
+    void convertRow(const World& world, int y, AVFrame& frame);
+
     PixelLayout mLayout;
-    FFmpegPtr<SwsContext> mScaler; // null for packed RGB
-    int mPixelBytes = 0;
-    std::vector<int> mOffsets; // in a packed pixel, of red, green, blue and, if it has one, alpha
+    std::optional<WorldToYuv> mYuv; // for the formats that it takes
+    FFmpegPtr<SwsContext> mScaler;  // for those that are converted neither there nor here
+    std::array<std::vector<std::uint8_t>, 5> mRows;   // alpha, red, green, blue, and opaque ones
+    std::array<const std::uint8_t*, 4> mPackedRows{}; // of them, by the byte in a packed pixel
+    std::vector<std::uint16_t> mLine;                 // of one component
 };
 
 /// A new world with the frame's picture. Throws Error as the converter does, and for a size that no

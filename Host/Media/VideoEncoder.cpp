@@ -130,7 +130,7 @@ VideoEncoder::VideoEncoder(const EncoderSettings& settings, const ClipFrame& fir
     : mOutput(settings.output),
       mContext(openContext(settings, first)),
       mConverter({mContext->width, mContext->height, mContext->pix_fmt, mContext->colorspace,
-                  mContext->color_range}),
+                  mContext->color_range, mContext->chroma_sample_location}),
       mMayLoseAlpha(!carriesAlpha(mContext->pix_fmt)) {}
 
 void VideoEncoder::send(const ClipFrame& frame, std::int64_t time) {
