@@ -82,7 +82,6 @@ void setColours(AVCodecContext& encoder, const AVFrame& source, bool saysColours
                           std::string_view(from->name).substr(0, 4) == "yuvj";
         encoder.color_range = full ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG;
         encoder.colorspace = source.colorspace;
-        encoder.chroma_sample_location = source.chroma_location;
         return;
     }
     encoder.color_range = AVCOL_RANGE_MPEG;
@@ -118,6 +117,8 @@ FFmpegPtr<AVCodecContext> openContext(const EncoderSettings& settings, const Cli
     if (!codec.saysRange || !settings.container.saysRange) {
         context->color_range = AVCOL_RANGE_MPEG;
     }
+    context->chroma_sample_location = writtenChroma(codec, settings.container, format,
+                                                    context->color_range, layoutOf(*source).chroma);
     Dictionary options(encoderOptions(codec, settings.output.quality.value_or(defaultQuality)));
     checkResult(avcodec_open2(context.get(), encoder, options.pointer()));
     options.checkAllTaken();

@@ -3,6 +3,7 @@
 #include "Host/Library/Number.h"
 #include "Host/Media/ClipError.h"
 #include "Host/Media/PixelFormats.h"
+#include "Host/Media/PixelLayout.h"
 
 #include <algorithm>
 #include <array>
@@ -23,58 +24,91 @@ namespace {
 // told not to.
 const std::vector<VideoCodec>& codecs() {
     static const std::vector<VideoCodec> all = {
-        {"h264",
-         "libx264",
-         {AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUV422P, AV_PIX_FMT_YUV444P},
-         "rc-lookahead=12",
-         "crf",
-         51,
-         7},
-        {"hevc",
-         "libx265",
-         {AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUV422P, AV_PIX_FMT_YUV444P},
-         "x265-params=log-level=none\\:rc-lookahead=12",
-         "crf",
-         51,
-         9},
-        {"vp9",
-         "libvpx-vp9",
-         {AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUVA420P, AV_PIX_FMT_YUV422P, AV_PIX_FMT_YUV444P},
-         "b=0:row-mt=1:cpu-used=4:auto-alt-ref=0:lag-in-frames=12",
-         "crf",
-         63,
-         13},
-        {"prores",
-         "prores_ks",
-         {AV_PIX_FMT_YUV444P10LE, AV_PIX_FMT_YUVA444P10LE, AV_PIX_FMT_YUV422P10LE},
-         "",
-         nullptr,
-         0,
-         0,
-         false},
-        {"qtrle", "qtrle", {AV_PIX_FMT_RGB24, AV_PIX_FMT_ARGB}},
-        {"png", "png", {AV_PIX_FMT_RGB24, AV_PIX_FMT_RGBA}, "pred=paeth:compression_level=1"},
-        {"ffv1",
-         "ffv1",
-         {AV_PIX_FMT_BGR0, AV_PIX_FMT_BGRA, AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUV422P,
-          AV_PIX_FMT_YUV444P, AV_PIX_FMT_YUVA420P, AV_PIX_FMT_YUVA422P, AV_PIX_FMT_YUVA444P},
-         "level=3:slicecrc=1"},
-        {"rawvideo", "rawvideo", {}},
-        {"y4m", "wrapped_avframe", {AV_PIX_FMT_YUV444P, AV_PIX_FMT_YUV422P, AV_PIX_FMT_YUV420P}},
+        {.name = "h264",
+         .encoder = "libx264",
+         .formats = {AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUV422P, AV_PIX_FMT_YUV444P},
+         .options = "rc-lookahead=12",
+         .qualityOption = "crf",
+         .worst = 51,
+         .best = 7,
+         .saysChroma = true},
+        {.name = "hevc",
+         .encoder = "libx265",
+         .formats = {AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUV422P, AV_PIX_FMT_YUV444P},
+         .options = "x265-params=log-level=none\\:rc-lookahead=12",
+         .qualityOption = "crf",
+         .worst = 51,
+         .best = 9,
+         .saysChroma = true},
+        {.name = "vp9",
+         .encoder = "libvpx-vp9",
+         .formats = {AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUVA420P, AV_PIX_FMT_YUV422P,
+                     AV_PIX_FMT_YUV444P},
+         .options = "b=0:row-mt=1:cpu-used=4:auto-alt-ref=0:lag-in-frames=12",
+         .qualityOption = "crf",
+         .worst = 63,
+         .best = 13},
+        {.name = "prores",
+         .encoder = "prores_ks",
+         .formats = {AV_PIX_FMT_YUV444P10LE, AV_PIX_FMT_YUVA444P10LE, AV_PIX_FMT_YUV422P10LE},
+         .saysRange = false},
+        {.name = "qtrle", .encoder = "qtrle", .formats = {AV_PIX_FMT_RGB24, AV_PIX_FMT_ARGB}},
+        {.name = "png",
+         .encoder = "png",
+         .formats = {AV_PIX_FMT_RGB24, AV_PIX_FMT_RGBA},
+         .options = "pred=paeth:compression_level=1"},
+        {.name = "ffv1",
+         .encoder = "ffv1",
+         .formats = {AV_PIX_FMT_BGR0, AV_PIX_FMT_BGRA, AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUV422P,
+                     AV_PIX_FMT_YUV444P, AV_PIX_FMT_YUVA420P, AV_PIX_FMT_YUVA422P,
+                     AV_PIX_FMT_YUVA444P},
+         .options = "level=3:slicecrc=1"},
+        {.name = "rawvideo", .encoder = "rawvideo"},
+        {.name = "y4m",
+         .encoder = "wrapped_avframe",
+         .formats = {AV_PIX_FMT_YUV444P, AV_PIX_FMT_YUV422P, AV_PIX_FMT_YUV420P}},
     };
     return all;
 }
 
 const std::vector<Container>& containers() {
     static const std::vector<Container> all = {
-        {"mp4", "mp4", {"h264", "hevc"}, "h264"},
-        {"mp4", "m4v", {"h264", "hevc"}, "h264"},
-        {"mov", "mov", {"h264", "hevc", "prores", "qtrle", "png"}, "prores"},
-        {"matroska", "mkv", {"h264", "hevc", "vp9", "ffv1", "png", "prores"}, "ffv1"},
-        {"webm", "webm", {"vp9"}, "vp9"},
-        {"yuv4mpegpipe", "y4m", {"y4m"}, "y4m", false, true, true},
-        {"rawvideo", "raw", {"rawvideo"}, "rawvideo", false, false, true},
-        {"nut", "nut", {"rawvideo", "ffv1"}, "rawvideo", false, false},
+        {.name = "mp4", .ending = "mp4", .codecs = {"h264", "hevc"}, .alphaCodec = "h264"},
+        {.name = "mp4", .ending = "m4v", .codecs = {"h264", "hevc"}, .alphaCodec = "h264"},
+        {.name = "mov",
+         .ending = "mov",
+         .codecs = {"h264", "hevc", "prores", "qtrle", "png"},
+         .alphaCodec = "prores"},
+        {.name = "matroska",
+         .ending = "mkv",
+         .codecs = {"h264", "hevc", "vp9", "ffv1", "png", "prores"},
+         .alphaCodec = "ffv1",
+         .saysChroma = true},
+        {.name = "webm",
+         .ending = "webm",
+         .codecs = {"vp9"},
+         .alphaCodec = "vp9",
+         .saysChroma = true},
+        {.name = "yuv4mpegpipe",
+         .ending = "y4m",
+         .codecs = {"y4m"},
+         .alphaCodec = "y4m",
+         .saysColours = false,
+         .countsFrames = true,
+         .saysChroma = true},
+        {.name = "rawvideo",
+         .ending = "raw",
+         .codecs = {"rawvideo"},
+         .alphaCodec = "rawvideo",
+         .saysColours = false,
+         .saysRange = false,
+         .countsFrames = true},
+        {.name = "nut",
+         .ending = "nut",
+         .codecs = {"rawvideo", "ffv1"},
+         .alphaCodec = "rawvideo",
+         .saysColours = false,
+         .saysRange = false},
     };
     return all;
 }
@@ -250,6 +284,19 @@ AVPixelFormat choosePixelFormat(const VideoCodec& codec, const std::string& want
         codec.formats.begin(), codec.formats.end(), [&](AVPixelFormat left, AVPixelFormat right) {
             return distance(own, layoutOf(left)) < distance(own, layoutOf(right));
         });
+}
+
+AVChromaLocation writtenChroma(const VideoCodec& codec, const Container& container,
+                               AVPixelFormat format, AVColorRange range, AVChromaLocation clips) {
+    const Layout layout = layoutOf(format);
+    const bool is420 = layout.chromaWidth == 1 && layout.chromaHeight == 1;
+    const bool isUsual =
+        clips == AVCHROMA_LOC_LEFT || clips == AVCHROMA_LOC_CENTER || clips == AVCHROMA_LOC_TOPLEFT;
+    if (is420 && (codec.saysChroma || (container.saysChroma && isUsual))) {
+        return chromaLocationOf(format, range, clips);
+    }
+    return chromaLocationOf(format, codec.saysChroma ? AVCOL_RANGE_MPEG : range,
+                            AVCHROMA_LOC_UNSPECIFIED);
 }
 
 bool needsEvenSides(const VideoCodec& codec, AVPixelFormat format, int width, int height) {

@@ -16,11 +16,13 @@ struct VideoCodec {
     const char* encoder;
     /// The formats to choose from, the first for a clip of RGB pixels without alpha. Empty: all
     /// that pixels can be converted to.
-    std::vector<AVPixelFormat> formats;
+    std::vector<AVPixelFormat> formats = {};
     const char* options = "";            ///< as "key=value:key=value"
     const char* qualityOption = nullptr; ///< null for a codec that has no quality to choose
     double worst = 0, best = 0;          ///< its values at qualities 0 and 100
     bool saysRange = true;               ///< false: readers assume the limited range
+    /// Has a field for the chroma location of 4:2:0, and readers go by nothing else.
+    bool saysChroma = false;
 };
 
 struct Container {
@@ -31,6 +33,7 @@ struct Container {
     bool saysColours = true;         ///< has a field for the matrix of YUV
     bool saysRange = true;           ///< has a field for the range of YUV
     bool countsFrames = false;       ///< has a frame rate, and no time for each frame
+    bool saysChroma = false;         ///< has a field for the usual chroma locations of 4:2:0
 };
 
 /// The container for an ending or a format's name, null for none.
@@ -55,6 +58,11 @@ void checkPixelFormat(const Container& container, const std::string& codec,
 /// one that the codec or the converter doesn't take.
 AVPixelFormat choosePixelFormat(const VideoCodec& codec, const std::string& wanted,
                                 const AVFrame& source);
+
+/// Where readers of the output will take the chroma of this format and range to lie: where the
+/// clip's lies, if the output can say so.
+AVChromaLocation writtenChroma(const VideoCodec& codec, const Container& container,
+                               AVPixelFormat format, AVColorRange range, AVChromaLocation clips);
 
 /// Whether the codec takes this format at even sides only, and one of these is odd.
 bool needsEvenSides(const VideoCodec& codec, AVPixelFormat format, int width, int height);

@@ -337,6 +337,32 @@ TEST_F(ClipTest, ColoursGoByTheClipsOwnMatrixAndRangeAndComeBack) {
     expectColour("out.mov", expected);
 }
 
+TEST_F(ClipTest, ChromaStaysInItsPlaceOrIsMovedToWhereReadersTakeItToBe) {
+    for (const std::string place : {"center", "topleft"}) { // steep chroma: half a pixel counts
+        ffmpeg("-f lavfi -i color=gray:s=62x50:r=2:d=1 -vf format=yuv420p,geq=lum=128:cb='8*X':cr="
+               "'8*Y' -chroma_sample_location " +
+               place + " -c:v ffv1 " + place + ".mkv");
+    }
+    struct Case {
+        const char *from, *to, *codec, *location, *pixelFormat = "";
+    };
+    const Case cases[] = {{"center.mkv", "o.mkv", "ffv1", "center"},
+                          {"topleft.mkv", "o.mp4", "h264", "topleft"},
+                          {"center.mkv", "o.mp4", "h264", "left", "yuv422p"},
+                          {"center.mkv", "o.y4m", "", "center"},
+                          {"topleft.mkv", "o.nut", "", "unspecified"}};
+    for (const auto& [from, to, codec, location, format] : cases) {
+        ClipOutput written = output(to, codec);
+        written.pixelFormat = format;
+        copy(input(from), written);
+        EXPECT_EQ(ffprobe("-show_entries stream=chroma_location " + std::string(to)),
+                  std::string("chroma_location=") + location + "\n");
+        const auto [mean, greatest] =
+            difference(read(input(from))[0].picture.world, read(input(to))[0].picture.world);
+        EXPECT_LE(mean, 0.5) << to; // the wrong place: 0.7 and more
+    }
+}
+
 TEST_F(ClipTest, ColoursThatNobodyKnowsAreUnspecified) {
     ffmpeg("-f lavfi -i testsrc2=s=48x32:r=2:d=1 -pix_fmt yuv420p -c:v ffv1 plain.mkv "
            "-colorspace bt709 -color_primaries bt709 -color_trc bt709 -c:v ffv1 -pix_fmt yuv420p "
