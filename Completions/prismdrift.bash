@@ -14,7 +14,8 @@ _prismdrift() {
     --channel-lightness --preset --frames --missing --framerate --input-format
     --video-size --pixel-format --max-pixels --max-metadata --downsample --renderer --plugin
     --help -h --progress --quiet --verbose'
-  local render="$both --save-preset --codec --quality --output-format --output-pixel-format
+  local render="$both --save-preset --codec --quality --encoder-preset --output-format
+    --output-pixel-format
     --list-parameters --about --script --version"
   local sheet="$both --vary --columns --cell-width"
 
@@ -29,6 +30,10 @@ _prismdrift() {
       words='rgba argb bgra rgb24 bgr24 gray yuv420p yuv422p yuv444p yuva420p yuva444p'
       ;;
     --codec) words='h264 hevc prores qtrle png vp9 ffv1' ;;
+    --encoder-preset)
+      words='ultrafast superfast veryfast faster fast medium slow slower veryslow placebo
+        5 4 3 2 1 0'
+      ;;
     --output-format)
       words='mp4 mov matroska webm nut rawvideo yuv4mpegpipe
         png jpg tif webp bmp tga ppm pam sgi qoi'

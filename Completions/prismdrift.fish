@@ -29,6 +29,7 @@ complete -c prismdrift -l max-metadata -x -d 'MiB of texts and profiles to keep 
 # Output
 complete -c prismdrift -n 'not __prismdrift_sheet' -l codec -x -a 'h264 hevc prores qtrle png vp9 ffv1' -d 'Of the written video'
 complete -c prismdrift -n 'not __prismdrift_sheet' -l quality -x -d '0 to 100; higher looks better and takes more space'
+complete -c prismdrift -n 'not __prismdrift_sheet' -l encoder-preset -x -a 'ultrafast superfast veryfast faster fast medium slow slower veryslow placebo 5 4 3 2 1 0' -d 'Slower ones make smaller files; numbers are for vp9'
 complete -c prismdrift -n 'not __prismdrift_sheet' -l output-format -x -a 'mp4 mov matroska webm nut rawvideo yuv4mpegpipe png jpg tif webp bmp tga ppm pam sgi qoi' -d 'For pipes and names without an ending'
 complete -c prismdrift -n 'not __prismdrift_sheet' -l output-pixel-format -x -a 'rgba argb bgra rgb24 bgr24 gray yuv420p yuv422p yuv444p yuva420p yuva444p' -d 'Of the written video'
 

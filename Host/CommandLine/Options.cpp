@@ -213,6 +213,14 @@ const std::vector<Option> outputOptions = {
      .store = storeQuality,
      .onlyIn = Command::Render,
      .setting = ClipSetting::Quality},
+    {.name = "--encoder-preset",
+     .takes = "NAME",
+     .help = "The encoder's own preset: ultrafast, superfast, veryfast, faster, fast, medium, "
+             "slow, slower, veryslow or placebo for h264 and hevc, 5 (the fastest) to 0 for vp9. "
+             "Slower ones make smaller files. Default: medium, 4 for vp9",
+     .store = [](Arguments& to, Text text) { to.output.encoderPreset = text; },
+     .onlyIn = Command::Render,
+     .setting = ClipSetting::EncoderPreset},
     {.name = "--output-format",
      .takes = "FORMAT",
      .help = "Format for a pipe or a name without an ending: rawvideo, yuv4mpegpipe, nut, "

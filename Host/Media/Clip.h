@@ -50,6 +50,9 @@ struct ClipOutput {
     /// the clip.
     std::string format, codec, pixelFormat;
     std::optional<double> quality; ///< 0 to 100, for codecs with loss
+    /// One of the codec's own presets, of its speed against the size of the file; empty for a
+    /// usual one.
+    std::string encoderPreset;
     /// Called with one line for each thing of the clip that gets lost, by `openClipWriter` and then
     /// on the thread that writes.
     std::function<void(const std::string&)> warn;

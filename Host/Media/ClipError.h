@@ -25,7 +25,8 @@ enum class ClipSetting {
     OutputFormat,
     Codec,
     OutputPixelFormat,
-    Quality
+    Quality,
+    EncoderPreset
 };
 
 enum class ClipReason {

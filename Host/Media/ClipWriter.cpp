@@ -59,7 +59,8 @@ void refuseVideoSettings(const ClipOutput& output) {
     const VideoSetting all[] = {
         {!output.codec.empty(), ClipSetting::Codec, "a codec"},
         {!output.pixelFormat.empty(), ClipSetting::OutputPixelFormat, "a pixel format"},
-        {output.quality.has_value(), ClipSetting::Quality, "a quality"}};
+        {output.quality.has_value(), ClipSetting::Quality, "a quality"},
+        {!output.encoderPreset.empty(), ClipSetting::EncoderPreset, "an encoder preset"}};
     for (const VideoSetting& video : all) {
         if (video.isSet) {
             refuse(output, ClipReason::SettingNotTaken, video.setting,
@@ -74,6 +75,9 @@ void checkVideoSettings(const ClipOutput& output, const Target& target) {
             chooseCodec(*target.container, output.codec, AV_CODEC_ID_NONE, false);
         if (!output.pixelFormat.empty()) {
             checkPixelFormat(*target.container, output.codec, output.pixelFormat);
+        }
+        if (!output.encoderPreset.empty()) {
+            checkEncoderPreset(*target.container, output.codec, output.encoderPreset);
         }
         if (output.quality && codec.qualityOption == nullptr && !output.codec.empty()) {
             throw ClipError(ClipReason::SettingNotTaken, {ClipSetting::Quality},

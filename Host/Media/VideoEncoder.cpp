@@ -42,6 +42,12 @@ Encoding chooseEncoding(const EncoderSettings& settings, const AVFrame& source, 
     if (output.quality && codec.qualityOption == nullptr) {
         output.warn(std::string(codec.name) + " has no quality to choose");
     }
+    if (!output.encoderPreset.empty()) {
+        checkEncoderPreset(codec, output.encoderPreset);
+        if (codec.presetOption == nullptr) {
+            output.warn(std::string(codec.name) + " has no encoder presets to choose");
+        }
+    }
     // x265 opens at 16 pixels a side, but up to a width of 48, three of its blocks, it writes whole
     // vectors beyond its own memory. How long these are depends on the processor: one block more.
     constexpr int leastWidth = 64;
@@ -119,7 +125,8 @@ FFmpegPtr<AVCodecContext> openContext(const EncoderSettings& settings, const Cli
     }
     context->chroma_sample_location = writtenChroma(codec, settings.container, format,
                                                     context->color_range, layoutOf(*source).chroma);
-    Dictionary options(encoderOptions(codec, settings.output.quality.value_or(defaultQuality)));
+    Dictionary options(encoderOptions(codec, settings.output.quality.value_or(defaultQuality),
+                                      settings.output.encoderPreset));
     checkResult(avcodec_open2(context.get(), encoder, options.pointer()));
     options.checkAllTaken();
     return context;

@@ -18,6 +18,11 @@ extern "C" {
 namespace Vexorel::PrismDrift::Host {
 namespace {
 
+// x265 has the same.
+const std::vector<const char*> x264Presets = {"ultrafast", "superfast", "veryfast", "faster",
+                                              "fast",      "medium",    "slow",     "slower",
+                                              "veryslow",  "placebo"};
+
 // Each encoder has a scale of quality of its own; at 18 on H.264's, people take the picture for the
 // original. The encoders look only a dozen frames ahead: frames that they hold back take memory,
 // and are encoded at the end, when nothing else is left to do. x265 writes to standard error unless
@@ -31,6 +36,8 @@ const std::vector<VideoCodec>& codecs() {
          .qualityOption = "crf",
          .worst = 51,
          .best = 7,
+         .presetOption = "preset",
+         .presets = x264Presets,
          .saysChroma = true},
         {.name = "hevc",
          .encoder = "libx265",
@@ -39,6 +46,8 @@ const std::vector<VideoCodec>& codecs() {
          .qualityOption = "crf",
          .worst = 51,
          .best = 9,
+         .presetOption = "preset",
+         .presets = x264Presets,
          .saysChroma = true},
         {.name = "vp9",
          .encoder = "libvpx-vp9",
@@ -47,7 +56,9 @@ const std::vector<VideoCodec>& codecs() {
          .options = "b=0:row-mt=1:cpu-used=4:auto-alt-ref=0:lag-in-frames=12",
          .qualityOption = "crf",
          .worst = 63,
-         .best = 13},
+         .best = 13,
+         .presetOption = "cpu-used",
+         .presets = {"5", "4", "3", "2", "1", "0"}},
         {.name = "prores",
          .encoder = "prores_ks",
          .formats = {AV_PIX_FMT_YUV444P10LE, AV_PIX_FMT_YUVA444P10LE, AV_PIX_FMT_YUV422P10LE},
@@ -121,6 +132,48 @@ bool has(const Container& container, const char* codec) {
 const VideoCodec& codecNamed(const std::string& name) {
     return *std::find_if(codecs().begin(), codecs().end(),
                          [&](const VideoCodec& codec) { return codec.name == name; });
+}
+
+// The codec of this name, or for an empty one all of the container's.
+std::vector<const VideoCodec*> possibleCodecs(const Container& container,
+                                              const std::string& codec) {
+    std::vector<const VideoCodec*> possible;
+    for (const char* name : container.codecs) {
+        if (codec.empty() || codec == name) {
+            possible.push_back(&codecNamed(name));
+        }
+    }
+    return possible;
+}
+
+bool hasPreset(const VideoCodec& codec, std::string_view wanted) {
+    return std::any_of(codec.presets.begin(), codec.presets.end(),
+                       [&](const char* name) { return name == wanted; });
+}
+
+[[noreturn]] void refusePreset(const std::string& wanted,
+                               const std::vector<const VideoCodec*>& codecs) {
+    std::string takers, known;
+    for (std::size_t i = 0; i < codecs.size(); ++i) {
+        takers += (takers.empty() ? "" : " and ") + std::string(codecs[i]->name);
+        if (i + 1 < codecs.size() && codecs[i + 1]->presets == codecs[i]->presets) {
+            continue; // is named together with the next one
+        }
+        std::string names;
+        for (const char* name : codecs[i]->presets) {
+            names += (names.empty() ? "" : ", ") + std::string(name);
+        }
+        if (!names.empty()) {
+            known += "; the presets of " + takers + " are " + names;
+        } else if (codecs.size() == 1 || (known.empty() && i + 1 == codecs.size())) {
+            throw ClipError(ClipReason::SettingNotTaken, {ClipSetting::EncoderPreset},
+                            takers + (codecs.size() == 1 ? " has" : " have") +
+                                " no encoder presets to choose");
+        }
+        takers.clear();
+    }
+    throw ClipError(ClipReason::ValueNotTaken, {ClipSetting::EncoderPreset},
+                    "there is no encoder preset '" + wanted + "'" + known);
 }
 
 // The properties by which a pixel format is chosen.
@@ -254,16 +307,26 @@ const VideoCodec& chooseCodec(const Container& container, const std::string& wan
 void checkPixelFormat(const Container& container, const std::string& codec,
                       const std::string& wanted) {
     const AVPixelFormat format = av_get_pix_fmt(wanted.c_str());
-    std::vector<const VideoCodec*> possible;
-    for (const char* name : container.codecs) {
-        if (codec.empty() || codec == name) {
-            possible.push_back(&codecNamed(name));
-        }
-    }
+    const auto possible = possibleCodecs(container, codec);
     if (std::none_of(possible.begin(), possible.end(),
                      [format](const VideoCodec* one) { return isTaken(format, *one); })) {
         const std::string all = std::string(".") + container.ending;
         refusePixelFormat(wanted, possible.size() == 1 ? possible.front()->name : all, possible);
+    }
+}
+
+void checkEncoderPreset(const Container& container, const std::string& codec,
+                        const std::string& wanted) {
+    const auto possible = possibleCodecs(container, codec);
+    if (std::none_of(possible.begin(), possible.end(),
+                     [&](const VideoCodec* one) { return hasPreset(*one, wanted); })) {
+        refusePreset(wanted, possible);
+    }
+}
+
+void checkEncoderPreset(const VideoCodec& codec, const std::string& wanted) {
+    if (codec.presetOption != nullptr && !hasPreset(codec, wanted)) {
+        refusePreset(wanted, {&codec});
     }
 }
 
@@ -306,12 +369,17 @@ bool needsEvenSides(const VideoCodec& codec, AVPixelFormat format, int width, in
            ((width & layout.chromaWidth) != 0 || (height & layout.chromaHeight) != 0);
 }
 
-std::string encoderOptions(const VideoCodec& codec, double quality) {
+std::string encoderOptions(const VideoCodec& codec, double quality, const std::string& preset) {
     std::string options = codec.options;
+    const auto add = [&](const char* name, const std::string& value) {
+        options += (options.empty() ? "" : ":") + std::string(name) + "=" + value;
+    };
     if (codec.qualityOption != nullptr) {
         const double value = std::round(codec.worst + (codec.best - codec.worst) * quality / 100);
-        options += (options.empty() ? "" : ":") + std::string(codec.qualityOption) + "=" +
-                   numberText(value);
+        add(codec.qualityOption, numberText(value));
+    }
+    if (codec.presetOption != nullptr && !preset.empty()) {
+        add(codec.presetOption, preset);
     }
     return options;
 }

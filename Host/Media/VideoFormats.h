@@ -17,10 +17,12 @@ struct VideoCodec {
     /// The formats to choose from, the first for a clip of RGB pixels without alpha. Empty: all
     /// that pixels can be converted to.
     std::vector<AVPixelFormat> formats = {};
-    const char* options = "";            ///< as "key=value:key=value"
-    const char* qualityOption = nullptr; ///< null for a codec that has no quality to choose
-    double worst = 0, best = 0;          ///< its values at qualities 0 and 100
-    bool saysRange = true;               ///< false: readers assume the limited range
+    const char* options = "";              ///< as "key=value:key=value"
+    const char* qualityOption = nullptr;   ///< null for a codec that has no quality to choose
+    double worst = 0, best = 0;            ///< its values at qualities 0 and 100
+    const char* presetOption = nullptr;    ///< null for a codec without presets
+    std::vector<const char*> presets = {}; ///< from the fastest on
+    bool saysRange = true;                 ///< false: readers assume the limited range
     /// Has a field for the chroma location of 4:2:0, and readers go by nothing else.
     bool saysChroma = false;
 };
@@ -53,6 +55,14 @@ const VideoCodec& chooseCodec(const Container& container, const std::string& wan
 void checkPixelFormat(const Container& container, const std::string& codec,
                       const std::string& wanted);
 
+/// Throws ClipError for an encoder preset that the codec of this name doesn't have, or for an empty
+/// one none of the container's codecs.
+void checkEncoderPreset(const Container& container, const std::string& codec,
+                        const std::string& wanted);
+
+/// Throws ClipError for an encoder preset that the codec doesn't have, unless it has none at all.
+void checkEncoderPreset(const VideoCodec& codec, const std::string& wanted);
+
 /// The pixel format of the name `wanted`. Where that is empty: the clip's own if the codec has it
 /// in 8 bits, else the nearest, with alpha if the clip has it and the codec can. Throws Error for
 /// one that the codec or the converter doesn't take.
@@ -67,8 +77,8 @@ AVChromaLocation writtenChroma(const VideoCodec& codec, const Container& contain
 /// Whether the codec takes this format at even sides only, and one of these is odd.
 bool needsEvenSides(const VideoCodec& codec, AVPixelFormat format, int width, int height);
 
-/// The encoder's options for a quality from 0 to 100.
-std::string encoderOptions(const VideoCodec& codec, double quality);
+/// The encoder's options for a quality from 0 to 100 and a preset, if that isn't empty.
+std::string encoderOptions(const VideoCodec& codec, double quality, const std::string& preset);
 
 constexpr double defaultQuality = 75;
 

@@ -22,6 +22,10 @@ VideoWriter::VideoWriter(const ClipOutput& output, const Container& container,
             mClipCodec = clip.container->streams[clip.videoStream]->codecpar->codec_id;
             mCopier.emplace(clip, isPartial, *mMuxer, mOutput);
         }
+        if (!mOutput.encoderPreset.empty()) { // as far as the codec is known without a frame
+            checkEncoderPreset(chooseCodec(container, mOutput.codec, mClipCodec, false),
+                               mOutput.encoderPreset);
+        }
     } catch (const std::exception&) {
         rethrowWithPrefix(cannotWrite(mOutput.file));
     }

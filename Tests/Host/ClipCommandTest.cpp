@@ -201,6 +201,7 @@ TEST_F(ClipCommandTest, WhatGetsLostIsSaid) {
         {"a.%d.png b.mov", "the input has 16 bits a channel; 8 are kept"},
         {"vfr.mov a.y4m", ".y4m has one frame rate: the frames' own times are lost"},
         {"vfr.mov b.mov --quality 50", "qtrle has no quality to choose"},
+        {"vfr.mov b.mov --encoder-preset fast", "qtrle has no encoder presets to choose"},
     };
     for (const auto& [arguments, warning] : cases) {
         const Result result = run(std::string("$PROGRAM $FAKE ") + arguments);

@@ -425,6 +425,12 @@ TEST_F(ClipTest, TheCodecAndThePixelFormatSuitTheClip) {
     worst.quality = 0;
     copy(input("in.mov"), worst);
     EXPECT_GT(fs::file_size(path("o.mp4")), fs::file_size(path("worst.mp4")) + 500);
+    for (const auto& [name, preset] : {std::pair("fast.mp4", "ultrafast"), {"fast.webm", "5"}}) {
+        ClipOutput fast = output(name);
+        fast.encoderPreset = preset;
+        copy(input("in.mov"), fast);
+    }
+    EXPECT_GT(fs::file_size(path("fast.mp4")), fs::file_size(path("o.mp4")) + 500);
 }
 
 TEST_F(ClipTest, ARecordingMayBeginInTheMiddleButMayNotBeDamaged) {
@@ -461,6 +467,11 @@ TEST_F(ClipTest, ErrorsCarryAReason) {
     };
     EXPECT_EQ(reason(output("o.png")), ClipReason::TooManyFrames);
     EXPECT_EQ(reason(output("o.mkv", "x")), ClipReason::ValueNotTaken);
+    ffmpeg("-i clip.mov -c:v libvpx-vp9 vp9.webm");
+    ClipOutput fast = output("o.mkv");
+    fast.encoderPreset = "fast"; // before there is a frame
+    const auto reader = openClip(input("vp9.webm"));
+    EXPECT_THROW(openClipWriter(fast, input("vp9.webm"), *reader), ClipError);
 }
 
 } // namespace

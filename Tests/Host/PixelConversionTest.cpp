@@ -235,7 +235,7 @@ void expectExact(const Case& row) {
                  av_color_space_name(row.matrix.name) + " " + av_color_range_name(row.range) + " " +
                  av_chroma_location_name(row.location.name) + " " + std::to_string(row.width) +
                  "x" + std::to_string(row.height));
-constexpr double rounded = 0.51;
+    constexpr double rounded = 0.51;
     Conversion conversion(row);
     EXPECT_LT(conversion.errorOfFrame(), rounded);
     EXPECT_LT(conversion.errorOfWorld(), rounded);

@@ -62,6 +62,13 @@ const Refusal commandLine[] = {
     {"in.png o.%d.mkv", 2, "a video is one file"},
     {"in.png o.%d.png --codec png", 2, "; leave out --codec\n"},
     {"in.png o.mov --codec qtrle --quality 3", 2, "qtrle has no .*; leave out --quality\n"},
+    {"in.png o.mp4 --encoder-preset fastest", 2,
+     "no encoder preset 'fastest'; the presets of h264 and hevc are ultrafast, superfast, .*, "
+     "veryslow, placebo \\(--encoder-preset\\)\n"},
+    {"in.png o.mkv --codec vp9 --encoder-preset 6", 2, "of vp9 are 5, 4, 3, 2, 1, 0 "},
+    {"in.png o.mov --codec prores --encoder-preset slow", 2,
+     "prores has no encoder presets .*; leave out --encoder-preset\n"},
+    {"in.png o.%d.png --encoder-preset slow", 2, "; leave out --encoder-preset\n"},
     {"in.png o.mp4 --codec h264 --output-pixel-format rgb24", 2,
      "'rgb24' is no pixel format of h264, which takes yuv420p.* \\(--output-pixel-format\\)\n"},
     {"in.png -", 2, "to standard output: .*; give --output-format\n"},
