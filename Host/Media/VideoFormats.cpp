@@ -155,13 +155,15 @@ bool hasPreset(const VideoCodec& codec, std::string_view wanted) {
                                const std::vector<const VideoCodec*>& codecs) {
     std::string takers, known;
     for (std::size_t i = 0; i < codecs.size(); ++i) {
-        takers += (takers.empty() ? "" : " and ") + std::string(codecs[i]->name);
+        takers += takers.empty() ? "" : " and ";
+        takers += codecs[i]->name;
         if (i + 1 < codecs.size() && codecs[i + 1]->presets == codecs[i]->presets) {
             continue; // is named together with the next one
         }
         std::string names;
         for (const char* name : codecs[i]->presets) {
-            names += (names.empty() ? "" : ", ") + std::string(name);
+            names += names.empty() ? "" : ", ";
+            names += name;
         }
         if (!names.empty()) {
             known += "; the presets of " + takers + " are " + names;

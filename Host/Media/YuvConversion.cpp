@@ -253,7 +253,8 @@ void WorldToYuv::writeAlpha(const World& world, AVFrame& frame, int y, Columns c
     }
     const unsigned full = (1U << mPicture.depth) - 1;
     for (int x = 0; x < columns.count; ++x) {
-        to[x] = static_cast<Value>((from[x * pixelBytes] * full + opaque / 2) / opaque);
+        to[x] =
+            static_cast<Value>((from[std::ptrdiff_t{x} * pixelBytes] * full + opaque / 2) / opaque);
     }
     writeRow(to, frame, mPicture.planes, y, columns);
 }

@@ -164,7 +164,7 @@ private:
     double right() const { return (sx(1) - 1) * mCase.location.right / 2.0; }
     double down() const { return (sy(1) - 1) * mCase.location.down / 2.0; }
 
-    std::uint8_t* at(int c, int x, int y) const {
+    std::uint8_t* at(int c, std::ptrdiff_t x, std::ptrdiff_t y) const {
         const Place& place = mCase.format.places[std::size_t(c)];
         return mFrame->data[place.plane] + y * mFrame->linesize[place.plane] + place.offset +
                x * place.step;
@@ -208,7 +208,7 @@ private:
 
     // The value of the frame at (x, y) of its plane that the world stands for.
     double coded(int c, int x, int y) const {
-        const auto value = [&](int i, int j) {
+        const auto value = [&](std::ptrdiff_t i, int j) {
             const std::uint8_t* pixel = mWorld.row(j) + 4 * i;
             const auto [name, kr, kb] = mCase.matrix;
             const double luma = kr * pixel[1] + (1 - kr - kb) * pixel[2] + kb * pixel[3];
