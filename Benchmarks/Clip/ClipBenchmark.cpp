@@ -1,9 +1,11 @@
-// A clip through the whole program, against the same frames drawn from memory and against reading
-// and writing the clip without drawing, in turn in one run, each as a process of its own with its
-// start and its set-up; and the memory that a clip ten times as long takes.
+// A clip through the whole program, against each of its parts alone (decoding, conversion, drawing,
+// conversion back, encoding) and against all but the drawing at once, in turn in one run, each as a
+// process of its own with its start and its set-up; and the memory that a clip ten times as long
+// takes.
 //
 //   prismdrift_clip_benchmark [frames [rounds]]    100 frames and 3 rounds unless given
 
+#include "Clip/ClipSteps.h"
 #include "Host/CommandLine/BoundedQueue.h"
 #include "Host/Library/Error.h"
 #include "Host/Library/HostedEffect.h"
@@ -166,29 +168,54 @@ double median(std::vector<double> values) {
     return values[values.size() / 2];
 }
 
+// What is measured in each round: the whole program, then its parts.
+struct Row {
+    const char* name;
+    std::function<void()> work;
+    std::vector<double> seconds = {};
+};
+
 void compareTimes(const fs::path& folder, int count, int rounds) {
     const std::string self = fs::read_symlink("/proc/self/exe");
-    makeClip(folder / "clip.mp4", width, height, count);
-    std::vector<double> whole, drawing, files, toSlower, toSum;
+    const fs::path clip = folder / "clip.mp4";
+    makeClip(clip, width, height, count);
+    const auto part = [&](const char* name, const fs::path& last = "") {
+        return [=] { runProcess({self, name, std::to_string(count), clip, last}); };
+    };
+    Row rows[] = {
+        {"the whole program", [&] { runProgram(clip, folder / "whole.mp4"); }},
+        {"decoding", part("decode")},
+        {"conversion", part("convert")},
+        {"drawing", part("draw")},
+        {"conversion back", part("back")},
+        {"encoding", part("encode")},
+        {"decoding to encoding at once, without drawing", part("copy", folder / "files.mp4")}};
+    const auto& [whole, decoding, conversion, drawing, back, encoding, files] = rows;
     std::printf("%d frames of %dx%d, %u processors\n", count, width, height,
                 std::thread::hardware_concurrency());
+    std::vector<double> toSlower, toLongest, toSum;
     for (int round = 0; round < rounds; ++round) {
-        whole.push_back(secondsOf([&] { runProgram(folder / "clip.mp4", folder / "whole.mp4"); }));
-        drawing.push_back(secondsOf([&] { runProcess({self, "draw", std::to_string(count)}); }));
-        files.push_back(secondsOf([&] {
-            runProcess({self, "copy", folder / "clip.mp4", folder / "files.mp4"});
-        }));
-        toSlower.push_back(whole.back() / std::max(drawing.back(), files.back()));
-        toSum.push_back(whole.back() / (drawing.back() + files.back()));
-        std::printf("round %d: whole %.2f s, drawn from memory %.2f s, decoded and encoded %.2f s; "
-                    "whole / slower %.3f, whole / sum %.3f\n",
-                    round + 1, whole.back(), drawing.back(), files.back(), toSlower.back(),
-                    toSum.back());
-        std::fflush(stdout);
+        double sum = 0;
+        for (Row& row : rows) {
+            row.seconds.push_back(secondsOf(row.work));
+            sum += &row == &whole || &row == &files ? 0 : row.seconds.back();
+            std::printf("round %d: %7.2f s %s\n", round + 1, row.seconds.back(), row.name);
+            std::fflush(stdout);
+        }
+        const double first = whole.seconds.back();
+        const auto last = [](const Row& row) { return row.seconds.back(); };
+        toSlower.push_back(first / std::max(last(drawing), last(files)));
+        toLongest.push_back(first / std::max({last(decoding) + last(conversion), last(drawing),
+                                              last(back) + last(encoding)}));
+        toSum.push_back(first / sum);
     }
-    std::printf("medians: whole %.2f s, drawn %.2f s, decoded and encoded %.2f s; whole / slower "
-                "%.3f, whole / sum %.3f\n",
-                median(whole), median(drawing), median(files), median(toSlower), median(toSum));
+    std::printf("medians, a frame:\n");
+    for (const Row& row : rows) {
+        std::printf("%7.2f ms %s\n", 1000 * median(row.seconds) / count, row.name);
+    }
+    std::printf("the whole to the slower of drawing and the rest at once %.3f, to the longest of "
+                "the three threads %.3f, to the sum of the parts %.3f\n",
+                median(toSlower), median(toLongest), median(toSum));
 }
 
 void compareMemory(const fs::path& folder) {
@@ -206,13 +233,15 @@ int main(int count, char** words) {
     mallopt(M_MMAP_THRESHOLD, 32 << 20);
     mallopt(M_ARENA_MAX, 1);
     mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
-    const std::string part = count > 2 ? words[1] : "";
-    if (part == "draw") {
-        drawFromMemory(std::atoi(words[2]));
-        return 0;
-    }
-    if (part == "copy" && count > 3) {
-        readAndWrite(words[2], words[3]);
+    if (count > 3) { // a part alone: its name, the frames, the clip, and where a copy goes
+        const std::string part = words[1];
+        const int frames = std::atoi(words[2]);
+        part == "decode"    ? decodeFrames(words[3])
+        : part == "convert" ? convertFrames(words[3], frames)
+        : part == "draw"    ? drawFromMemory(frames)
+        : part == "back"    ? convertFramesBack(words[3], frames)
+        : part == "encode"  ? encodeFrames(words[3], frames)
+                            : readAndWrite(words[3], words[4]);
         return 0;
     }
     std::string name = (fs::temp_directory_path() / "prismdrift-clip-XXXXXX").string();
