@@ -266,6 +266,28 @@ TEST(PixelConversionTest, FollowsTheFormatAndTheChromasPlace) {
     }
 }
 
+TEST(PixelConversionTest, KeepsRgbInEveryLayout) {
+    constexpr int width = 37;
+    World world(width, 2);
+    std::mt19937 random(3);
+    for (int i = 0; i < width * 8; ++i) {
+        world.row(i / width / 4)[i % (width * 4)] = std::uint8_t(random());
+    }
+    for (const AVPixelFormat format :
+         {AV_PIX_FMT_RGB24, AV_PIX_FMT_BGRA, AV_PIX_FMT_0RGB, AV_PIX_FMT_GBRP, AV_PIX_FMT_RGBA64BE,
+          AV_PIX_FMT_BGR48LE, AV_PIX_FMT_GBRAP10LE, AV_PIX_FMT_X2RGB10LE}) {
+        const AVPixFmtDescriptor& layout = *av_pix_fmt_desc_get(format);
+        const auto frame = frameFromWorld(world, format);
+        const World back = worldFromFrame(*frame);
+        for (int i = 0; i < width * 8; ++i) {
+            const int x = i % (width * 4);
+            const bool isOpaque = i % 4 == 0 && (layout.flags & AV_PIX_FMT_FLAG_ALPHA) == 0;
+            const int expected = isOpaque ? 255 : world.row(i / width / 4)[x];
+            ASSERT_EQ(back.row(i / width / 4)[x], expected) << layout.name << " " << i;
+        }
+    }
+}
+
 TEST(PixelConversionTest, StretchesGrayOfTheLimitedRange) {
     const auto frame = newFrame(256, 1, AV_PIX_FMT_GRAY8);
     for (int value = 0; value < 256; ++value) {
@@ -277,6 +299,13 @@ TEST(PixelConversionTest, StretchesGrayOfTheLimitedRange) {
         for (int value = 0; value < 256; ++value) {
             const double exact = isLimited ? (value - 16) * 255 / 219.0 : value;
             EXPECT_NEAR(world.row(0)[4 * value + 2], std::clamp(exact, 0.0, 255.0), 0.51);
+        }
+        // And back, where the values in between are all there.
+        const auto again = newFrame(256, 1, AV_PIX_FMT_GRAY8);
+        again->color_range = frame->color_range;
+        WorldToFrame(layoutOf(*again)).convert(world, *again);
+        for (int value = 16; value <= 235; ++value) {
+            EXPECT_EQ(again->data[0][value], value);
         }
     }
 }
