@@ -166,7 +166,7 @@ bool hasPreset(const VideoCodec& codec, std::string_view wanted) {
             names += name;
         }
         if (!names.empty()) {
-            known += "; the presets of " + takers + " are " + names;
+            known.append("; the presets of ").append(takers).append(" are ").append(names);
         } else if (codecs.size() == 1 || (known.empty() && i + 1 == codecs.size())) {
             throw ClipError(ClipReason::SettingNotTaken, {ClipSetting::EncoderPreset},
                             takers + (codecs.size() == 1 ? " has" : " have") +
