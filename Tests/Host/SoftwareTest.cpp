@@ -120,7 +120,7 @@ Neighbours neighbours(double inverse, double shift, int length, int pixel) {
     const Number place = factor * (static_cast<Number>(pixel) + Number(0.5)) + offset;
     const Number part = place / static_cast<Number>(length);
     Number at = (part - std::floor(part)) * static_cast<Number>(length) - Number(0.5);
-    if (std::is_same_v<Number, double>) {
+    if constexpr (std::is_same_v<Number, double>) {
         at = std::fmod(std::fmod(place, length) + length, length) - 0.5;
     }
     if (std::isnan(at)) {
@@ -480,7 +480,7 @@ TEST(Software, BindsToThePublishedParametersAtTheFramesTime) {
     values.resolve({});
     const ChannelValues bound = softwareSettings(values, {{500, 50, 600}, 4}).values;
     EXPECT_EQ(bound.order, GRB);
-    EXPECT_EQ(bound.angle, static_cast<float>(std::lround(36.00001 * 65536) / 65536.0));
+    EXPECT_EQ(bound.angle, static_cast<float>(std::round(36.00001 * 65536) / 65536.0));
     EXPECT_EQ(bound.distance, 1.25F);
     EXPECT_THAT(bound.scale, testing::ElementsAre(1.1F, 1.09F, 1.08F));
     EXPECT_THAT(bound.lightness, testing::ElementsAre(-0.1F, 0.0F, 0.1F));
