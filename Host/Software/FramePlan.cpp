@@ -172,8 +172,8 @@ void setLightness(ChannelPlan<Mixing>& plan, float lightness) {
     using Share = typename Mixing::Share;
     constexpr double most = one < Share >> 1.0 ? one<Share> - 1.0 : 1.0;
     plan.tint = lightness >= 0.0F ? Mixing::white : typename Mixing::Value{0};
-    plan.lightness =
-        shareFrom<Share>(std::min(unitsOf(std::abs(double{lightness}), Share{}), most));
+    const double part = std::isnan(lightness) ? 0.0 : std::min(std::abs(double{lightness}), 1.0);
+    plan.lightness = shareFrom<Share>(std::min(unitsOf(part, Share{}), most));
 }
 
 template <typename Share>

@@ -12,7 +12,8 @@
 /// precision, and colours don't depend on alpha. Floats may leave 0 to 1; infinities and NaN stay
 /// in the pixels that read them, where a neighbour without a share in a value is not read.
 ///
-/// The result has the same bits on every processor and with any number of threads.
+/// The result has the same bits on every processor and with any number of threads, those of NaN
+/// aside.
 
 #include "Host/Library/HostedEffect.h"
 #include "PrismDrift/Sources/FrameParameters.h"
@@ -22,6 +23,8 @@
 namespace Vexorel::PrismDrift::Host {
 
 struct SoftwareSettings {
+    /// Any numbers: a lightness beyond -1 to 1 counts as the nearer end, and what gives a place
+    /// that is no number reads the last column or row.
     ChannelValues values;
     /// How many draw a frame at most, the caller's among them; 0 for one per processor. A small
     /// frame gets fewer.
