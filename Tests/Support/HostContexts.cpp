@@ -1,5 +1,7 @@
 #include "Support/HostContexts.h"
 
+#include "Support/KeepLibraries.h"
+
 #include <EGL/egl.h>
 #include <EGL/eglext.h>
 #include <GL/glx.h>
@@ -76,6 +78,7 @@ std::unique_ptr<HostContext> makeGlx() {
             glXDestroyPbuffer(display, draw);
             glXDestroyPbuffer(display, read);
         }
+        keepLibraries(); // closing the display unloads the driver
         XCloseDisplay(display);
         pclose(server);
     };
