@@ -1,6 +1,9 @@
 // The steps in vector form, compiled once for each vector unit. Each gives what the plain form
 // gives, value for value, so that neither the unit nor the place in a vector shows.
 
+// Vectors whose length shows only at run time can't be members of a class, as they are below.
+#define HWY_DISABLED_TARGETS (HWY_SVE | HWY_SVE2 | HWY_SVE_256 | HWY_SVE2_128 | HWY_RVV)
+
 #include "Host/Software/RowSteps.h"
 #include "Host/Software/ValueSteps.h"
 
