@@ -7,13 +7,13 @@
 #include "Plugins/PrismDrift/Sources/Embedded.h"
 #include "Tests/Host/ErrorOf.h"
 #include "Tests/Host/FakeEffect.h"
+#include "Tests/Host/SoftwareCases.h"
 
 #include <cmath>
 #include <cstring>
 #include <gmock/gmock.h>
 #include <hwy/highway.h>
 #include <limits>
-#include <random>
 #include <thread>
 
 using namespace Vexorel::PrismDrift;
@@ -24,86 +24,6 @@ namespace {
 
 constexpr PF_PixelFormat formats[] = {PF_PixelFormat_ARGB32, PF_PixelFormat_ARGB64,
                                       PF_PixelFormat_ARGB128};
-
-double valueAt(const World& world, int x, int y, int channel) {
-    const std::uint8_t* row = world.row(y);
-    const std::size_t index = static_cast<std::size_t>(x) * 4 + static_cast<std::size_t>(channel);
-    if (world.format() == PF_PixelFormat_ARGB32) {
-        return row[index];
-    }
-    return world.format() == PF_PixelFormat_ARGB64
-               ? static_cast<double>(reinterpret_cast<const std::uint16_t*>(row)[index])
-               : static_cast<double>(reinterpret_cast<const float*>(row)[index]);
-}
-
-void setValue(World& world, int x, int y, int channel, double value) {
-    const std::size_t index = static_cast<std::size_t>(x) * 4 + static_cast<std::size_t>(channel);
-    std::uint8_t* row = world.row(y);
-    if (world.format() == PF_PixelFormat_ARGB32) {
-        row[index] = static_cast<std::uint8_t>(value);
-    } else if (world.format() == PF_PixelFormat_ARGB64) {
-        reinterpret_cast<std::uint16_t*>(row)[index] = static_cast<std::uint16_t>(value);
-    } else {
-        reinterpret_cast<float*>(row)[index] = static_cast<float>(value);
-    }
-}
-
-double whiteOf(PF_PixelFormat format) {
-    return format == PF_PixelFormat_ARGB32 ? 255 : format == PF_PixelFormat_ARGB64 ? 32768 : 1;
-}
-
-/// A frame and settings by chance: of every size and with extreme values among them.
-class Case {
-public:
-    explicit Case(unsigned seed) : mRandom(seed) {}
-
-    double number(double least, double most) {
-        return std::uniform_real_distribution<double>(least, most)(mRandom);
-    }
-    template <typename Value>
-    Value one(std::initializer_list<Value> values) {
-        return values.begin()[mRandom() % values.size()];
-    }
-
-    World world(PF_PixelFormat format) {
-        const int width = one({1, 2, 3, 7, 16, 33, 64, 97, 200, 531});
-        World made(width, one({1, 2, 5, 31, 64, 90}), format);
-        const auto kind = mRandom() % 4; // of alpha: opaque, any, mostly opaque, mostly nothing
-        const double white = whiteOf(format);
-        for (int y = 0; y < made.height(); ++y) {
-            for (int x = 0; x < width * 4; ++x) {
-                const bool isExtreme = mRandom() % 3 == 0;
-                double value = isExtreme ? one({0.0, white}) : std::floor(number(0, white + 0.99));
-                if (format == PF_PixelFormat_ARGB128) {
-                    value = number(-0.5, 2.0);
-                }
-                if (x % 4 == 0 && (kind == 0 || (kind > 1 && mRandom() % 8 != 0))) {
-                    value = kind == 3 ? 0 : white;
-                }
-                setValue(made, x / 4, y, x % 4, value);
-            }
-        }
-        return made;
-    }
-
-    ChannelValues values() {
-        ChannelValues made;
-        made.order = static_cast<ChannelOrder>(mRandom() % 7 - 1);
-        made.distance = static_cast<float>(
-            one({0.0, 1.0, -16.0, 1000.0, number(-1000, 1000), number(-20, 20)}));
-        made.angle = static_cast<float>(one({0.0, 0.0, 90.0, -180.0, 36.0, number(-400, 400)}));
-        for (std::size_t i = 0; i < 3; ++i) {
-            made.scale[i] = static_cast<float>(
-                one({1.0, 1.0, 0.0, 2.0, 0.5, number(0, 2), number(0.8, 1.2), number(0.01, 0.1)}));
-            made.lightness[i] =
-                static_cast<float>(one({0.0, 0.0, 1.0, -1.0, number(-1, 1), number(-1, 1)}));
-        }
-        return made;
-    }
-
-private:
-    std::mt19937 mRandom;
-};
 
 /// The share that a pixel of an axis has in a value, and the next one's; along one side.
 struct Neighbours {
