@@ -70,50 +70,53 @@ void put(double place, int size, std::size_t pixel, Axis<Share>& axis) {
 }
 
 template <typename Steps, typename Share>
-Axis<Share> axisOf(const Line& line, int size, int count) {
+Axis<Share> axisOf(const Line& line, int size, int count, bool isLightened) {
     Axis<Share> axis;
     axis.first.resize(static_cast<std::size_t>(count));
     axis.share.resize(static_cast<std::size_t>(count) + slack);
+    const bool isUnmoved = !isLightened && line.factor == 1.0 && line.offset == 0.0;
     for (int i = 0; i < count; ++i) {
-        const bool isUnmoved = line.factor == 1.0 && line.offset == 0.0;
         put(isUnmoved ? i : Steps::placeOf(line, i, size), size, static_cast<std::size_t>(i), axis);
     }
     return axis;
 }
 
-// Single precision leaves a shift by whole pixels with traces of the neighbours. Up to this share
-// they are too small to be seen in bytes: together below an eighth of a level.
-constexpr std::int16_t trace(std::int16_t /*share*/) {
-    return 8;
+// Single precision leaves whole pixels with traces of their neighbours. Bytes do without traces up
+// to this share. Where lightness changes nothing no value is rounded, and the traces are all that
+// is lost: an eighth of a level at most. Lightness rounds, which leaves less room for them.
+constexpr std::int16_t traceOf(std::int16_t /*share*/, bool isLightened) {
+    return isLightened ? 1 : 8;
 }
-constexpr float trace(float /*share*/) {
+constexpr float traceOf(float /*share*/, bool /*isLightened*/) {
     return 0.0F;
 }
 
 template <typename Share>
-bool isTrace(Share share) {
+bool isTrace(Share share, Share trace) {
     const double units = share;
-    return units <= trace(Share{}) || units >= one<Share> - trace(Share{});
+    return units <= trace || units >= one<Share> - trace;
 }
 
 template <typename Share>
-void removeTraces(Axis<Share>& axis, int size) {
+void removeTraces(Axis<Share>& axis, int size, Share trace) {
     for (std::size_t i = 0; i < axis.first.size(); ++i) {
-        const bool isNext = axis.share[i] > trace(Share{});
+        const bool isNext = axis.share[i] > trace;
         axis.first[i] = std::min(axis.first[i] + (isNext ? 1 : 0), size - 1);
         axis.share[i] = 0;
     }
 }
 
 template <typename Mixing>
-void findWhole(ChannelPlan<Mixing>& plan, int width, int height) {
-    const auto isAll = [](const auto& shares) {
-        return std::all_of(shares.begin(), shares.end(), [](auto share) { return isTrace(share); });
+void findWhole(ChannelPlan<Mixing>& plan, int width, int height, bool isLightened) {
+    const auto trace = traceOf(typename Mixing::Share{}, isLightened);
+    const auto isAll = [trace](const auto& shares) {
+        return std::all_of(shares.begin(), shares.end(),
+                           [trace](auto share) { return isTrace(share, trace); });
     };
     plan.isWhole = isAll(plan.columns.share) && isAll(plan.rows.share);
     if (plan.isWhole) {
-        removeTraces(plan.columns, width);
-        removeTraces(plan.rows, height);
+        removeTraces(plan.columns, width, trace);
+        removeTraces(plan.rows, height, trace);
     }
 }
 
@@ -200,11 +203,13 @@ FramePlan<Mixing> planFrame(const ChannelValues& values, int width, int height, 
                                           double{values.scale[i]}, centreOf(width, height));
         constexpr double middle = 0.5;
         ChannelPlan<Mixing>& channel = plan.channels[i];
-        channel.columns = axisOf<Steps, Share>({t.a, t.c * middle, t.e}, width, columns);
-        channel.rows = axisOf<Steps, Share>({t.d, t.b * middle, t.f}, height, rows);
-        findWhole(channel, width, height);
-        findColumns(channel);
         setLightness(channel, values.lightness[i]);
+        const bool isLightened = channel.lightness != Share{0};
+        channel.columns =
+            axisOf<Steps, Share>({t.a, t.c * middle, t.e}, width, columns, isLightened);
+        channel.rows = axisOf<Steps, Share>({t.d, t.b * middle, t.f}, height, rows, isLightened);
+        findWhole(channel, width, height, isLightened);
+        findColumns(channel);
         plan.isNeutral = plan.isNeutral && channel.isWhole && channel.lightness == Share{0} &&
                          isInPlace(channel.columns) && isInPlace(channel.rows);
     }
