@@ -28,11 +28,15 @@ bool isSetToTrue(const char* variable) {
 }
 
 /// The files through which a device is driven, the one for rendering first. Makers' drivers may
-/// name none.
+/// name none. NVIDIA's name files of the kernel's common interface, but draw through their own: a
+/// container may have only these.
 std::vector<const char*> nodesOf(EGLDeviceEXT device) {
     const auto queryString = deviceStrings();
     const char* extensions = queryString(device, EGL_EXTENSIONS);
     std::vector<const char*> nodes;
+    if (hasExtension(extensions, "EGL_NV_device_cuda")) {
+        return nodes;
+    }
     if (hasExtension(extensions, "EGL_EXT_device_drm_render_node")) {
         nodes.push_back(queryString(device, EGL_DRM_RENDER_NODE_FILE_EXT));
     }

@@ -222,6 +222,8 @@ TEST_F(CommandLineTest, ChoosesTheRenderer) {
          "software, since no OpenGL 3.3 context could be made: .*", true},
         {"FAKE_NODE=$PWD/no FAKE_DRIVER=Some\\ Card ", "",
          "software, since the graphics device '.*/no' can't be opened: No such file .*", false},
+        {"FAKE_NODE=$PWD/no FAKE_EXTENSIONS=EGL_NV_device_cuda FAKE_DRIVER=Some\\ Card ", "",
+         "gl, since graphics hardware draws; OpenGL .*", true},
         {hardware + "LIBGL_ALWAYS_SOFTWARE=true ", "",
          "software, since LIBGL_ALWAYS_SOFTWARE asks for software; .*", false},
     };

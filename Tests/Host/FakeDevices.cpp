@@ -1,9 +1,10 @@
 // Preloaded into a program, this changes what EGL lists, and tells on standard error when EGL is
 // started. In the environment
-//   FAKE_NODE    a file: EGL lists a device of hardware, which is driven through the file. OpenGL
-//   on
-//                it is that of the surfaceless platform. Without it no hardware is listed;
-//   FAKE_DRIVER  what OpenGL gives as its renderer's name.
+//   FAKE_NODE        a file: EGL lists a device of hardware, which is driven through the file.
+//                    OpenGL on it is that of the surfaceless platform. Without it no hardware is
+//                    listed;
+//   FAKE_EXTENSIONS  further extensions of that device;
+//   FAKE_DRIVER      what OpenGL gives as its renderer's name.
 
 #include <EGL/egl.h>
 #include <EGL/eglext.h>
@@ -12,6 +13,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
+#include <string>
 #include <unistd.h>
 
 namespace {
@@ -32,7 +34,11 @@ const char* queryDeviceString(EGLDeviceEXT device, EGLint name) {
     if (device != &hardware) {
         return realExtension("eglQueryDeviceStringEXT", &queryDeviceString)(device, name);
     }
-    return name == EGL_EXTENSIONS ? "EGL_EXT_device_drm EGL_EXT_device_drm_render_node"
+    static const char* const more = std::getenv("FAKE_EXTENSIONS");
+    static const std::string extensions =
+        std::string("EGL_EXT_device_drm EGL_EXT_device_drm_render_node ") +
+        (more != nullptr ? more : "");
+    return name == EGL_EXTENSIONS                 ? extensions.c_str()
            : name == EGL_DRM_RENDER_NODE_FILE_EXT ? std::getenv("FAKE_NODE")
                                                   : nullptr;
 }
