@@ -30,7 +30,11 @@ struct ShaderSteps {
 struct ExactSteps {
     static double placeOf(const Line& line, int pixel, int size) {
         const double place = line.factor * (pixel + 0.5) + line.other + line.offset;
-        return place - std::floor(place / size) * size - 0.5;
+        const double at = place - std::floor(place / size) * size - 0.5;
+        // The sine of 180 degrees, say, is not quite 0: the next pixel would have a share.
+        constexpr double noise = 1e-10;
+        const double whole = std::round(at);
+        return std::abs(at - whole) < noise ? whole : at;
     }
 };
 

@@ -254,6 +254,9 @@ TEST(Software, KeepsWhatIsNoNumberInThePixelsThatReadIt) {
         EXPECT_EQ(std::isfinite(value), !reads) << x << " " << y << " " << channel;
         EXPECT_TRUE(reads || value == 0.5);
     });
+    values.distance = 9; // once round
+    values.angle = 180;
+    EXPECT_EQ(firstDifference(drawn(input, values), input), -1);
     values.lightness = {1, -1, 1};
     const World flat = drawn(input, values);
     forValues(flat, [&](int x, int y, int channel) {
