@@ -5,8 +5,10 @@
 ///
 /// 8 bits follow the plug-in. Alpha is the input's. Where it is 255 a value lies within 0.53 of
 /// exact arithmetic at the positions that the plug-in's shader computes, and never more than one
-/// from the plug-in's; elsewhere the colour is one that a premultiplied target of 8 bits holds, at
-/// most one of its steps away; at alpha 0 it is 0.
+/// from the plug-in's, drawn by a driver that interpolates in single precision; elsewhere the
+/// colour is one that a premultiplied target of 8 bits holds, at most one of its steps away; at
+/// alpha 0 it is 0. A channel without scale, shift and lightness keeps its values in frames of any
+/// size, also where the shader's positions are no longer as exact.
 ///
 /// 16 bits (white is 32768) and floats follow the effect's definition in exact arithmetic, to their
 /// precision, and colours don't depend on alpha. Floats may leave 0 to 1; infinities and NaN stay
