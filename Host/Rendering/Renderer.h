@@ -17,7 +17,8 @@ public:
     virtual ~Renderer() = default;
 
     /// Draws one frame, in worlds of one format that it takes and that should have the same size.
-    /// Leaves current on the thread what was current before. Throws Error if it fails.
+    /// Leaves the thread the OpenGL context that it had; where it had none, the one of an effect
+    /// that was loaded from a file may stay current. Throws Error if it fails.
     virtual void render(const World& input, World& output, const ParameterValues& values,
                         const FrameSettings& settings = {}) = 0;
 
