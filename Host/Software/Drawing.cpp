@@ -112,8 +112,10 @@ private:
     std::vector<ChannelRows<Mixing>> mChannels;
 };
 
+// Memory doesn't keep up with more threads, and each has rows of its own to fill.
 std::size_t processors() {
-    static const unsigned count = std::max(1U, std::thread::hardware_concurrency());
+    constexpr unsigned most = 16;
+    static const unsigned count = std::clamp(std::thread::hardware_concurrency(), 1U, most);
     return count;
 }
 

@@ -110,18 +110,20 @@ void removeTraces(Axis<Share>& axis, int size, Share trace) {
     }
 }
 
+// Whether every value is read from one pixel, without a share of another.
 template <typename Mixing>
-void findWhole(ChannelPlan<Mixing>& plan, int width, int height, bool isLightened) {
+bool makeWhole(ChannelPlan<Mixing>& plan, int width, int height, bool isLightened) {
     const auto trace = traceOf(typename Mixing::Share{}, isLightened);
     const auto isAll = [trace](const auto& shares) {
         return std::all_of(shares.begin(), shares.end(),
                            [trace](auto share) { return isTrace(share, trace); });
     };
-    plan.isWhole = isAll(plan.columns.share) && isAll(plan.rows.share);
-    if (plan.isWhole) {
+    const bool isWhole = isAll(plan.columns.share) && isAll(plan.rows.share);
+    if (isWhole) {
         removeTraces(plan.columns, width, trace);
         removeTraces(plan.rows, height, trace);
     }
+    return isWhole;
 }
 
 std::vector<std::int32_t> stretchesOf(const std::vector<std::int32_t>& first) {
@@ -212,10 +214,10 @@ FramePlan<Mixing> planFrame(const ChannelValues& values, int width, int height, 
         channel.columns =
             axisOf<Steps, Share>({t.a, t.c * middle, t.e}, width, columns, isLightened);
         channel.rows = axisOf<Steps, Share>({t.d, t.b * middle, t.f}, height, rows, isLightened);
-        findWhole(channel, width, height, isLightened);
+        const bool isWhole = makeWhole(channel, width, height, isLightened);
         findColumns(channel);
-        plan.isNeutral = plan.isNeutral && channel.isWhole && channel.lightness == Share{0} &&
-                         isInPlace(channel.columns) && isInPlace(channel.rows);
+        plan.isNeutral = plan.isNeutral && isWhole && !isLightened && isInPlace(channel.columns) &&
+                         isInPlace(channel.rows);
     }
     return plan;
 }

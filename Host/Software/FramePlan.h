@@ -52,8 +52,6 @@ struct ChannelPlan {
     using Share = typename Mixing::Share;
 
     Axis<Share> columns, rows;
-    /// Whether every value is read from one pixel, without a share of another.
-    bool isWhole = false;
     /// Where the columns begin anew, each stretch reading one pixel after the other; the last is
     /// the end. Empty if there are too many, then `lookups` are used.
     std::vector<std::int32_t> stretches;

@@ -28,8 +28,8 @@ struct SoftwareSettings {
     /// Any numbers: a lightness beyond -1 to 1 counts as the nearer end, and what gives a place
     /// that is no number reads the last column or row.
     ChannelValues values;
-    /// How many draw a frame at most, the caller's among them; 0 for one per processor. A small
-    /// frame gets fewer.
+    /// How many draw a frame at most, the caller's among them; 0 for one per processor, up to 16. A
+    /// small frame gets fewer.
     unsigned threads = 0;
 };
 
