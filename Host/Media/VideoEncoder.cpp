@@ -2,6 +2,7 @@
 
 #include "Host/Media/ClipError.h"
 #include "Host/Media/PixelFormats.h"
+#include "Host/Media/PixelLayout.h"
 
 #include <algorithm>
 #include <string_view>
@@ -120,7 +121,7 @@ FFmpegPtr<AVCodecContext> openContext(const EncoderSettings& settings, const Cli
         context->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
     }
     setColours(*context, *source, settings.container.saysColours);
-    if (!codec.saysRange || !settings.container.saysRange) {
+    if (isYuv(format) && (!codec.saysRange || !settings.container.saysRange)) {
         context->color_range = AVCOL_RANGE_MPEG;
     }
     context->chroma_sample_location = writtenChroma(codec, settings.container, format,

@@ -324,6 +324,10 @@ TEST_F(ClipTest, ColoursGoByTheClipsOwnMatrixAndRangeAndComeBack) {
     const auto expected = rgbFrom(colour, 0.299, 0.114, true);
     copy(input("in.mp4"), output("out.nut"));
     expectColour("out.nut", expected);
+    // Readers take gray for the full range where nothing is said.
+    ffmpeg("-f lavfi -i color=black:s=64x64:r=1:d=1 -pix_fmt gray -c:v ffv1 gray.mkv");
+    copy(input("gray.mkv"), output("gray.nut", "rawvideo"));
+    expectColour("gray.nut", {0, 0, 0});
     for (const std::string matrix :
          {"ycgco", "bt2020c", "smpte2085", "chroma-derived-nc", "ictcp"}) {
         ffmpeg("-f rawvideo -s 64x64 -pix_fmt yuv444p -i raw -colorspace " + matrix +
