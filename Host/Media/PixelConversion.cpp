@@ -70,7 +70,10 @@ FFmpegPtr<SwsContext> newScaler(const PixelLayout& layout, bool toWorld) {
     auto scaler = owned(sws_getContext(layout.width, layout.height, from, layout.width,
                                        layout.height, to, scalerFlags, nullptr, nullptr, nullptr));
     const int* matrix = sws_getCoefficients(SWS_CS_DEFAULT);
-    const int full = layout.range == AVCOL_RANGE_JPEG ? 1 : 0;
+    const bool isGray = av_pix_fmt_desc_get(layout.format)->nb_components < 3; // in floats
+    const bool isFull =
+        layout.range == AVCOL_RANGE_JPEG || (isGray && layout.range != AVCOL_RANGE_MPEG);
+    const int full = isFull ? 1 : 0;
     constexpr int one = 1 << 16; // in the scaler's fixed point
     checkResult(sws_setColorspaceDetails(scaler.get(), matrix, toWorld ? full : 1, matrix,
                                          toWorld ? 1 : full, 0, one, one));

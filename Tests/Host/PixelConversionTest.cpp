@@ -308,6 +308,17 @@ TEST(PixelConversionTest, StretchesGrayOfTheLimitedRange) {
             EXPECT_EQ(again->data[0][value], value);
         }
     }
+    // Floats have the full range.
+    const auto floats = newFrame(256, 1, AV_PIX_FMT_GRAYF32);
+    for (int value = 0; value < 256; ++value) {
+        reinterpret_cast<float*>(floats->data[0])[value] = float(value) / 255;
+    }
+    const World world = worldFromFrame(*floats);
+    const World back = worldFromFrame(*frameFromWorld(world, AV_PIX_FMT_GRAYF32));
+    for (int value = 0; value < 256; ++value) {
+        EXPECT_NEAR(world.row(0)[4 * value + 2], value, 1);
+        EXPECT_NEAR(back.row(0)[4 * value + 2], value, 1);
+    }
 }
 
 } // namespace
