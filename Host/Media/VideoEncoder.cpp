@@ -71,8 +71,8 @@ Encoding chooseEncoding(const EncoderSettings& settings, const AVFrame& source, 
     return {codec, AV_PIX_FMT_YUV444P};
 }
 
-// The colours of the source. Where RGB becomes YUV they are BT.709's if the container has a field
-// for that, else BT.601's, which readers assume.
+// The colours of the source, and BT.709's where RGB becomes YUV. A container without a field for
+// the matrix gets BT.601's, which readers assume.
 void setColours(AVCodecContext& encoder, const AVFrame& source, bool saysColours) {
     const AVPixFmtDescriptor* to = av_pix_fmt_desc_get(encoder.pix_fmt);
     const AVPixFmtDescriptor* from = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(source.format));
@@ -88,7 +88,7 @@ void setColours(AVCodecContext& encoder, const AVFrame& source, bool saysColours
         const bool full = source.color_range == AVCOL_RANGE_JPEG ||
                           std::string_view(from->name).substr(0, 4) == "yuvj";
         encoder.color_range = full ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG;
-        encoder.colorspace = source.colorspace;
+        encoder.colorspace = saysColours ? source.colorspace : AVCOL_SPC_UNSPECIFIED;
         return;
     }
     encoder.color_range = AVCOL_RANGE_MPEG;
