@@ -117,8 +117,7 @@ AVFrame* VideoDecoder::receive() {
     check(mHasEnded ? AVERROR_INVALIDDATA : received);
     checkWhole();
     mData.limit(*mFrame);
-    if (mContext->codec_id ==
-        AV_CODEC_ID_WEBP) { // as its own library has it; the decoder is silent
+    if (mContext->codec_id == AV_CODEC_ID_WEBP) { // so says the format; the decoder says nothing
         mFrame->chroma_location = AVCHROMA_LOC_CENTER;
     }
     mHasGivenFrame = true;
