@@ -4,12 +4,14 @@
 // takes.
 //
 //   prismdrift_clip_benchmark [frames [rounds]]    100 frames and 3 rounds unless given
+//
+// PRISMDRIFT_RENDERER chooses what draws, in the program and from memory.
 
 #include "Clip/ClipSteps.h"
 #include "Host/CommandLine/BoundedQueue.h"
 #include "Host/Library/Error.h"
-#include "Host/Library/HostedEffect.h"
 #include "Host/Media/Clip.h"
+#include "Host/Rendering/Renderer.h"
 
 #include <algorithm>
 #include <chrono>
@@ -112,10 +114,9 @@ double runProcess(std::vector<std::string> words) {
     return peak;
 }
 
-// With what draws the frames from memory, too.
 double runProgram(const fs::path& from, const fs::path& to) {
-    return runProcess({PRISMDRIFT_PROGRAM, from, to, "--quiet", "--renderer", "gl",
-                       "--shift-distance", std::to_string(distance)});
+    return runProcess(
+        {PRISMDRIFT_PROGRAM, from, to, "--quiet", "--shift-distance", std::to_string(distance)});
 }
 
 // Frame after frame as the program has them drawn, from ten that are in memory.
@@ -131,12 +132,13 @@ void drawFromMemory(int count) {
             values.set(parameter.index, distance);
         }
     }
+    const auto renderer = makeRenderer(effect, rendererFromEnvironment());
     for (int i = 0; i < count; ++i) {
         const World& input = frames[static_cast<std::size_t>(i) % frames.size()];
         World output(input.width(), input.height());
         FrameSettings settings;
         settings.time = {i, 1, 25};
-        effect.render(input, output, values, settings);
+        renderer->render(input, output, values, settings);
     }
 }
 
@@ -191,8 +193,9 @@ void compareTimes(const fs::path& folder, int count, int rounds) {
         {"encoding", part("encode")},
         {"decoding to encoding at once, without drawing", part("copy", folder / "files.mp4")}};
     const auto& [whole, decoding, conversion, drawing, back, encoding, files] = rows;
-    std::printf("%d frames of %dx%d, %u processors\n", count, width, height,
-                std::thread::hardware_concurrency());
+    std::printf("%d frames of %dx%d, %u processors; %s\n", count, width, height,
+                std::thread::hardware_concurrency(),
+                rendererText(rendererFromEnvironment()).c_str());
     std::vector<double> toSlower, toLongest, toSum;
     for (int round = 0; round < rounds; ++round) {
         double sum = 0;
