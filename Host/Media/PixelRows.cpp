@@ -39,6 +39,11 @@ bool shareWords(const AVPixFmtDescriptor& format) {
     return false;
 }
 
+// Whether a row of packed pixels ends in values of pixels that the frame doesn't have.
+bool hasIdlePixels(const AVPixFmtDescriptor& format, int width) {
+    return (format.flags & AV_PIX_FMT_FLAG_PLANAR) == 0 && width % (1 << format.log2_chroma_w) != 0;
+}
+
 // Where the first of the columns lies.
 std::uint8_t* placeOf(const AVFrame& frame, const AVComponentDescriptor& component, int y,
                       Columns columns) {
@@ -169,8 +174,8 @@ void writeRow(const std::uint16_t* from, AVFrame& frame, int component, int y, C
 
 void prepareForRows(AVFrame& frame) {
     const AVPixFmtDescriptor& format = descriptorOf(frame);
-    const int planes =
-        shareWords(format) ? av_pix_fmt_count_planes(av_pix_fmt_desc_get_id(&format)) : 0;
+    const bool isCleared = shareWords(format) || hasIdlePixels(format, frame.width);
+    const int planes = isCleared ? av_pix_fmt_count_planes(av_pix_fmt_desc_get_id(&format)) : 0;
     for (int plane = 0; plane < planes; ++plane) {
         const bool isChroma = plane == 1 || plane == 2;
         const int height = isChroma ? -(-frame.height >> format.log2_chroma_h) : frame.height;

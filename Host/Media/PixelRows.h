@@ -29,7 +29,8 @@ void readRow(const AVFrame& frame, int component, int y, Columns columns, std::u
 void writeRow(const std::uint8_t* from, AVFrame& frame, int component, int y, Columns columns);
 void writeRow(const std::uint16_t* from, AVFrame& frame, int component, int y, Columns columns);
 
-/// Clears a new frame of a format whose components share words.
+/// Clears a new frame of which the rows leave parts alone: of a format whose components share
+/// words, or of packed 4:2:2 where the last pair has a pixel only.
 void prepareForRows(AVFrame& frame);
 
 /// Makes pixels of three or four bytes out of a row for each byte; a null row ends the pixel.

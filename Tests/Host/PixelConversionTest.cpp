@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstring>
 #include <gtest/gtest.h>
 #include <random>
 
 extern "C" {
+#include <libavutil/imgutils.h>
 #include <libavutil/pixdesc.h>
 }
 
@@ -285,6 +287,27 @@ TEST(PixelConversionTest, KeepsRgbInEveryLayout) {
             const int expected = isOpaque ? 255 : world.row(i / width / 4)[x];
             ASSERT_EQ(back.row(i / width / 4)[x], expected) << layout.name << " " << i;
         }
+    }
+}
+
+// Memory of an odd row's last pair, or between the values of a word, would get into the file.
+TEST(PixelConversionTest, WritesEveryByte) {
+    const World world(5, 2);
+    for (const AVPixelFormat format : {AV_PIX_FMT_UYVY422, AV_PIX_FMT_P010LE, AV_PIX_FMT_YUV420P9BE,
+                                       AV_PIX_FMT_BGR0, AV_PIX_FMT_X2RGB10LE}) {
+        std::string bytes[2];
+        for (const int before : {0, 1}) {
+            const auto frame = newFrame(5, 2, format);
+            const int length = av_image_get_linesize(format, 5, 0);
+            std::memset(frame->data[0], 255 * before, std::size_t(2 * frame->linesize[0]));
+            WorldToFrame(layoutOf(*frame)).convert(world, *frame);
+            for (int y = 0; y < 2; ++y) {
+                bytes[before].append(
+                    reinterpret_cast<const char*>(frame->data[0] + y * frame->linesize[0]),
+                    std::size_t(length));
+            }
+        }
+        EXPECT_EQ(bytes[0], bytes[1]) << av_get_pix_fmt_name(format);
     }
 }
 
