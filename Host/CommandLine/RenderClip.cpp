@@ -122,15 +122,19 @@ private:
     std::thread mThread;
 };
 
-void drawFrame(const ClipRendering& rendering, Host::ClipFrame& frame) {
+// Draws into `spare`, which becomes the frame's picture, and the picture from before the spare one:
+// a new world would have to be cleared for every frame.
+void drawFrame(const ClipRendering& rendering, Host::ClipFrame& frame, Host::World& spare) {
     const Host::ClipProperties& properties = rendering.reader.properties();
     Host::FrameSettings settings;
     settings.downsample = rendering.downsample;
     settings.time = frameTime(frame.index, properties.frameRate);
-    const Host::World& input = frame.picture.world;
-    Host::World output(input.width(), input.height());
-    rendering.renderer.render(input, output, rendering.values, settings);
-    frame.picture.world = std::move(output);
+    Host::World& picture = frame.picture.world;
+    if (spare.width() != picture.width() || spare.height() != picture.height()) {
+        spare = Host::World(picture.width(), picture.height());
+    }
+    rendering.renderer.render(picture, spare, rendering.values, settings);
+    std::swap(picture, spare);
 }
 
 double endOf(const Host::ClipFrame& frame, const Host::Ratio& unit) {
@@ -152,12 +156,13 @@ bool warnOfDepth(const ClipRendering& rendering, const Host::Picture& picture) {
 void drawFrames(const ClipRendering& rendering, Queue& read, Queue& drawn) {
     const Host::Ratio unit = rendering.reader.properties().timeBase;
     bool hasWarned = false;
+    Host::World spare(0, 0);
     while (auto item = read.pop()) {
         const std::size_t weight = weightOf(*item);
         double time = 0;
         if (auto* frame = std::get_if<Host::ClipFrame>(&*item)) {
             hasWarned = hasWarned || warnOfDepth(rendering, frame->picture);
-            drawFrame(rendering, *frame);
+            drawFrame(rendering, *frame, spare);
             time = endOf(*frame, unit);
         }
         if (!drawn.push(std::move(*item), weight)) {
