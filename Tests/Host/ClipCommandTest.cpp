@@ -273,9 +273,9 @@ TEST_F(ClipCommandTest, ProgressSuitsWhoeverLooks) {
     EXPECT_THAT(report,
                 AllOf(HasSubstr("frame=30\n"), HasSubstr("out_time_us=1200000\n"),
                       HasSubstr("out_time=00:00:01.200000\n"), HasSubstr("progress=end\n")));
-    makeSequence(1, 300);
+    makeSequence(1, 300); // in software they are over, too
     const std::string terminal =
-        output("script -qec '" + std::string("$PROGRAM in.%04d.png out.mkv") + "' /dev/null");
+        output("script -qec '$PROGRAM --renderer gl in.%04d.png out.mkv' /dev/null");
     EXPECT_TRUE(std::regex_search(
         terminal,
         std::regex("\r\\[#+\\.*\\] +[0-9]+%  [0-9]+/300  [0-9.]+ frames/s  [0-9:]+ left")))
