@@ -12,6 +12,7 @@
 #include "Host/Library/Error.h"
 #include "Host/Media/Clip.h"
 #include "Host/Rendering/Renderer.h"
+#include "Timing.h"
 
 #include <algorithm>
 #include <chrono>
@@ -163,11 +164,6 @@ void readAndWrite(const fs::path& from, const fs::path& to) {
     }
     writer->finish();
     reading.join();
-}
-
-double median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
 }
 
 // What is measured in each round: the whole program, then its parts.

@@ -2,6 +2,7 @@
 /// run, frame by frame in turn.
 
 #include "Frame/BareFrame.h"
+#include "Timing.h"
 
 #include "Platform/Effect/Suites.h"
 #include "PrismDrift/Sources/PrismDrift.h"
@@ -13,7 +14,6 @@
 #include <glbinding/callbacks.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
@@ -96,20 +96,6 @@ struct World {
     std::vector<unsigned char> bytes;
     PF_LayerDef layer;
 };
-
-double median(std::vector<double> values) {
-    std::nth_element(values.begin(), values.begin() + static_cast<long>(values.size() / 2),
-                     values.end());
-    return values[values.size() / 2];
-}
-
-template <typename Function>
-double milliseconds(Function function) {
-    const auto start = std::chrono::steady_clock::now();
-    function();
-    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start)
-        .count();
-}
 
 double residentMiB() {
     std::ifstream status("/proc/self/statm");

@@ -4,11 +4,11 @@
 
 #include "Host/Software/Software.h"
 #include "PrismDrift/Sources/Embedded.h"
+#include "Timing.h"
 
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -85,20 +85,6 @@ private:
     std::size_t mBytes = 0;
     std::size_t mIndex = 0;
 };
-
-template <typename Function>
-double milliseconds(const Function& function) {
-    const auto start = std::chrono::steady_clock::now();
-    function();
-    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start)
-        .count();
-}
-
-double median(std::vector<double> values) {
-    const auto middle = values.begin() + static_cast<long>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
 
 // Times `draw` in turn with `rival`, each on the next frame; gives the median of the ratios.
 template <typename Draw, typename Rival>

@@ -12,20 +12,21 @@ namespace {
 // Rows start at multiples of this, for wide vector instructions. All pixel sizes divide it.
 constexpr std::size_t alignment = 64;
 
-std::size_t bytesOf(PF_PixelFormat format) {
+} // namespace
+
+std::size_t bytesPerPixel(PF_PixelFormat format) {
     switch (format) {
     case PF_PixelFormat_ARGB32:
-        return 4;
+        return sizeof(PF_Pixel8);
     case PF_PixelFormat_ARGB64:
-        return 8;
+        return sizeof(PF_Pixel16);
     case PF_PixelFormat_ARGB128:
-        return 16;
+        return sizeof(PF_PixelFloat);
     default:
-        throw Error("unknown pixel format " + std::to_string(format));
+        throw Error("no pixel format has the number " + std::to_string(format) +
+                    "; a world has 8 bits, 16 bits or floats");
     }
 }
-
-} // namespace
 
 void World::Free::operator()(void* memory) const {
     std::free(memory);
@@ -37,7 +38,7 @@ World::World(int width, int height, PF_PixelFormat format) : mFormat(format) {
         throw Error("a picture of " + size + " is too large: the limit is " +
                     std::to_string(largestSide) + " a side");
     }
-    const std::size_t pixels = static_cast<std::size_t>(width) * bytesOf(format);
+    const std::size_t pixels = static_cast<std::size_t>(width) * bytesPerPixel(format);
     const std::size_t rowBytes = (pixels / alignment + 1) * alignment;
     const std::size_t bytes = rowBytes * static_cast<std::size_t>(height) + alignment;
     mMemory.reset(std::calloc(bytes, 1));
@@ -65,7 +66,7 @@ World& World::operator=(World&& other) noexcept {
 }
 
 std::size_t World::pixelBytes() const {
-    return bytesOf(mFormat);
+    return bytesPerPixel(mFormat);
 }
 
 } // namespace Vexorel::PrismDrift::Host

@@ -14,6 +14,9 @@ namespace Vexorel::PrismDrift::Host {
 /// The longest side of a world, in pixels.
 constexpr int largestSide = 65535;
 
+/// 4, 8 or 16. Throws Error for an unknown format.
+std::size_t bytesPerPixel(PF_PixelFormat format);
+
 /// Owns its pixels. Moved, not copied; a world that was moved from has no pixels.
 class World {
 public:

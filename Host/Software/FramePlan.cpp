@@ -7,9 +7,6 @@
 namespace Vexorel::PrismDrift::Host {
 namespace {
 
-// Vector code reads whole vectors, also at the end of a table.
-constexpr std::size_t slack = 256;
-
 // One axis of a channel's transform: the place of a pixel is factor * (its middle) + offset.
 struct Line {
     double factor, other, offset; // `other` is the part of the other axis: nothing, or NaN
@@ -77,7 +74,7 @@ template <typename Steps, typename Share>
 Axis<Share> axisOf(const Line& line, int size, int count, bool isLightened) {
     Axis<Share> axis;
     axis.first.resize(static_cast<std::size_t>(count));
-    axis.share.resize(static_cast<std::size_t>(count) + slack);
+    axis.share.resize(static_cast<std::size_t>(count) + rowSlack);
     const bool isUnmoved = !isLightened && line.factor == 1.0 && line.offset == 0.0;
     for (int i = 0; i < count; ++i) {
         put(isUnmoved ? i : Steps::placeOf(line, i, size), size, static_cast<std::size_t>(i), axis);

@@ -6,10 +6,15 @@
 #include "PrismDrift/Sources/FrameParameters.h"
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
 namespace Vexorel::PrismDrift::Host {
+
+/// So many values behind the end of a row, and of a table of shares, are memory that a step may
+/// read; those behind a row it may write, too.
+constexpr std::size_t rowSlack = 256;
 
 /// How the values of a format are mixed. `Value` is what rows are mixed in, `Share` what the second
 /// of two neighbours has in the result.

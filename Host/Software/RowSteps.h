@@ -9,9 +9,6 @@
 
 namespace Vexorel::PrismDrift::Host {
 
-/// So many values behind the end of a row are memory that a step may read and write.
-constexpr std::size_t rowSlack = 256;
-
 template <typename Mixing>
 struct RowSteps {
     using Value = typename Mixing::Value;

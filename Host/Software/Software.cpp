@@ -15,20 +15,6 @@ std::string sizeOf(const PF_LayerDef& world) {
     return std::to_string(world.width) + "x" + std::to_string(world.height);
 }
 
-std::ptrdiff_t pixelBytes(PF_PixelFormat format) {
-    switch (format) {
-    case PF_PixelFormat_ARGB32:
-        return sizeof(PF_Pixel8);
-    case PF_PixelFormat_ARGB64:
-        return sizeof(PF_Pixel16);
-    case PF_PixelFormat_ARGB128:
-        return sizeof(PF_PixelFloat);
-    default:
-        throw Error("no pixel format has the number " + std::to_string(format) +
-                    "; a world has 8 bits, 16 bits or floats");
-    }
-}
-
 void check(const PF_LayerDef& world, std::ptrdiff_t bytes, const std::string& name) {
     if (world.data == nullptr) {
         throw Error("the " + name + " world has no memory");
@@ -69,7 +55,7 @@ void checkApart(const PF_LayerDef& input, const PF_LayerDef& output, std::ptrdif
 
 void renderInSoftware(const PF_LayerDef& input, const PF_LayerDef& output, PF_PixelFormat format,
                       const SoftwareSettings& settings) {
-    const std::ptrdiff_t bytes = pixelBytes(format);
+    const auto bytes = static_cast<std::ptrdiff_t>(bytesPerPixel(format));
     check(input, bytes, "input");
     check(output, bytes, "output");
     checkApart(input, output, bytes);

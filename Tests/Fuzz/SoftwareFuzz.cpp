@@ -13,14 +13,10 @@ using namespace Vexorel::PrismDrift::Host;
 
 namespace {
 
-std::size_t pixelBytes(PF_PixelFormat format) {
-    return format == PF_PixelFormat_ARGB32 ? 4 : format == PF_PixelFormat_ARGB64 ? 8 : 16;
-}
-
 // A world with its rows from the first or from the last, and memory for no byte more.
 class Memory {
 public:
-    Memory(Fuzz::Values& input, PF_PixelFormat format) : mPixelBytes(pixelBytes(format)) {
+    Memory(Fuzz::Values& input, PF_PixelFormat format) : mPixelBytes(bytesPerPixel(format)) {
         mLayer.width = input.take<std::uint8_t>() % 80 + 1;
         mLayer.height = input.take<std::uint8_t>() % 20 + 1;
         const auto shape = input.take<std::uint8_t>();
@@ -59,7 +55,7 @@ private:
 // Of one pixel; which bits a NaN has is left open.
 bool areSame(const std::uint8_t* one, const std::uint8_t* other, PF_PixelFormat format) {
     if (format != PF_PixelFormat_ARGB128) {
-        return std::memcmp(one, other, pixelBytes(format)) == 0;
+        return std::memcmp(one, other, bytesPerPixel(format)) == 0;
     }
     std::uint32_t left[4];
     std::uint32_t right[4];
@@ -105,11 +101,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto to = result.pixels<std::uint8_t>();
     for (int y = 0; y < to.height; ++y) {
         for (int x = 0; x < to.width; ++x) {
-            const std::size_t pixel = static_cast<std::size_t>(x) * pixelBytes(format);
+            const std::size_t pixel = static_cast<std::size_t>(x) * bytesPerPixel(format);
             EXPECT_TRUE(areSame(to.row(y) + pixel, right.row(y) + pixel, format));
             const bool isDrawn = y < from.height && x < from.width;
             EXPECT_TRUE(!isDrawn || std::memcmp(from.row(y) + pixel, to.row(y) + pixel,
-                                                pixelBytes(format) / 4) == 0);
+                                                bytesPerPixel(format) / 4) == 0);
         }
     }
     return 0;
