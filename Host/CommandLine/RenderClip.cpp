@@ -130,8 +130,9 @@ void drawFrame(const ClipRendering& rendering, Host::ClipFrame& frame, Host::Wor
     settings.downsample = rendering.downsample;
     settings.time = frameTime(frame.index, properties.frameRate);
     Host::World& picture = frame.picture.world;
-    if (spare.width() != picture.width() || spare.height() != picture.height()) {
-        spare = Host::World(picture.width(), picture.height());
+    if (spare.width() != picture.width() || spare.height() != picture.height() ||
+        spare.format() != picture.format()) {
+        spare = Host::World(picture.width(), picture.height(), picture.format());
     }
     rendering.renderer.render(picture, spare, rendering.values, settings);
     std::swap(picture, spare);
@@ -143,13 +144,10 @@ double endOf(const Host::ClipFrame& frame, const Host::Ratio& unit) {
 
 // True if there was something to warn of.
 bool warnOfDepth(const ClipRendering& rendering, const Host::Picture& picture) {
-    constexpr int kept = 8;
-    const int depth = Host::depthOf(picture);
-    if (depth > kept) {
-        rendering.progress.warn("the input has " + std::to_string(depth) +
-                                " bits a channel; 8 are kept");
+    if (picture.depth.isDeep()) {
+        rendering.progress.warn("the input has " + textOf(picture.depth) + "; 8 are kept");
     }
-    return depth > kept;
+    return picture.depth.isDeep();
 }
 
 // Draws what comes until it ends or the queue behind it is closed.

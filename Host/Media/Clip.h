@@ -40,6 +40,7 @@ struct ClipInput {
     Missing missing = Missing::Refuse;
     /// The frames to read: a sequence's by the numbers in its names, others counted from 0.
     FrameNumbers frames;
+    PictureRequest picture;
     ReadLimits limits;
 };
 
@@ -53,6 +54,9 @@ struct ClipOutput {
     /// One of the codec's own presets, of its speed against the size of the file; empty for a
     /// usual one.
     std::string encoderPreset;
+    /// What pixels are written with, as in PictureOutput.
+    std::optional<Depth> depth = {};
+    bool dithers = false;
     /// Called with one line for each thing of the clip that gets lost, by `openClipWriter` and then
     /// on the thread that writes.
     std::function<void(const std::string&)> warn;

@@ -42,12 +42,13 @@ void refuseRawSettings(const ClipInput& input) {
 }
 
 Picture copyOf(const Picture& picture) {
-    World world(picture.world.width(), picture.world.height());
+    World world(picture.world.width(), picture.world.height(), picture.world.format());
     for (int y = 0; y < world.height(); ++y) {
         std::memcpy(world.row(y), picture.world.row(y),
                     static_cast<std::size_t>(world.width()) * world.pixelBytes());
     }
-    return {std::move(world), picture.colorProfile, picture.source};
+    return {std::move(world), picture.colorProfile, picture.source, picture.depth,
+            picture.isAssociated};
 }
 
 // One picture in a file.
@@ -68,7 +69,7 @@ public:
         if (std::exchange(mIsRead, true)) {
             return std::nullopt;
         }
-        return ClipFrame{readPicture(mInput.file, mInput.limits), 0, 0, 0, 1};
+        return ClipFrame{readPicture(mInput.file, mInput.limits, mInput.picture), 0, 0, 0, 1};
     }
 
     std::optional<std::int64_t> frameCount() override { return 1; }
@@ -147,7 +148,7 @@ private:
     Picture pictureFor(std::int64_t held) {
         Picture picture = mKept && mKeptNumber == held
                               ? std::move(*mKept)
-                              : readPicture(mPattern.file(held), mInput.limits);
+                              : readPicture(mPattern.file(held), mInput.limits, mInput.picture);
         mKept.reset();
         if (mInput.missing == Missing::Hold && mNext && heldFor(*mNext) == held) {
             mKept = copyOf(picture);

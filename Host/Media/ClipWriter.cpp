@@ -6,6 +6,7 @@
 #include "Host/Media/SequencePattern.h"
 #include "Host/Media/VideoWriter.h"
 
+#include <algorithm>
 #include <system_error>
 #include <utility>
 
@@ -102,6 +103,10 @@ Target checkedTarget(const ClipOutput& output) {
     return target;
 }
 
+PictureOutput pictureOutput(const ClipOutput& output, const std::string& ending) {
+    return {ending, output.depth, output.dithers};
+}
+
 // One picture in a file. It waits until it is known that there is but one.
 class StillWriter : public ClipWriter {
 public:
@@ -124,9 +129,9 @@ public:
 
     void finish() override {
         if (mPicture) {
-            const std::string warning = writePicture(mOutput.file, *mPicture, mEnding);
-            if (!warning.empty()) {
-                mOutput.warn(warning);
+            for (const std::string& loss :
+                 writePicture(mOutput.file, *mPicture, pictureOutput(mOutput, mEnding))) {
+                mOutput.warn(loss);
             }
         }
     }
@@ -148,16 +153,23 @@ public:
         if (frame == nullptr) {
             return;
         }
-        const std::string warning =
-            writePicture(mPattern.file(frame->number), frame->picture, mEnding);
-        if (!warning.empty() && !std::exchange(mHasWarned, true)) {
-            mOutput.warn(warning + ", and so on");
-        }
+        warnOnce(writePicture(mPattern.file(frame->number), frame->picture,
+                              pictureOutput(mOutput, mEnding)));
     }
 
     void finish() override {}
 
 private:
+    // What is lost of the first picture that loses something is mostly lost of all.
+    void warnOnce(const std::vector<std::string>& losses) {
+        if (losses.empty() || std::exchange(mHasWarned, true)) {
+            return;
+        }
+        for (const std::string& loss : losses) {
+            mOutput.warn(loss + ", and so on");
+        }
+    }
+
     ClipOutput mOutput;
     SequencePattern mPattern;
     std::string mEnding;
@@ -175,14 +187,15 @@ public:
         if (frame == nullptr) {
             return;
         }
-        if (!mHasWarned && !pictureKeepsAlpha(mEnding) && hasAlpha(frame->picture.world)) {
-            mHasWarned = true;
-            mOutput.warn(mEnding + " has no transparency: the alpha is lost");
-        }
+        EncodedPicture encoded;
         try {
-            send(encodedPicture(mEnding, frame->picture));
+            encoded = encodedPicture(frame->picture, pictureOutput(mOutput, mEnding));
+            send(encoded.bytes);
         } catch (const Error&) {
             rethrowWithPrefix(cannotWrite(mOutput.file));
+        }
+        if (!encoded.losses.empty() && !std::exchange(mHasWarned, true)) {
+            std::for_each(encoded.losses.begin(), encoded.losses.end(), mOutput.warn);
         }
     }
 

@@ -3,12 +3,14 @@
 /// Still pictures in files, read into worlds and written from them by FFmpeg's libraries.
 
 #include "Host/Library/World.h"
+#include "Host/Media/Depth.h"
 
 #include <atomic>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,13 +21,38 @@ namespace Vexorel::PrismDrift::Host {
 class Error;
 
 struct Picture {
-    World world;
+    World world; ///< of 8 bits, or of floats
     /// The ICC profile of its colours, empty for none. Profiles of other colours than RGB are not
     /// kept.
     std::vector<std::uint8_t> colorProfile;
     /// What its file says of it beside the pixels, in FFmpeg's form; null for a picture that is not
     /// from a file.
     std::shared_ptr<const AVFrame> source = nullptr;
+    /// Of its file; the world may have more, or 8 bits only.
+    Depth depth = {};
+    /// Whether the world's colours are multiplied by alpha. Those of 8 bits never are.
+    bool isAssociated = false;
+};
+
+/// Which worlds pictures are read into.
+enum class WorldDepth {
+    Bits8,  ///< of 8 bits
+    Stored, ///< of floats where the file has more than 8 bits a channel, else of 8 bits
+    Floats  ///< of floats
+};
+
+/// What to read of a picture's file.
+struct PictureRequest {
+    WorldDepth worlds = WorldDepth::Bits8;
+};
+
+/// How a picture is written.
+struct PictureOutput {
+    std::string ending = ""; ///< of the format to write; empty for that of the file's name
+    /// What to write where the format can; otherwise, and where the format can't, the nearest to
+    /// what the world and the picture's own file have.
+    std::optional<Depth> depth = {};
+    bool dithers = false; ///< where a world of floats goes into 8 bits
 };
 
 /// What a picture may take of the machine, however small its file is.
@@ -43,10 +70,8 @@ struct ReadLimits {
 /// Reads the first picture of a local file, whole: the file may be written to afterwards. A picture
 /// without alpha is opaque. One that is stored lying is turned upright. Throws Error, which names
 /// the file and the reason; a picture that breaks off is an error.
-Picture readPicture(const std::filesystem::path& file, const ReadLimits& limits = {});
-
-/// The bits of the deepest channel of the picture's file, 8 where that isn't known.
-int depthOf(const Picture& picture);
+Picture readPicture(const std::filesystem::path& file, const ReadLimits& limits = {},
+                    const PictureRequest& request = {});
 
 /// Throws Error unless the file's name ends in a format that can be written.
 void checkPictureName(const std::filesystem::path& file);
@@ -54,11 +79,19 @@ void checkPictureName(const std::filesystem::path& file);
 /// Throws Error where the format of the name's ending has no room for so large a picture.
 void checkPictureSize(const std::filesystem::path& file, int width, int height);
 
-/// Writes the picture in the format of the name's ending, or of `ending` where one is given: JPEG
-/// at high quality, the others without loss. The file appears whole or not at all. Returns a
-/// warning, in one line, where something of the picture got lost, else an empty text. Throws Error.
-std::string writePicture(const std::filesystem::path& file, const Picture& picture,
-                         const std::string& ending = "");
+/// Writes the picture: JPEG at high quality, the other formats without loss. The file appears whole
+/// or not at all. Returns a line for each thing of the picture that got lost. Throws Error.
+std::vector<std::string> writePicture(const std::filesystem::path& file, const Picture& picture,
+                                      const PictureOutput& output = {});
+
+/// A picture as the bytes of a file.
+struct EncodedPicture {
+    std::vector<std::uint8_t> bytes;
+    std::vector<std::string> losses; ///< a line for each thing that got lost
+};
+
+/// Throws Error, with the reason alone, for an ending that no format has, too.
+EncodedPicture encodedPicture(const Picture& picture, const PictureOutput& output);
 
 /// The ending of the file's name in lower case, without the point: "png".
 std::string endingOf(const std::filesystem::path& file);
@@ -68,10 +101,5 @@ bool isPictureEnding(const std::string& ending);
 
 /// All such endings, for messages: ".png, .jpg".
 std::string pictureEndings();
-
-bool pictureKeepsAlpha(const std::string& ending);
-
-/// The bytes of a file with such an ending. Throws Error.
-std::vector<std::uint8_t> encodedPicture(const std::string& ending, const Picture& picture);
 
 } // namespace Vexorel::PrismDrift::Host

@@ -28,22 +28,19 @@ const AVFrame& firstFrame(Demuxer& demuxer, const AVStream& stream, VideoDecoder
 
 } // namespace
 
-int depthOf(const Picture& picture) {
-    return picture.source == nullptr ? 8
-                                     : depthOf(static_cast<AVPixelFormat>(picture.source->format));
-}
-
-Picture readPicture(const fs::path& file, const ReadLimits& limits) {
+Picture readPicture(const fs::path& file, const ReadLimits& limits, const PictureRequest& request) {
     try {
         ClipInput input;
         input.file = file;
         input.limits = limits;
+        input.picture = request;
         Demuxer demuxer(input);
         const AVStream& stream = demuxer.pictureStream();
         VideoDecoder decoder(stream, ClipKind::Still, input);
         const AVFrame& frame = firstFrame(demuxer, stream, decoder);
         World world = asShown(worldFromFrame(frame), decoder.layout());
-        return {std::move(world), profileOf(frame), propertiesOf(frame)};
+        return {std::move(world), profileOf(frame), propertiesOf(frame),
+                depthOf(static_cast<AVPixelFormat>(frame.format))};
     } catch (const std::exception&) {
         rethrowWithPrefix(cannotRead(file));
     }

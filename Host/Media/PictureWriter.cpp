@@ -147,13 +147,19 @@ bool keepsAlpha(const Format& format) {
 
 } // namespace
 
-std::vector<std::uint8_t> encodedPicture(const std::string& ending, const Picture& picture) {
-    const Format* format = formatFor(ending);
+EncodedPicture encodedPicture(const Picture& picture, const PictureOutput& output) {
+    const Format* format = formatFor(output.ending);
     if (format == nullptr) {
-        throw Error("'" + ending + "' is no format of pictures");
+        throw Error("'" + output.ending + "' is no format of pictures");
     }
-    const auto packet = encode(*format, picture, hasAlpha(picture.world));
-    return {packet->data, packet->data + packet->size};
+    const bool alpha = hasAlpha(picture.world);
+    const auto packet = encode(*format, picture, alpha);
+    EncodedPicture encoded{{packet->data, packet->data + packet->size}, {}};
+    if (alpha && !keepsAlpha(*format)) {
+        encoded.losses.push_back(std::string(format->name) +
+                                 " has no transparency: the alpha is lost");
+    }
+    return encoded;
 }
 
 std::string endingOf(const fs::path& file) {
@@ -175,11 +181,6 @@ std::string pictureEndings() {
     return endings;
 }
 
-bool pictureKeepsAlpha(const std::string& ending) {
-    const Format* format = formatFor(ending);
-    return format != nullptr && keepsAlpha(*format);
-}
-
 void checkPictureName(const fs::path& file) {
     formatOf(file);
 }
@@ -193,21 +194,21 @@ void checkPictureSize(const fs::path& file, int width, int height) {
     }
 }
 
-std::string writePicture(const fs::path& file, const Picture& picture, const std::string& ending) {
-    const Format& format = formatOf(file, ending);
-    const bool alpha = hasAlpha(picture.world);
-    FFmpegPtr<AVPacket> packet;
+std::vector<std::string> writePicture(const fs::path& file, const Picture& picture,
+                                      const PictureOutput& output) {
+    PictureOutput known = output;
+    known.ending = formatOf(file, output.ending).ending;
+    EncodedPicture encoded;
     try {
-        packet = encode(format, picture, alpha);
+        encoded = encodedPicture(picture, known);
     } catch (const std::exception&) {
         rethrowWithPrefix(cannotWrite(file));
     }
-    replaceFile(file, packet->data, static_cast<std::size_t>(packet->size));
-    if (alpha && !keepsAlpha(format)) {
-        return std::string(format.name) + " has no transparency: the alpha of '" + file.string() +
-               "' is lost";
+    replaceFile(file, encoded.bytes.data(), encoded.bytes.size());
+    for (std::string& loss : encoded.losses) {
+        loss = nameOf(file) + ": " + loss;
     }
-    return {};
+    return encoded.losses;
 }
 
 } // namespace Vexorel::PrismDrift::Host

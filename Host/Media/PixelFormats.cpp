@@ -21,12 +21,13 @@ bool carriesAlpha(AVPixelFormat format) {
            ((descriptor->flags & AV_PIX_FMT_FLAG_ALPHA) != 0 || format == AV_PIX_FMT_PAL8);
 }
 
-int depthOf(AVPixelFormat format) {
+Depth depthOf(AVPixelFormat format) {
     const AVPixFmtDescriptor* descriptor = av_pix_fmt_desc_get(format);
-    int depth = 0;
+    Depth depth{0};
     for (int i = 0; descriptor != nullptr && i < descriptor->nb_components; ++i) {
-        depth = std::max(depth, descriptor->comp[i].depth);
+        depth.bits = std::max(depth.bits, descriptor->comp[i].depth);
     }
+    depth.isFloat = descriptor != nullptr && (descriptor->flags & AV_PIX_FMT_FLAG_FLOAT) != 0;
     return depth;
 }
 

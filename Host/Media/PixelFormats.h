@@ -12,7 +12,7 @@ bool isPackedRgb(AVPixelFormat format);
 /// Whether pixels of `format` have an alpha of their own, or a palette whose colours may.
 bool carriesAlpha(AVPixelFormat format);
 
-/// The bits of the deepest channel, 0 for an unknown format.
-int depthOf(AVPixelFormat format);
+/// Of 0 bits for an unknown format.
+Depth depthOf(AVPixelFormat format);
 
 } // namespace Vexorel::PrismDrift::Host

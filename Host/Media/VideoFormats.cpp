@@ -247,7 +247,7 @@ bool isTaken(AVPixelFormat format, const VideoCodec& codec) {
 // The source's own format if it has 8 bits, else RGB.
 AVPixelFormat plainFormat(const AVFrame& source) {
     const auto own = static_cast<AVPixelFormat>(source.format);
-    if (depthOf(own) == 8 && own != AV_PIX_FMT_PAL8 && isConvertible(own)) {
+    if (depthOf(own).bits == 8 && own != AV_PIX_FMT_PAL8 && isConvertible(own)) {
         return own;
     }
     return carriesAlpha(own) ? AV_PIX_FMT_RGBA : AV_PIX_FMT_RGB24;

@@ -2,6 +2,7 @@
 
 #include "Host/Media/ClipError.h"
 #include "Host/Media/FrameProperties.h"
+#include "Host/Media/PixelFormats.h"
 
 #include <algorithm>
 #include <string_view>
@@ -152,7 +153,8 @@ Picture VideoReader::pictureOf(AVFrame& frame) {
     if (layout.orientation.swapped) {
         std::swap(frame.sample_aspect_ratio.num, frame.sample_aspect_ratio.den);
     }
-    return {asShown(std::move(world), layout), profileOf(frame), propertiesOf(frame)};
+    return {asShown(std::move(world), layout), profileOf(frame), propertiesOf(frame),
+            depthOf(static_cast<AVPixelFormat>(frame.format))};
 }
 
 std::optional<std::int64_t> VideoReader::frameCount() {

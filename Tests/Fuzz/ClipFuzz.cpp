@@ -41,7 +41,7 @@ void expectFrame(const ClipFrame& frame, const ClipInput& input) {
     EXPECT_LE(std::int64_t{world.width()} * world.height(), Fuzz::mostPixels);
     EXPECT_TRUE(frame.index >= 0 && input.frames.contains(frame.number));
     EXPECT_GT(frame.duration, 0);
-    EXPECT_GE(depthOf(frame.picture), 1);
+    EXPECT_GE(frame.picture.depth.bits, 1);
 }
 
 // A writer of the clip, with all that goes beside its frames, whose bytes go nowhere.

@@ -43,11 +43,11 @@ bool isOpaque(const World& world) {
 
 void expectRoundTrip(const Picture& picture, const std::string& ending) {
     static Fuzz::MemoryFile file;
-    const std::vector<std::uint8_t> bytes = encodedPicture(ending, picture);
-    file.fill(bytes.data(), bytes.size());
+    const EncodedPicture encoded = encodedPicture(picture, {ending});
+    file.fill(encoded.bytes.data(), encoded.bytes.size());
     const Picture again = readPicture(file.path("." + ending));
     SCOPED_TRACE(ending);
-    if (pictureKeepsAlpha(ending) || isOpaque(picture.world)) {
+    if (encoded.losses.empty() || isOpaque(picture.world)) {
         expectEqualPixels(picture.world, again.world, ending != "webp");
     }
     if (ending == "png") {
@@ -73,7 +73,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     EXPECT_TRUE(picture->world.width() > 0 && picture->world.height() > 0);
     EXPECT_LE(std::int64_t{picture->world.width()} * picture->world.height(), Fuzz::mostPixels);
     EXPECT_LE(picture->colorProfile.size(), std::size_t{Fuzz::mostMetadata});
-    EXPECT_TRUE(depthOf(*picture) >= 1 && depthOf(*picture) <= 64) << depthOf(*picture);
+    EXPECT_TRUE(picture->depth.bits >= 1 && picture->depth.bits <= 64) << picture->depth.bits;
     constexpr int small = 32;
     if (picture->world.width() <= small && picture->world.height() <= small) {
         static const std::string endings[] = {"png", "tiff", "webp", "bmp", "pam", "sgi", "qoi"};

@@ -81,17 +81,13 @@ std::unique_ptr<ClipWriter> openClipWriter(const ClipOutput& output, const ClipI
     return media().openClipWriter(output, input, reader);
 }
 
-int depthOf(const Picture& picture) {
-    return media().depthOf(picture);
-}
-
 void checkPictureSize(const std::filesystem::path& file, int width, int height) {
     media().checkPictureSize(file, width, height);
 }
 
-std::string writePicture(const std::filesystem::path& file, const Picture& picture,
-                         const std::string& ending) {
-    return media().writePicture(file, picture, ending);
+std::vector<std::string> writePicture(const std::filesystem::path& file, const Picture& picture,
+                                      const PictureOutput& output) {
+    return media().writePicture(file, picture, output);
 }
 
 bool isPictureEnding(const std::string& ending) {

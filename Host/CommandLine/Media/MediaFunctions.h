@@ -19,7 +19,6 @@ struct MediaFunctions {
     decltype(&Host::openClip) openClip;
     decltype(&Host::checkClipOutput) checkClipOutput;
     decltype(&Host::openClipWriter) openClipWriter;
-    decltype(&Host::depthOf) depthOf;
     decltype(&Host::checkPictureSize) checkPictureSize;
     decltype(&Host::writePicture) writePicture;
     decltype(&Host::isPictureEnding) isPictureEnding;

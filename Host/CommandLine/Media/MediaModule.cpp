@@ -11,7 +11,6 @@ constexpr MediaFunctions functions = {
     &Host::openClip,
     &Host::checkClipOutput,
     &Host::openClipWriter,
-    &Host::depthOf,
     &Host::checkPictureSize,
     &Host::writePicture,
     &Host::isPictureEnding,

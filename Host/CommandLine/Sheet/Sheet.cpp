@@ -257,10 +257,10 @@ void makeSheet(Host::HostedEffect& effect, const std::vector<ParameterOption>& o
     }
     Host::Picture sheet{layout.emptySheet(), frame.picture.colorProfile};
     drawCells(*renderer, frame, common.downsample, cells, layout, sheet.world, progress);
-    const std::string warning = Host::writePicture(common.output.file, sheet);
+    const std::vector<std::string> losses = Host::writePicture(common.output.file, sheet);
     progress.finish(true);
-    if (!warning.empty()) {
-        progress.warn(warning);
+    for (const std::string& loss : losses) {
+        progress.warn(loss);
     }
 }
 

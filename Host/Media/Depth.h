@@ -1,0 +1,31 @@
+#pragma once
+
+/// How finely the channels of pixels are stored.
+
+#include <string>
+
+namespace Vexorel::PrismDrift::Host {
+
+struct Depth {
+    int bits = 8; ///< of the deepest channel
+    bool isFloat = false;
+
+    /// Whether worlds of 8 bits would lose something.
+    bool isDeep() const { return bits > 8; }
+    bool operator==(const Depth& other) const {
+        return bits == other.bits && isFloat == other.isFloat;
+    }
+};
+
+constexpr Depth halfFloats{16, true};
+constexpr Depth floats{32, true};
+
+/// For messages, to follow "has" or "holds": "10 bits a channel", "half floats".
+inline std::string textOf(const Depth& depth) {
+    if (!depth.isFloat) {
+        return std::to_string(depth.bits) + " bits a channel";
+    }
+    return depth.bits <= halfFloats.bits ? "half floats" : "floats";
+}
+
+} // namespace Vexorel::PrismDrift::Host
