@@ -7,6 +7,7 @@
 #include "Host/CommandLine/MemoryWatch.h"
 #include "Host/CommandLine/ModuleSearch.h"
 #include "Host/CommandLine/ParseLine.h"
+#include "Host/CommandLine/PictureDrawing.h"
 #include "Host/CommandLine/Preset.h"
 #include "Host/CommandLine/Progress.h"
 #include "Host/CommandLine/RenderClip.h"
@@ -103,6 +104,15 @@ void sayInterrupted(std::int64_t frames) {
     std::cerr << "prismdrift: interrupted" << text << "\n";
 }
 
+// Pictures are drawn as deep as they are or shall become, as far as the renderer can.
+Host::WorldDepth worldsFor(const Arguments& arguments, const Host::Renderer& renderer) {
+    if (!renderer.takes(PF_PixelFormat_ARGB128)) {
+        return Host::WorldDepth::Bits8;
+    }
+    const bool becomesDeep = arguments.output.depth && arguments.output.depth->isDeep();
+    return becomesDeep ? Host::WorldDepth::Floats : Host::WorldDepth::Stored;
+}
+
 // Gives the signal that ended it early, 0 for none.
 int render(Host::HostedEffect& effect, const Arguments& arguments,
            const StandardOutput& standardOutput) {
@@ -117,7 +127,9 @@ int render(Host::HostedEffect& effect, const Arguments& arguments,
         return 0; // there is nothing to render
     }
     Progress* shown = nullptr; // once frames are read
+    const auto renderer = rendererFor(effect, arguments);
     Host::ClipInput input = arguments.input;
+    input.picture.worlds = worldsFor(arguments, *renderer);
     input.limits.warn = [&](const Host::Error& left) {
         if (shown != nullptr) {
             shown->warn(textWithOptions(left));
@@ -132,12 +144,11 @@ int render(Host::HostedEffect& effect, const Arguments& arguments,
     Host::ClipOutput output = arguments.output;
     output.standardOutput = standardOutput.descriptor();
     output.warn = [&](const std::string& text) { progress.warn(text); };
-    const auto renderer = rendererFor(effect, arguments);
+    PictureDrawing drawing(*renderer, arguments.downsample, output.warn);
     // From here on there may be a temporary file to remove.
     const FirstSignalKept signals;
     const auto writer = Host::openClipWriter(output, input, *reader);
-    const int signal =
-        renderClip({*renderer, values, arguments.downsample, *reader, *writer, progress, signals});
+    const int signal = renderClip({drawing, values, *reader, *writer, progress, signals});
     checkMemory(); // of a pipe
     progress.finish(signal == 0);
     if (signal != 0 && !arguments.quiet) {

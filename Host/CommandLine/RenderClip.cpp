@@ -122,46 +122,20 @@ private:
     std::thread mThread;
 };
 
-// Draws into `spare`, which becomes the frame's picture, and the picture from before the spare one:
-// a new world would have to be cleared for every frame.
-void drawFrame(const ClipRendering& rendering, Host::ClipFrame& frame, Host::World& spare) {
-    const Host::ClipProperties& properties = rendering.reader.properties();
-    Host::FrameSettings settings;
-    settings.downsample = rendering.downsample;
-    settings.time = frameTime(frame.index, properties.frameRate);
-    Host::World& picture = frame.picture.world;
-    if (spare.width() != picture.width() || spare.height() != picture.height() ||
-        spare.format() != picture.format()) {
-        spare = Host::World(picture.width(), picture.height(), picture.format());
-    }
-    rendering.renderer.render(picture, spare, rendering.values, settings);
-    std::swap(picture, spare);
-}
-
 double endOf(const Host::ClipFrame& frame, const Host::Ratio& unit) {
     return static_cast<double>(frame.time + frame.duration) * unit.numerator / unit.denominator;
 }
 
-// True if there was something to warn of.
-bool warnOfDepth(const ClipRendering& rendering, const Host::Picture& picture) {
-    if (picture.depth.isDeep()) {
-        rendering.progress.warn("the input has " + textOf(picture.depth) + "; 8 are kept");
-    }
-    return picture.depth.isDeep();
-}
-
 // Draws what comes until it ends or the queue behind it is closed.
 void drawFrames(const ClipRendering& rendering, Queue& read, Queue& drawn) {
-    const Host::Ratio unit = rendering.reader.properties().timeBase;
-    bool hasWarned = false;
-    Host::World spare(0, 0);
+    const Host::ClipProperties& clip = rendering.reader.properties();
     while (auto item = read.pop()) {
         const std::size_t weight = weightOf(*item);
         double time = 0;
         if (auto* frame = std::get_if<Host::ClipFrame>(&*item)) {
-            hasWarned = hasWarned || warnOfDepth(rendering, frame->picture);
-            drawFrame(rendering, *frame, spare);
-            time = endOf(*frame, unit);
+            rendering.drawing.draw(frame->picture, rendering.values,
+                                   frameTime(frame->index, clip.frameRate));
+            time = endOf(*frame, clip.timeBase);
         }
         if (!drawn.push(std::move(*item), weight)) {
             return;

@@ -3,16 +3,15 @@
 /// Draws a clip with the effect, frame after frame: reading and writing run beside it.
 
 #include "Host/CommandLine/Interruption.h"
+#include "Host/CommandLine/PictureDrawing.h"
 #include "Host/CommandLine/Progress.h"
 #include "Host/Media/Clip.h"
-#include "Host/Rendering/Renderer.h"
 
 namespace Vexorel::PrismDrift::CommandLine {
 
 struct ClipRendering {
-    Host::Renderer& renderer;
+    PictureDrawing& drawing;
     const Host::ParameterValues& values;
-    std::uint32_t downsample = 1;
     Host::ClipReader& reader;
     Host::ClipWriter& writer;
     Progress& progress;

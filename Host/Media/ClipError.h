@@ -19,6 +19,7 @@ enum class ClipSetting {
     InputPixelFormat,
     FrameRate,
     Missing,
+    Layer,
     Frames,
     MaxPixels,
     MaxMetadata,

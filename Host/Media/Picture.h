@@ -44,6 +44,7 @@ enum class WorldDepth {
 /// What to read of a picture's file.
 struct PictureRequest {
     WorldDepth worlds = WorldDepth::Bits8;
+    std::string layer = ""; ///< a layer or a part; empty for the colours that have no other name
 };
 
 /// How a picture is written.

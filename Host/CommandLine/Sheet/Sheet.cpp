@@ -2,6 +2,7 @@
 
 #include "Host/CommandLine/ChosenValues.h"
 #include "Host/CommandLine/ClipErrorText.h"
+#include "Host/CommandLine/PictureDrawing.h"
 #include "Host/CommandLine/Progress.h"
 #include "Host/CommandLine/RenderClip.h"
 #include "Host/CommandLine/RendererOption.h"
@@ -204,15 +205,14 @@ SheetLayout layoutOf(const SheetArguments& arguments, const std::vector<Variatio
 }
 
 // Renders the cells one after the other into the sheet.
-void drawCells(Host::Renderer& renderer, const Frame& frame, std::uint32_t downsample,
-               const std::vector<Cell>& cells, const SheetLayout& layout, Host::World& sheet,
-               Progress& progress) {
+void drawCells(PictureDrawing& drawing, const Frame& frame, const std::vector<Cell>& cells,
+               const SheetLayout& layout, Host::World& sheet, Progress& progress) {
     const Host::World& input = frame.picture.world;
     Host::World drawn(input.width(), input.height());
     int index = 0;
     for (const Cell& cell : cells) {
         if (cell.values) {
-            renderer.render(input, drawn, *cell.values, {frame.time, downsample});
+            drawing.draw(input, drawn, *cell.values, frame.time);
         }
         layout.draw(sheet, index++, cell.values ? drawn : input);
         progress.frameDone(0);
@@ -256,7 +256,9 @@ void makeSheet(Host::HostedEffect& effect, const std::vector<ParameterOption>& o
                       "'");
     }
     Host::Picture sheet{layout.emptySheet(), frame.picture.colorProfile};
-    drawCells(*renderer, frame, common.downsample, cells, layout, sheet.world, progress);
+    PictureDrawing drawing(*renderer, common.downsample,
+                           [&](const std::string& loss) { progress.warn(loss); });
+    drawCells(drawing, frame, cells, layout, sheet.world, progress);
     const std::vector<std::string> losses = Host::writePicture(common.output.file, sheet);
     progress.finish(true);
     for (const std::string& loss : losses) {

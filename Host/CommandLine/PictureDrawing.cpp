@@ -1,0 +1,45 @@
+#include "Host/CommandLine/PictureDrawing.h"
+
+#include "Host/Library/AssociatedAlpha.h"
+
+#include <utility>
+
+namespace Vexorel::PrismDrift::CommandLine {
+
+PictureDrawing::PictureDrawing(Host::Renderer& renderer, std::uint32_t downsample,
+                               std::function<void(const std::string&)> warn)
+    : mRenderer(renderer), mDownsample(downsample), mWarn(std::move(warn)) {}
+
+void PictureDrawing::draw(Host::Picture& picture, const Host::ParameterValues& values,
+                          const Host::FrameTime& time) {
+    prepare(picture);
+    Host::World& world = picture.world;
+    if (mSpare.width() != world.width() || mSpare.height() != world.height() ||
+        mSpare.format() != world.format()) {
+        mSpare = Host::World(world.width(), world.height(), world.format());
+    }
+    draw(world, mSpare, values, time);
+    std::swap(world, mSpare);
+}
+
+void PictureDrawing::prepare(Host::Picture& picture) {
+    if (picture.depth.isDeep() && picture.world.format() == PF_PixelFormat_ARGB32) {
+        warnOnce(mIsDepthTold, "the input has " + textOf(picture.depth) + "; 8 bits are kept");
+    }
+    if (std::exchange(picture.isAssociated, false) && Host::divideByAlpha(picture.world)) {
+        warnOnce(mIsLightTold, "light that covers nothing, colour at an alpha of 0, is lost");
+    }
+}
+
+void PictureDrawing::draw(const Host::World& prepared, Host::World& drawn,
+                          const Host::ParameterValues& values, const Host::FrameTime& time) {
+    mRenderer.render(prepared, drawn, values, {time, mDownsample});
+}
+
+void PictureDrawing::warnOnce(bool& isTold, const std::string& text) {
+    if (!std::exchange(isTold, true)) {
+        mWarn(text);
+    }
+}
+
+} // namespace Vexorel::PrismDrift::CommandLine
