@@ -12,10 +12,11 @@ _prismdrift() {
 
   local both='--channel-order --shift-angle --shift-distance --channel-scale
     --channel-lightness --preset --frames --missing --framerate --input-format
-    --video-size --pixel-format --max-pixels --max-metadata --downsample --renderer --plugin
+    --video-size --pixel-format --layer --max-pixels --max-metadata --downsample --linear
+    --renderer --plugin
     --help -h --progress --quiet --verbose'
-  local render="$both --save-preset --codec --quality --encoder-preset --output-format
-    --output-pixel-format
+  local render="$both --save-preset --codec --quality --encoder-preset --depth --dither
+    --output-format --output-pixel-format
     --list-parameters --about --script --version"
   local sheet="$both --vary --columns --cell-width"
 
@@ -34,6 +35,7 @@ _prismdrift() {
       words='ultrafast superfast veryfast faster fast medium slow slower veryslow placebo
         5 4 3 2 1 0'
       ;;
+    --depth) words='8 16 half float' ;;
     --output-format)
       words='mp4 mov matroska webm nut rawvideo yuv4mpegpipe
         png jpg tif webp bmp tga ppm pam sgi qoi'

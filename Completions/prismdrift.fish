@@ -23,6 +23,7 @@ complete -c prismdrift -l framerate -x -a '24 25 30 50 60 24000/1001 30000/1001 
 complete -c prismdrift -l input-format -x -a 'rawvideo yuv4mpegpipe nut matroska mov image2pipe png_pipe' -d "By ffmpeg's name"
 complete -c prismdrift -l video-size -x -a '1280x720 1920x1080 2048x1080 3840x2160 4096x2160' -d 'Of raw input'
 complete -c prismdrift -l pixel-format -x -a 'rgba argb bgra rgb24 bgr24 gray yuv420p yuv422p yuv444p yuva420p yuva444p' -d 'Of raw input'
+complete -c prismdrift -l layer -x -d 'Of an OpenEXR file'
 complete -c prismdrift -l max-pixels -x -d 'Refuse pictures of more pixels'
 complete -c prismdrift -l max-metadata -x -d 'MiB of texts and profiles to keep of a picture'
 
@@ -30,6 +31,8 @@ complete -c prismdrift -l max-metadata -x -d 'MiB of texts and profiles to keep 
 complete -c prismdrift -n 'not __prismdrift_sheet' -l codec -x -a 'h264 hevc prores qtrle png vp9 ffv1' -d 'Of the written video'
 complete -c prismdrift -n 'not __prismdrift_sheet' -l quality -x -d '0 to 100; higher looks better and takes more space'
 complete -c prismdrift -n 'not __prismdrift_sheet' -l encoder-preset -x -a 'ultrafast superfast veryfast faster fast medium slow slower veryslow placebo 5 4 3 2 1 0' -d 'Slower ones make smaller files; numbers are for vp9'
+complete -c prismdrift -n 'not __prismdrift_sheet' -l depth -x -a '8 16 half float' -d 'Bits a channel, or floats'
+complete -c prismdrift -n 'not __prismdrift_sheet' -l dither -d 'Where more than 8 bits become 8'
 complete -c prismdrift -n 'not __prismdrift_sheet' -l output-format -x -a 'mp4 mov matroska webm nut rawvideo yuv4mpegpipe png jpg tif webp bmp tga ppm pam sgi qoi' -d 'For pipes and names without an ending'
 complete -c prismdrift -n 'not __prismdrift_sheet' -l output-pixel-format -x -a 'rgba argb bgra rgb24 bgr24 gray yuv420p yuv422p yuv444p yuva420p yuva444p' -d 'Of the written video'
 
@@ -40,6 +43,7 @@ complete -c prismdrift -n __prismdrift_sheet -l cell-width -x -d 'Pixels'
 
 # Rendering and information
 complete -c prismdrift -l downsample -x -d 'Distances are divided by N'
+complete -c prismdrift -l linear -d 'Shift and push colours in linear light'
 complete -c prismdrift -l renderer -x -a 'auto gl software' -d 'What draws'
 complete -c prismdrift -l plugin -r -F -d 'The plug-in to load'
 complete -c prismdrift -n 'not __prismdrift_sheet' -l list-parameters -d 'List the parameters'

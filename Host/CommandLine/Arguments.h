@@ -33,6 +33,7 @@ struct Arguments {
     Host::RendererRequest renderer;
     std::optional<ProgressStyle> progress; ///< as given
     std::uint32_t downsample = 1;
+    bool linear = false;
     Host::ClipInput input;
     Host::ClipOutput output;                          ///< without its descriptor and its warnings
     std::filesystem::path script, preset, savePreset; ///< empty where not given

@@ -65,6 +65,14 @@ void storeQuality(Arguments& arguments, Text text) {
     arguments.output.quality = quality;
 }
 
+void storeDepth(Arguments& arguments, Text text) {
+    arguments.output.depth = choice<Host::Depth>("--depth", text,
+                                                 {{"8", Host::Depth{8}},
+                                                  {"16", Host::Depth{16}},
+                                                  {"half", Host::halfFloats},
+                                                  {"float", Host::floats}});
+}
+
 void storeDownsample(Arguments& arguments, Text text) {
     constexpr int most = 65536;
     arguments.downsample = static_cast<std::uint32_t>(wholeNumber("--downsample", text, 1, most));
@@ -186,6 +194,11 @@ const std::vector<Option> inputOptions = {
      .help = "Pixel format of raw input by ffmpeg's name, such as rgba",
      .store = [](Arguments& to, Text text) { to.input.pixelFormat = text; },
      .setting = ClipSetting::InputPixelFormat},
+    {.name = "--layer",
+     .takes = "NAME",
+     .help = "Render this layer of an OpenEXR file, or this part. Default: its R, G, B and A",
+     .store = [](Arguments& to, Text text) { to.input.picture.layer = text; },
+     .setting = ClipSetting::Layer},
     {.name = "--max-pixels",
      .takes = "N",
      .help = "Refuse pictures of more pixels. Default: 268435456, which is 16384x16384",
@@ -221,6 +234,17 @@ const std::vector<Option> outputOptions = {
      .store = [](Arguments& to, Text text) { to.output.encoderPreset = text; },
      .onlyIn = Command::Render,
      .setting = ClipSetting::EncoderPreset},
+    {.name = "--depth",
+     .takes = "8|16|half|float",
+     .help = "Write so many bits a channel, or floats, as far as the format can. Default: what the "
+             "input has",
+     .store = storeDepth,
+     .onlyIn = Command::Render},
+    {.name = "--dither",
+     .help = "Where more than 8 bits become 8, mix neighbouring levels in a pattern, so that soft "
+             "gradients show no steps",
+     .store = [](Arguments& to, Text) { to.output.dithers = true; },
+     .onlyIn = Command::Render},
     {.name = "--output-format",
      .takes = "FORMAT",
      .help = "Format for a pipe or a name without an ending: rawvideo, yuv4mpegpipe, nut, "
@@ -237,6 +261,10 @@ const std::vector<Option> outputOptions = {
 };
 
 const std::vector<Option> renderingOptions = {
+    {.name = "--linear",
+     .help = "Shift and push colours in linear light, as lenses do, instead of as they are coded. "
+             "Takes pictures and clips whose transfer is known: sRGB, BT.709, PQ, HLG",
+     .store = [](Arguments& to, Text) { to.linear = true; }},
     {.name = "--downsample",
      .takes = "N",
      .help = "Treat the input as reduced to 1/N of its full size: distances are divided by N",
