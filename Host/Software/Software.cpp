@@ -51,6 +51,16 @@ void checkApart(const PF_LayerDef& input, const PF_LayerDef& output, std::ptrdif
     }
 }
 
+template <typename Work>
+auto withMemory(const PF_LayerDef& input, const Work& work) {
+    try {
+        return work();
+    } catch (const std::bad_alloc&) {
+        throw Error("not enough memory to draw a frame of " + sizeOf(input) + " pixels",
+                    PF_Err_OUT_OF_MEMORY);
+    }
+}
+
 } // namespace
 
 void renderInSoftware(const PF_LayerDef& input, const PF_LayerDef& output, PF_PixelFormat format,
@@ -59,7 +69,7 @@ void renderInSoftware(const PF_LayerDef& input, const PF_LayerDef& output, PF_Pi
     check(input, bytes, "input");
     check(output, bytes, "output");
     checkApart(input, output, bytes);
-    try {
+    withMemory(input, [&] {
         draw({{static_cast<const std::uint8_t*>(input.data), input.rowbytes, input.width,
                input.height},
               {static_cast<std::uint8_t*>(output.data), output.rowbytes, output.width,
@@ -67,10 +77,7 @@ void renderInSoftware(const PF_LayerDef& input, const PF_LayerDef& output, PF_Pi
               format,
               settings},
              vectorSteps());
-    } catch (const std::bad_alloc&) {
-        throw Error("not enough memory to draw a frame of " + sizeOf(input) + " pixels",
-                    PF_Err_OUT_OF_MEMORY);
-    }
+    });
 }
 
 void renderInSoftware(const World& input, World& output, const SoftwareSettings& settings) {
@@ -78,6 +85,22 @@ void renderInSoftware(const World& input, World& output, const SoftwareSettings&
         throw Error("the input and the output world have different pixel formats");
     }
     renderInSoftware(input.layer(), output.layer(), input.format(), settings);
+}
+
+bool isNeutral(const World& input, const SoftwareSettings& settings) {
+    const int width = input.width();
+    const int height = input.height();
+    const ChannelValues& values = settings.values;
+    return withMemory(input.layer(), [&] {
+        switch (input.format()) {
+        case PF_PixelFormat_ARGB64:
+            return planFloats<32768>(values, width, height, width, height).isNeutral;
+        case PF_PixelFormat_ARGB128:
+            return planFloats<1>(values, width, height, width, height).isNeutral;
+        default:
+            return false;
+        }
+    });
 }
 
 std::string softwareUnit() {

@@ -45,6 +45,12 @@ void renderInSoftware(const World& input, World& output, const SoftwareSettings&
 void renderInSoftware(const PF_LayerDef& input, const PF_LayerDef& output, PF_PixelFormat format,
                       const SoftwareSettings& settings);
 
+/// Whether drawing this input would copy every pixel to the bit, so that a host may leave the frame
+/// alone. True for worlds of 16 bits and floats where no channel is moved or changed; a shift once
+/// round the frame is no move. Never for 8 bits: their colours keep what a premultiplied target
+/// holds. Throws Error where there is too little memory.
+bool isNeutral(const World& input, const SoftwareSettings& settings);
+
 /// What the effect would draw with at that time. The parameters are those that Prism Drift
 /// publishes, recognised by their numbers and kinds; throws Error for another effect's.
 SoftwareSettings softwareSettings(const ParameterValues& values, const FrameSettings& frame);

@@ -232,6 +232,46 @@ TEST(Software, DrawsDeepWorldsExactly) {
     }
 }
 
+TEST(Software, IsNeutralWhereItCopiesEveryPixel) {
+    const struct {
+        const char* what;
+        void (*change)(ChannelValues&);
+        bool isNeutral;
+    } rows[] = {
+        {"nothing", [](ChannelValues&) {}, true},
+        {"an order and an angle alone", [](ChannelValues& v) { v.order = BGR, v.angle = 33; },
+         true},
+        {"once round", [](ChannelValues& v) { v.distance = 8, v.angle = 360; }, true},
+        {"round and back", [](ChannelValues& v) { v.distance = -16, v.angle = -180; }, true},
+        {"a lightness of -0", [](ChannelValues& v) { v.lightness[1] = -0.0F; }, true},
+        {"no lightness", [](ChannelValues& v) { v.lightness[1] = NAN; }, true},
+        {"a trace of lightness", [](ChannelValues& v) { v.lightness[2] = 1e-7F; }, false},
+        {"a scale nearly 1", [](ChannelValues& v) { v.scale[0] = 1.000001F; }, false},
+        {"the next scale to 1", [](ChannelValues& v) { v.scale[0] = std::nextafter(1.0F, 0.0F); },
+         false},
+        {"a trace of a shift", [](ChannelValues& v) { v.distance = 1e-6F; }, false},
+        {"nearly round", [](ChannelValues& v) { v.distance = 8.000001F; }, false},
+        {"a row down", [](ChannelValues& v) { v.distance = 1, v.angle = 90; }, false},
+        {"no place", [](ChannelValues& v) { v.distance = INFINITY; }, false},
+    };
+    for (const auto& [what, change, isNeutral] : rows) {
+        SCOPED_TRACE(what);
+        ChannelValues values;
+        change(values);
+        for (const PF_PixelFormat format : formats) {
+            World input = Case(3).world(format, 8, 4);
+            if (format == PF_PixelFormat_ARGB128) { // copied all the same
+                setValue(input, 1, 1, 1, NAN);
+                setValue(input, 2, 1, 2, -INFINITY);
+                setValue(input, 3, 1, 3, -0.0);
+            }
+            const bool copies = isNeutral && format != PF_PixelFormat_ARGB32;
+            EXPECT_EQ(Host::isNeutral(input, {values}), copies);
+            EXPECT_TRUE(!copies || firstDifference(drawn(input, values), input) == -1);
+        }
+    }
+}
+
 TEST(Software, KeepsWhatIsNoNumberInThePixelsThatReadIt) {
     constexpr double inf = std::numeric_limits<double>::infinity();
     World input(9, 4, PF_PixelFormat_ARGB128);
