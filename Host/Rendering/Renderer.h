@@ -24,13 +24,20 @@ public:
 
     virtual bool takes(PF_PixelFormat format) const = 0;
 
+    /// Whether `render` would copy every pixel of the input to the bit, so that the frame can be
+    /// left alone. False says nothing: never true for 8 bits.
+    virtual bool changesNothing(const World& input, const ParameterValues& values,
+                                const FrameSettings& settings = {}) const = 0;
+
     /// Gives up what was made for drawing, after the frames that are under way. A later `render`
     /// makes it again.
     virtual void setDown() = 0;
 };
 
-/// The renderer for this effect, which must outlive it, as `chosenRenderer` decides. Throws Error
-/// where software is to draw another effect than Prism Drift.
+/// The renderer for this effect, which must outlive it, as `chosenRenderer` decides. Software draws
+/// no other effect than Prism Drift: throws Error where it is to draw all of one, and leaves out
+/// the formats that OpenGL doesn't take.
+std::unique_ptr<Renderer> makeRenderer(HostedEffect& effect, const RendererReport& chosen);
 std::unique_ptr<Renderer> makeRenderer(HostedEffect& effect, const RendererRequest& request);
 
 } // namespace Vexorel::PrismDrift::Host

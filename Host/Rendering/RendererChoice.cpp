@@ -36,7 +36,7 @@ RendererReport decide() {
     if (drawsInSoftware(driver)) {
         return {true, "the OpenGL driver draws in software, too: " + driver.renderer};
     }
-    return {false, "graphics hardware draws"};
+    return {false, "graphics hardware draws", true};
 }
 
 std::string openGLText() {
@@ -77,8 +77,13 @@ RendererReport chosenRenderer(const RendererRequest& request) {
 
 std::string rendererText(const RendererRequest& request) {
     const RendererReport chosen = chosenRenderer(request);
-    return std::string(chosen.isSoftware ? "software" : "gl") + ", since " + chosen.reason + "; " +
-           (chosen.isSoftware ? "drawn with " + softwareUnit() : openGLText());
+    if (chosen.isSoftware) {
+        return "software, since " + chosen.reason + "; drawn with " + softwareUnit();
+    }
+    return "gl, since " + chosen.reason + "; " + openGLText() +
+           (chosen.sharesWithSoftware
+                ? "; more than 8 bits a channel in software, with " + softwareUnit()
+                : "");
 }
 
 } // namespace Vexorel::PrismDrift::Host

@@ -26,12 +26,15 @@ RendererRequest rendererFromEnvironment();
 struct RendererReport {
     bool isSoftware = false;
     std::string reason; ///< why it draws, to follow "since"
+    /// Whether software draws the worlds that OpenGL doesn't take: those of more than 8 bits.
+    bool sharesWithSoftware = false;
 };
 
-/// What draws for this request. Auto takes OpenGL where hardware draws, and software where OpenGL
-/// has only a software rasteriser, or there is none. The first call for it finds that out, for the
-/// life of the process: a context is made only where EGL lists hardware, and OpenGL is not started
-/// elsewhere. Leaves current on the thread what was current before.
+/// What draws for this request. Auto takes OpenGL where hardware draws, with software for worlds of
+/// more than 8 bits, and software alone where OpenGL has only a software rasteriser, or there is
+/// none. The first call for it finds that out, for the life of the process: a context is made only
+/// where EGL lists hardware, and OpenGL is not started elsewhere. Leaves current on the thread what
+/// was current before.
 RendererReport chosenRenderer(const RendererRequest& request);
 
 /// The same as a line for people: what draws, why, and on what device. For OpenGL it makes a

@@ -210,12 +210,15 @@ TEST_F(CommandLineTest, ChoosesTheRenderer) {
     };
     const Row rows[] = {
         {"", "", "software, since EGL lists no graphics hardware; drawn with .*", false},
-        {"PRISMDRIFT_RENDERER=gl ", "", "gl, since PRISMDRIFT_RENDERER asks for it; OpenGL .*",
+        {"PRISMDRIFT_RENDERER=gl ", "", "gl, since PRISMDRIFT_RENDERER asks for it; OpenGL [^;]*",
          true},
         {"PRISMDRIFT_RENDERER=gl ", "--renderer auto", "software, since EGL .*", false},
         {"PRISMDRIFT_RENDERER=no ", "--renderer gl", "gl, since --renderer asks for it; .*", true},
         {hardware, "--renderer software", "software, since --renderer asks for it; .*", false},
-        {hardware, "", "gl, since graphics hardware draws; OpenGL .*, on Some Card, by .*", true},
+        {hardware, "",
+         "gl, since graphics hardware draws; OpenGL .*, on Some Card, by .*; more than 8 bits a "
+         "channel in software, with .*",
+         true},
         {listed + "FAKE_DRIVER=LLVMpipe ", "",
          "software, since the OpenGL driver draws in software, too: LLVMpipe; .*", true},
         {listed + "MESA_GL_VERSION_OVERRIDE=2.1 ", "",

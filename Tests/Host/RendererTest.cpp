@@ -4,6 +4,7 @@
 
 #include "PrismDrift/Sources/Embedded.h"
 #include "Tests/Host/ErrorOf.h"
+#include "Tests/Host/FakeEffect.h"
 
 #include <cstdlib>
 #include <gmock/gmock.h>
@@ -13,17 +14,22 @@ using namespace Vexorel::PrismDrift::Host;
 
 namespace {
 
-class RendererTest : public testing::TestWithParam<RendererChoice> {
+struct Choice {
+    const char* name;
+    RendererReport report;
+};
+
+class RendererTest : public testing::TestWithParam<Choice> {
 protected:
     HostedEffect effect{&EntryPointFunc};
-    std::unique_ptr<Renderer> renderer = makeRenderer(effect, {GetParam(), "the test"});
+    std::unique_ptr<Renderer> renderer = makeRenderer(effect, GetParam().report);
 };
 
 INSTANTIATE_TEST_SUITE_P(With, RendererTest,
-                         testing::Values(RendererChoice::OpenGL, RendererChoice::Software),
-                         [](const auto& choice) {
-                             return choice.param == RendererChoice::OpenGL ? "Gl" : "Software";
-                         });
+                         testing::Values(Choice{"Gl", {false, "the test asks", false}},
+                                         Choice{"Both", {false, "hardware draws", true}},
+                                         Choice{"Software", {true, "the test asks", false}}),
+                         [](const auto& choice) { return choice.param.name; });
 
 World opaquePicture() {
     World picture(20, 6);
@@ -70,15 +76,50 @@ TEST_P(RendererTest, DrawsOnSeveralThreadsAndAfterTheSetDown) {
 }
 
 TEST_P(RendererTest, TakesTheFormatsThatItSays) {
+    const RendererReport& report = GetParam().report;
+    ParameterValues onceRound = effect.defaultValues();
+    onceRound.set(3, 4);
     for (const PF_PixelFormat format :
          {PF_PixelFormat_ARGB32, PF_PixelFormat_ARGB64, PF_PixelFormat_ARGB128}) {
+        const bool isDeep = format != PF_PixelFormat_ARGB32;
         const World input(4, 4, format);
         World output(4, 4, format);
-        EXPECT_EQ(errorOf([&] { renderer->render(input, output, effect.defaultValues()); }).empty(),
-                  renderer->takes(format))
-            << format;
+        const auto render = [&] { renderer->render(input, output, effect.defaultValues()); };
+        EXPECT_EQ(renderer->takes(format),
+                  !isDeep || report.isSoftware || report.sharesWithSoftware);
+        EXPECT_EQ(errorOf(render).empty(), renderer->takes(format)) << format;
+        EXPECT_EQ(renderer->changesNothing(input, onceRound), isDeep && renderer->takes(format));
+        EXPECT_FALSE(renderer->changesNothing(input, onceRound, {{}, 2}));
     }
-    EXPECT_TRUE(renderer->takes(PF_PixelFormat_ARGB32));
+}
+
+TEST(Renderer, LeavesBytesToTheEffectAndOtherEffectsToOpenGL) {
+    const RendererReport hardware{false, "hardware draws", true};
+    const World input(4, 4);
+    World output(4, 4);
+    HostedEffect like(&FakeEffect::entry); // with the parameters that software draws by
+    const int before = FakeEffect::setUps;
+    const auto both = makeRenderer(like, hardware);
+    EXPECT_TRUE(both->takes(PF_PixelFormat_ARGB128));
+    both->render(input, output, like.defaultValues());
+    both->setDown();
+    EXPECT_EQ(FakeEffect::setUps, before + 1);
+    EXPECT_EQ(FakeEffect::setDowns, FakeEffect::setUps);
+
+    PF_ParamDef further{{99}, PF_Param_FLOAT_SLIDER, "Further", 0, {}};
+    further.u.fs_d.valid_max = further.u.fs_d.slider_max = 1;
+    FakeEffect::strangeParameter = &further;
+    HostedEffect other([](PF_Cmd cmd, PF_InData* in, PF_OutData* out, PF_ParamDef** parameters,
+                          PF_LayerDef* world, void* extra) -> PF_Err {
+        const PF_Err result = FakeEffect::entry(cmd, in, out, parameters, world, extra);
+        out->num_params += cmd == PF_Cmd_PARAMS_SETUP ? 1 : 0;
+        return result;
+    });
+    FakeEffect::strangeParameter = nullptr;
+    EXPECT_FALSE(makeRenderer(other, hardware)->takes(PF_PixelFormat_ARGB128));
+    const RendererReport software{true, "the test asks", false};
+    EXPECT_THAT(errorOf([&] { makeRenderer(other, software); }),
+                testing::HasSubstr("not Prism Drift"));
 }
 
 TEST(RendererChoice, IsReadFromWords) {
