@@ -106,11 +106,16 @@ void sayInterrupted(std::int64_t frames) {
 
 // Pictures are drawn as deep as they are or shall become, as far as the renderer can.
 Host::WorldDepth worldsFor(const Arguments& arguments, const Host::Renderer& renderer) {
+    const bool becomesDeep = arguments.output.depth && arguments.output.depth->isDeep();
     if (!renderer.takes(PF_PixelFormat_ARGB128)) {
+        if (arguments.linear || becomesDeep) {
+            throw UsageError(std::string(arguments.linear ? "--linear" : "--depth") +
+                             " takes the software renderer here, and " + arguments.renderer.by +
+                             " asks for gl, which draws 8 bits");
+        }
         return Host::WorldDepth::Bits8;
     }
-    const bool becomesDeep = arguments.output.depth && arguments.output.depth->isDeep();
-    return becomesDeep ? Host::WorldDepth::Floats : Host::WorldDepth::Stored;
+    return arguments.linear || becomesDeep ? Host::WorldDepth::Floats : Host::WorldDepth::Stored;
 }
 
 // Gives the signal that ended it early, 0 for none.

@@ -12,8 +12,11 @@ PictureDrawing::PictureDrawing(Host::Renderer& renderer, std::uint32_t downsampl
 
 void PictureDrawing::draw(Host::Picture& picture, const Host::ParameterValues& values,
                           const Host::FrameTime& time) {
-    prepare(picture);
     Host::World& world = picture.world;
+    if (mRenderer.changesNothing(world, values, {time, mDownsample})) {
+        return;
+    }
+    prepare(picture);
     if (mSpare.width() != world.width() || mSpare.height() != world.height() ||
         mSpare.format() != world.format()) {
         mSpare = Host::World(world.width(), world.height(), world.format());
@@ -24,7 +27,7 @@ void PictureDrawing::draw(Host::Picture& picture, const Host::ParameterValues& v
 
 void PictureDrawing::prepare(Host::Picture& picture) {
     if (picture.depth.isDeep() && picture.world.format() == PF_PixelFormat_ARGB32) {
-        warnOnce(mIsDepthTold, "the input has " + textOf(picture.depth) + "; 8 bits are kept");
+        warnOnce(mIsDepthTold, "the input has " + textOf(picture.depth) + "; the renderer keeps 8 bits");
     }
     if (std::exchange(picture.isAssociated, false) && Host::divideByAlpha(picture.world)) {
         warnOnce(mIsLightTold, "light that covers nothing, colour at an alpha of 0, is lost");
