@@ -1,8 +1,8 @@
 #include "Host/Software/Drawing.h"
 
+#include "Host/Library/Bands.h"
+
 #include <algorithm>
-#include <exception>
-#include <thread>
 
 namespace Vexorel::PrismDrift::Host {
 namespace {
@@ -112,51 +112,20 @@ private:
     std::vector<ChannelRows<Mixing>> mChannels;
 };
 
-// Memory doesn't keep up with more threads, and each has rows of its own to fill.
-std::size_t processors() {
-    constexpr unsigned most = 16;
-    static const unsigned count = std::clamp(std::thread::hardware_concurrency(), 1U, most);
-    return count;
-}
-
-// A thread costs some microseconds: each gets that many pixels at least.
-std::size_t bandsFor(const Drawing& drawing, std::size_t columns, std::size_t rows) {
-    constexpr std::size_t fewest = std::size_t{1} << 16;
-    const std::size_t most = drawing.settings.threads > 0 ? drawing.settings.threads : processors();
-    return std::clamp<std::size_t>(columns * rows / fewest, 1, std::min(most, rows));
-}
-
 template <typename Mixing>
 void drawBands(const Drawing& drawing, const RowSteps<Mixing>& steps,
                const FramePlan<Mixing>& plan) {
     const int rows = std::min(drawing.input.height, drawing.output.height);
     const int columns = std::min(drawing.input.width, drawing.output.width);
-    const std::size_t count =
-        bandsFor(drawing, static_cast<std::size_t>(columns), static_cast<std::size_t>(rows));
-    const auto edge = [&](std::size_t band) {
-        return static_cast<int>(static_cast<std::size_t>(rows) * band / count);
-    };
+    const std::size_t count = bandCount(static_cast<std::size_t>(columns),
+                                        static_cast<std::size_t>(rows), drawing.settings.threads);
     std::vector<Band<Mixing>> bands;
     bands.reserve(count);
     for (std::size_t i = 0; i < count; ++i) {
-        bands.emplace_back(drawing, steps, plan, edge(i), edge(i + 1));
+        bands.emplace_back(drawing, steps, plan, bandEdge(i, count, rows),
+                           bandEdge(i + 1, count, rows));
     }
-    std::vector<std::thread> threads;
-    threads.reserve(count);
-    std::size_t next = 1; // the first band is this thread's
-    try {
-        for (; next < count; ++next) {
-            threads.emplace_back([&band = bands[next]] { band.draw(); });
-        }
-    } catch (const std::exception&) { // no more threads or memory: this one draws the rest
-        for (; next < count; ++next) {
-            bands[next].draw();
-        }
-    }
-    bands[0].draw();
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    runBands(count, [&bands](std::size_t band) { bands[band].draw(); });
 }
 
 } // namespace
