@@ -102,5 +102,9 @@ std::string mediaVersions() {
     return media().mediaVersions();
 }
 
+PictureTransfer transferOf(const Picture& picture, ClipKind kind) {
+    return media().transferOf(picture, kind);
+}
+
 } // namespace Host
 } // namespace Vexorel::PrismDrift

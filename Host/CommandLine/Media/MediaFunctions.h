@@ -10,6 +10,7 @@
 
 #include "Host/CommandLine/Sheet/Lettering.h"
 #include "Host/Media/Clip.h"
+#include "Host/Media/PictureTransfer.h"
 #include "Host/Media/Versions.h"
 
 namespace Vexorel::PrismDrift::CommandLine {
@@ -24,6 +25,7 @@ struct MediaFunctions {
     decltype(&Host::isPictureEnding) isPictureEnding;
     decltype(&Host::pictureEndings) pictureEndings;
     decltype(&Host::mediaVersions) mediaVersions;
+    decltype(&Host::transferOf) transferOf;
     decltype(&CommandLine::checkLettering) checkLettering;
     decltype(&CommandLine::canShow) canShow;
     decltype(&CommandLine::textHeight) textHeight;

@@ -16,6 +16,7 @@ constexpr MediaFunctions functions = {
     &Host::isPictureEnding,
     &Host::pictureEndings,
     &Host::mediaVersions,
+    &Host::transferOf,
     &checkLettering,
     &canShow,
     &textHeight,
