@@ -104,20 +104,6 @@ void sayInterrupted(std::int64_t frames) {
     std::cerr << "prismdrift: interrupted" << text << "\n";
 }
 
-// Pictures are drawn as deep as they are or shall become, as far as the renderer can.
-Host::WorldDepth worldsFor(const Arguments& arguments, const Host::Renderer& renderer) {
-    const bool becomesDeep = arguments.output.depth && arguments.output.depth->isDeep();
-    if (!renderer.takes(PF_PixelFormat_ARGB128)) {
-        if (arguments.linear || becomesDeep) {
-            throw UsageError(std::string(arguments.linear ? "--linear" : "--depth") +
-                             " takes the software renderer here, and " + arguments.renderer.by +
-                             " asks for gl, which draws 8 bits");
-        }
-        return Host::WorldDepth::Bits8;
-    }
-    return arguments.linear || becomesDeep ? Host::WorldDepth::Floats : Host::WorldDepth::Stored;
-}
-
 // Gives the signal that ended it early, 0 for none.
 int render(Host::HostedEffect& effect, const Arguments& arguments,
            const StandardOutput& standardOutput) {
@@ -149,7 +135,7 @@ int render(Host::HostedEffect& effect, const Arguments& arguments,
     Host::ClipOutput output = arguments.output;
     output.standardOutput = standardOutput.descriptor();
     output.warn = [&](const std::string& text) { progress.warn(text); };
-    PictureDrawing drawing(*renderer, arguments.downsample, output.warn);
+    PictureDrawing drawing(*renderer, {arguments.downsample, arguments.linear}, output.warn);
     // From here on there may be a temporary file to remove.
     const FirstSignalKept signals;
     const auto writer = Host::openClipWriter(output, input, *reader);

@@ -133,7 +133,7 @@ void drawFrames(const ClipRendering& rendering, Queue& read, Queue& drawn) {
         const std::size_t weight = weightOf(*item);
         double time = 0;
         if (auto* frame = std::get_if<Host::ClipFrame>(&*item)) {
-            rendering.drawing.draw(frame->picture, rendering.values,
+            rendering.drawing.draw(frame->picture, clip.kind, rendering.values,
                                    frameTime(frame->index, clip.frameRate));
             time = endOf(*frame, clip.timeBase);
         }

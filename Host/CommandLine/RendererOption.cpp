@@ -45,4 +45,17 @@ std::unique_ptr<Host::Renderer> rendererFor(Host::HostedEffect& effect,
     return renderer;
 }
 
+Host::WorldDepth worldsFor(const Arguments& arguments, const Host::Renderer& renderer) {
+    const bool becomesDeep = arguments.output.depth && arguments.output.depth->isDeep();
+    if (!renderer.takes(PF_PixelFormat_ARGB128)) {
+        if (arguments.linear || becomesDeep) {
+            throw UsageError(std::string(arguments.linear ? "--linear" : "--depth") +
+                             " takes the software renderer here, and " + arguments.renderer.by +
+                             " asks for gl, which draws 8 bits");
+        }
+        return Host::WorldDepth::Bits8;
+    }
+    return arguments.linear || becomesDeep ? Host::WorldDepth::Floats : Host::WorldDepth::Stored;
+}
+
 } // namespace Vexorel::PrismDrift::CommandLine

@@ -15,4 +15,8 @@ Host::RendererRequest rendererRequest(const ParsedLine& line);
 /// The renderer that the arguments ask for. With --verbose, a line on standard error names it.
 std::unique_ptr<Host::Renderer> rendererFor(Host::HostedEffect& effect, const Arguments& arguments);
 
+/// The worlds to read pictures into, for this renderer: as deep as they are or shall become. Throws
+/// UsageError where the arguments ask for more than the renderer takes.
+Host::WorldDepth worldsFor(const Arguments& arguments, const Host::Renderer& renderer);
+
 } // namespace Vexorel::PrismDrift::CommandLine

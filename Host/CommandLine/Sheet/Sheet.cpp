@@ -11,11 +11,13 @@
 #include "Host/CommandLine/Usage.h"
 #include "Host/Library/Error.h"
 #include "Host/Library/Number.h"
+#include "Host/Library/ReducedWorld.h"
 #include "Host/Library/ReplaceFile.h"
 #include "Host/Media/ClipError.h"
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace Vexorel::PrismDrift::CommandLine {
 namespace {
@@ -30,6 +32,7 @@ struct Cell {
 struct Frame {
     Host::Picture picture;
     Host::FrameTime time;
+    Host::ClipKind kind;
     std::optional<std::int64_t> number; // nothing for a still
 };
 
@@ -150,7 +153,8 @@ Frame readFrame(const Host::ClipInput& input, std::vector<Cell>& cells) {
     while (auto item = reader->next()) {
         if (auto* frame = std::get_if<Host::ClipFrame>(&*item)) {
             const Host::ClipProperties& clip = reader->properties();
-            Frame found{std::move(frame->picture), frameTime(frame->index, clip.frameRate), {}};
+            Frame found{
+                std::move(frame->picture), frameTime(frame->index, clip.frameRate), clip.kind, {}};
             if (clip.kind != Host::ClipKind::Still) {
                 found.number = frame->number;
             }
@@ -204,17 +208,30 @@ SheetLayout layoutOf(const SheetArguments& arguments, const std::vector<Variatio
     return {std::move(text), picture.width(), picture.height(), cellWidth, columns};
 }
 
-// Renders the cells one after the other into the sheet.
-void drawCells(PictureDrawing& drawing, const Frame& frame, const std::vector<Cell>& cells,
+// Draws a cell's picture where its place in the sheet is.
+void drawCell(const SheetLayout& layout, Host::World& sheet, int index, const Host::World& world) {
+    if (world.format() == PF_PixelFormat_ARGB32) {
+        layout.draw(sheet, index, world);
+    } else {
+        layout.draw(sheet, index, Host::reducedTo8Bits(world, false));
+    }
+}
+
+// Renders the cells one after the other into the sheet; an original is the first.
+void drawCells(PictureDrawing& drawing, Frame& frame, const std::vector<Cell>& cells,
                const SheetLayout& layout, Host::World& sheet, Progress& progress) {
-    const Host::World& input = frame.picture.world;
-    Host::World drawn(input.width(), input.height());
-    int index = 0;
-    for (const Cell& cell : cells) {
-        if (cell.values) {
-            drawing.draw(input, drawn, *cell.values, frame.time);
+    Host::World& world = frame.picture.world;
+    Host::World drawn(world.width(), world.height(), world.format());
+    bool isPrepared = false;
+    for (std::size_t i = 0; i < cells.size(); ++i) {
+        const bool isOriginal = !cells[i].values;
+        if (!isOriginal && !std::exchange(isPrepared, true)) {
+            drawing.prepare(frame.picture, frame.kind);
         }
-        layout.draw(sheet, index++, cell.values ? drawn : input);
+        if (!isOriginal) {
+            drawing.draw(world, drawn, *cells[i].values, frame.time);
+        }
+        drawCell(layout, sheet, static_cast<int>(i), isOriginal ? world : drawn);
         progress.frameDone(0);
     }
 }
@@ -239,13 +256,17 @@ void makeSheet(Host::HostedEffect& effect, const std::vector<ParameterOption>& o
     Host::ClipInput input = common.input;
     std::vector<std::string> warnings;
     input.limits.warn = [&](const Host::Error& left) { warnings.push_back(textWithOptions(left)); };
-    const Frame frame = readFrame(input, cells);
+    // In linear light the values are those of floats, which OpenGL doesn't draw.
+    const auto renderer = rendererFor(effect, common);
+    if (common.linear) {
+        input.picture.worlds = worldsFor(common, *renderer);
+    }
+    Frame frame = readFrame(input, cells);
     const std::string chosen =
         ChosenDistance(options, arguments, variations).apply(frame, common.downsample, cells);
     const SheetText text = sheetText(common, frame, cells, chosen);
     const SheetLayout layout = layoutOf(arguments, variations, frame.picture.world, text);
     Host::checkPictureSize(common.output.file, layout.width(), layout.height());
-    const auto renderer = rendererFor(effect, common);
     Progress progress(common.progressStyle(), !common.quiet,
                       static_cast<std::int64_t>(cells.size()));
     for (const std::string& warning : warnings) {
@@ -256,7 +277,7 @@ void makeSheet(Host::HostedEffect& effect, const std::vector<ParameterOption>& o
                       "'");
     }
     Host::Picture sheet{layout.emptySheet(), frame.picture.colorProfile};
-    PictureDrawing drawing(*renderer, common.downsample,
+    PictureDrawing drawing(*renderer, {common.downsample, common.linear},
                            [&](const std::string& loss) { progress.warn(loss); });
     drawCells(drawing, frame, cells, layout, sheet.world, progress);
     const std::vector<std::string> losses = Host::writePicture(common.output.file, sheet);
