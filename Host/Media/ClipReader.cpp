@@ -47,8 +47,13 @@ Picture copyOf(const Picture& picture) {
         std::memcpy(world.row(y), picture.world.row(y),
                     static_cast<std::size_t>(world.width()) * world.pixelBytes());
     }
-    return {std::move(world), picture.colorProfile, picture.source, picture.depth,
-            picture.isAssociated};
+    return {.world = std::move(world),
+            .colorProfile = picture.colorProfile,
+            .source = picture.source,
+            .depth = picture.depth,
+            .isAssociated = picture.isAssociated,
+            .readBy = picture.readBy,
+            .extras = picture.extras};
 }
 
 // One picture in a file.

@@ -1,9 +1,10 @@
 #pragma once
 
-/// Still pictures in files, read into worlds and written from them by FFmpeg's libraries.
+/// Still pictures in files, read into worlds and written from them by OpenImageIO and by FFmpeg's
+/// libraries.
 
+#include "Host/Library/Depth.h"
 #include "Host/Library/World.h"
-#include "Host/Media/Depth.h"
 
 #include <atomic>
 #include <cstdint>
@@ -19,6 +20,7 @@ struct AVFrame;
 namespace Vexorel::PrismDrift::Host {
 
 class Error;
+struct StillExtras;
 
 struct Picture {
     World world; ///< of 8 bits, or of floats
@@ -32,19 +34,19 @@ struct Picture {
     Depth depth = {};
     /// Whether the world's colours are multiplied by alpha. Those of 8 bits never are.
     bool isAssociated = false;
-};
-
-/// Which worlds pictures are read into.
-enum class WorldDepth {
-    Bits8,  ///< of 8 bits
-    Stored, ///< of floats where the file has more than 8 bits a channel, else of 8 bits
-    Floats  ///< of floats
+    /// The library and the format that its file was read by: "OpenImageIO, tiff". Empty for a
+    /// picture that is not from a file.
+    std::string readBy = "";
+    /// What OpenImageIO has read of its file beside the pixels, for files that it writes; or null.
+    std::shared_ptr<const StillExtras> extras = nullptr;
 };
 
 /// What to read of a picture's file.
 struct PictureRequest {
     WorldDepth worlds = WorldDepth::Bits8;
-    std::string layer = ""; ///< a layer or a part; empty for the colours that have no other name
+    /// Of a file with several layers, the one whose channels begin with this name and a point, or
+    /// the part of this name. Empty for the main colours. One that is not there is an error.
+    std::string layer = "";
 };
 
 /// How a picture is written.

@@ -11,6 +11,22 @@
 
 namespace Vexorel::PrismDrift::Host {
 
+void warnOfLargeMetadata(const std::filesystem::path& file, const ReadLimits& limits) {
+    constexpr std::int64_t mebibyte = 1 << 20;
+    if (limits.warn) {
+        limits.warn(ClipError(ClipReason::BeyondLimit, {ClipSetting::MaxMetadata},
+                              "of " + nameOf(file) + " texts or profiles beyond " +
+                                  std::to_string(limits.metadata / mebibyte) +
+                                  " MiB are left out"));
+    }
+}
+
+void warnOfDamagedMetadata(const std::filesystem::path& file, const ReadLimits& limits) {
+    if (limits.warn) {
+        limits.warn(Error("of " + nameOf(file) + " damaged metadata are left out"));
+    }
+}
+
 // An animated PNG's header is kept apart from its frames.
 void PictureData::limit(AVCodecContext& context) {
     if (!isPng() || context.extradata_size <= 0) {
@@ -92,14 +108,10 @@ void PictureData::warn() {
         return;
     }
     if (mLarge.isThere && !std::exchange(mLarge.isTold, true)) {
-        constexpr std::int64_t mebibyte = 1 << 20;
-        mLimits.warn(ClipError(ClipReason::BeyondLimit, {ClipSetting::MaxMetadata},
-                               "of " + nameOf(mFile) + " texts or profiles beyond " +
-                                   std::to_string(mLimits.metadata / mebibyte) +
-                                   " MiB are left out"));
+        warnOfLargeMetadata(mFile, mLimits);
     }
     if (mDamaged.isThere && !std::exchange(mDamaged.isTold, true)) {
-        mLimits.warn(Error("of " + nameOf(mFile) + " damaged metadata are left out"));
+        warnOfDamagedMetadata(mFile, mLimits);
     }
     if (mUnknown.isThere && !std::exchange(mUnknown.isTold, true)) {
         mLimits.warn(Error("of " + nameOf(mFile) + " is left out what its decoder doesn't know: " +

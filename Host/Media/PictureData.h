@@ -10,6 +10,10 @@
 
 namespace Vexorel::PrismDrift::Host {
 
+/// Calls the limits' `warn`, if there is one, of what was left out of the file.
+void warnOfLargeMetadata(const std::filesystem::path& file, const ReadLimits& limits);
+void warnOfDamagedMetadata(const std::filesystem::path& file, const ReadLimits& limits);
+
 /// Of one stream. Its functions throw Error, with the reason alone, for what the decoder would show
 /// wrong without an error, or take too much memory for.
 class PictureData {

@@ -5,6 +5,9 @@
 #include "Host/Media/FrameProperties.h"
 #include "Host/Media/PixelConversion.h"
 #include "Host/Media/PixelFormats.h"
+#include "Host/Media/StillLibrary.h"
+#include "Host/Media/StillReader.h"
+#include "Host/Media/StillsModuleLoader.h"
 #include "Host/Media/VideoDecoder.h"
 
 namespace Vexorel::PrismDrift::Host {
@@ -26,21 +29,58 @@ const AVFrame& firstFrame(Demuxer& demuxer, const AVStream& stream, VideoDecoder
     }
 }
 
+Picture readByFFmpeg(const fs::path& file, const ReadLimits& limits,
+                     const PictureRequest& request) {
+    if (!request.layer.empty()) {
+        throw Error("it has no layer '" + request.layer + "': pictures of this format have none");
+    }
+    ClipInput input;
+    input.file = file;
+    input.limits = limits;
+    input.picture = request;
+    Demuxer demuxer(input);
+    const AVStream& stream = demuxer.pictureStream();
+    VideoDecoder decoder(stream, ClipKind::Still, input);
+    const AVFrame& frame = firstFrame(demuxer, stream, decoder);
+    World world = asShown(worldFromFrame(frame), decoder.layout());
+    return {.world = std::move(world),
+            .colorProfile = profileOf(frame),
+            .source = propertiesOf(frame),
+            .depth = depthOf(static_cast<AVPixelFormat>(frame.format)),
+            .readBy = std::string("FFmpeg, ") + avcodec_get_name(stream.codecpar->codec_id)};
+}
+
+// Without the module of the other library: what FFmpeg shows right, with its pixels alone.
+Picture readWithoutModule(const fs::path& file, const ReadLimits& limits,
+                          const PictureRequest& request, const std::string& reason) {
+    std::optional<Picture> picture;
+    try {
+        picture = readByFFmpeg(file, limits, request);
+    } catch (const Error&) {
+        throw Error(reason);
+    }
+    if (picture->depth.isDeep()) {
+        throw Error(reason);
+    }
+    if (limits.warn) {
+        limits.warn(Error("of " + nameOf(file) + " only the pixels are read: " + reason));
+    }
+    return std::move(*picture);
+}
+
 } // namespace
 
 Picture readPicture(const fs::path& file, const ReadLimits& limits, const PictureRequest& request) {
     try {
-        ClipInput input;
-        input.file = file;
-        input.limits = limits;
-        input.picture = request;
-        Demuxer demuxer(input);
-        const AVStream& stream = demuxer.pictureStream();
-        VideoDecoder decoder(stream, ClipKind::Still, input);
-        const AVFrame& frame = firstFrame(demuxer, stream, decoder);
-        World world = asShown(worldFromFrame(frame), decoder.layout());
-        return {std::move(world), profileOf(frame), propertiesOf(frame),
-                depthOf(static_cast<AVPixelFormat>(frame.format))};
+        checkReadable(file);
+        const std::string format = openImageIOFormat(file);
+        if (format.empty()) {
+            return readByFFmpeg(file, limits, request);
+        }
+        if (const std::string missing = reasonWithoutStills(); !missing.empty()) {
+            return readWithoutModule(file, limits, request, missing);
+        }
+        return readStillPicture(file, format, limits, request);
     } catch (const std::exception&) {
         rethrowWithPrefix(cannotRead(file));
     }

@@ -116,8 +116,17 @@ void SizeLimit::throwIfRefused() const {
         return;
     }
     const std::size_t size = std::min(logged.find_first_of("0123456789"), logged.size());
-    const std::string text = "its " + logged.substr(size, logged.find(' ', size) - size) +
-                             " pixels are more than " + std::to_string(mPixels);
+    refuse(logged.substr(size, logged.find(' ', size) - size));
+}
+
+void SizeLimit::check(int width, int height) const {
+    if (std::int64_t{width} * height > mPixels) {
+        refuse(std::to_string(width) + "x" + std::to_string(height));
+    }
+}
+
+void SizeLimit::refuse(const std::string& size) const {
+    const std::string text = "its " + size + " pixels are more than " + std::to_string(mPixels);
     if (mPixels < mWantedPixels) {
         throw Error(text + ", for which this machine has too little memory");
     }

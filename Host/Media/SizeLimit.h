@@ -20,6 +20,9 @@ public:
     /// The most pixels that a frame may have.
     std::int64_t pixels() const { return mPixels; }
 
+    /// Throws for a picture of more pixels.
+    void check(int width, int height) const;
+
     /// Counts what is about to be decoded.
     void add(const AVPacket& packet);
 
@@ -30,6 +33,8 @@ public:
     void throwIfRefused() const;
 
 private:
+    [[noreturn]] void refuse(const std::string& size) const;
+
     AVCodecID mCodec;
     std::int64_t mWantedPixels, mPixels;
     std::int64_t mBytes = 0; // so far

@@ -17,6 +17,13 @@ struct Depth {
     }
 };
 
+/// Which worlds pictures are read into.
+enum class WorldDepth {
+    Bits8,  ///< of 8 bits
+    Stored, ///< of floats where the file has more than 8 bits a channel, else of 8 bits
+    Floats  ///< of floats
+};
+
 constexpr Depth halfFloats{16, true};
 constexpr Depth floats{32, true};
 

@@ -1,0 +1,212 @@
+#include "Host/Media/StillLibrary.h"
+
+#include "Host/Media/Demuxer.h"
+#include "Host/Media/Picture.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <fstream>
+#include <optional>
+#include <string_view>
+
+namespace Vexorel::PrismDrift::Host {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace std::string_view_literals;
+
+constexpr const char* ffmpeg = "";
+
+// Reads a file's bytes anywhere in it; those beyond its end are missing.
+class FileBytes {
+public:
+    explicit FileBytes(const fs::path& file) : mStream(file, std::ios::binary) {}
+
+    std::string at(std::uint64_t offset, std::size_t size) {
+        std::string bytes(size, '\0');
+        mStream.clear();
+        mStream.seekg(static_cast<std::streamoff>(offset));
+        mStream.read(bytes.data(), static_cast<std::streamsize>(size));
+        bytes.resize(static_cast<std::size_t>(std::max<std::streamsize>(0, mStream.gcount())));
+        return bytes;
+    }
+
+    std::optional<std::uint64_t> number(std::uint64_t offset, std::size_t size, bool isBigEndian) {
+        const std::string bytes = at(offset, size);
+        if (bytes.size() < size) {
+            return std::nullopt;
+        }
+        std::uint64_t value = 0;
+        for (std::size_t i = 0; i < size; ++i) {
+            value = value << 8 |
+                    static_cast<unsigned char>(bytes[isBigEndian ? i : size - 1 - i]);
+        }
+        return value;
+    }
+
+private:
+    std::ifstream mStream;
+};
+
+bool isAmong(std::string_view text, std::initializer_list<std::string_view> list) {
+    return std::find(list.begin(), list.end(), text) != list.end();
+}
+
+// FFmpeg's reader gives the pixels and the colour profile of a PNG and leaves out what else OpenImageIO
+// knows to read.
+const char* ofPng(FileBytes& file) {
+    constexpr std::size_t depthAt = 24;
+    constexpr std::uint64_t first = 8;
+    const std::string depth = file.at(depthAt, 1);
+    bool isMore = !depth.empty() && depth[0] > 8;
+    constexpr int most = 100000; // chunks
+    std::uint64_t at = first;
+    for (int i = 0; i < most; ++i) {
+        const auto size = file.number(at, 4, true);
+        const std::string name = file.at(at + 4, 4);
+        if (!size || name == "IEND") {
+            break;
+        }
+        if (name == "acTL") {
+            return ffmpeg;
+        }
+        isMore = isMore || isAmong(name, {"eXIf", "iTXt", "tEXt", "zTXt", "pHYs", "gAMA", "cHRM",
+                                          "sRGB", "cICP"});
+        at += *size + 12;
+    }
+    return isMore ? "png" : ffmpeg;
+}
+
+// Whether the first directory of a TIFF says that it is a camera's negative.
+bool isNegative(FileBytes& file, bool isBigEndian) {
+    constexpr std::uint64_t dngVersion = 50706;
+    const std::uint64_t directory = file.number(4, 4, isBigEndian).value_or(0);
+    const std::uint64_t count = file.number(directory, 2, isBigEndian).value_or(0);
+    for (std::uint64_t i = 0; i < count; ++i) {
+        const auto tag = file.number(directory + 2 + 12 * i, 2, isBigEndian);
+        if (!tag || *tag == dngVersion) {
+            return tag.has_value();
+        }
+    }
+    return false;
+}
+
+const char* ofTiff(FileBytes& file, std::string_view start, const std::string& ending) {
+    const bool isRaw =
+        start.substr(8, 2) == "CR" ||
+        isAmong(ending, {"3fr", "arw", "cr2", "dcr", "dng", "erf", "k25", "kdc", "mef", "mos",
+                         "nef", "nrw", "pef", "sr2", "srf", "srw"}) ||
+        isNegative(file, start[0] == 'M');
+    return isRaw ? "raw" : "tiff";
+}
+
+const char* ofRiff(std::string_view start) {
+    constexpr int animated = 2;
+    if (start.substr(8, 4) != "WEBP") {
+        return ffmpeg;
+    }
+    const bool isAnimated =
+        start.substr(12, 4) == "VP8X" && start.size() > 20 && (start[20] & animated) != 0;
+    return isAnimated ? ffmpeg : "webp";
+}
+
+const char* ofIsoMedia(std::string_view start) {
+    const std::string_view brand = start.substr(8, 4);
+    if (brand == "crx ") {
+        return "raw";
+    }
+    return isAmong(brand, {"heic", "heix", "heim", "heis", "mif1", "avif"}) ? "heif" : ffmpeg;
+}
+
+// A Targa has no mark at its start: one by the name, whose header may be that of one.
+const char* ofTarga(std::string_view start, const std::string& ending) {
+    constexpr auto types = "\1\2\3\11\12\13"sv;
+    const bool isTarga = isAmong(ending, {"tga", "tpic", "vda", "icb", "vst"}) &&
+                         start.size() > 17 && start[1] >= 0 && start[1] <= 1 &&
+                         types.find(start[2]) != std::string_view::npos;
+    return isTarga ? "targa" : ffmpeg;
+}
+
+struct Mark {
+    std::string_view bytes;
+    const char* format;
+    std::size_t at = 0;
+};
+
+constexpr std::array marks = {
+    Mark{"\xff\xd8\xff"sv, "jpeg"},
+    Mark{"v/1\1"sv, "openexr"},
+    Mark{"SDPX"sv, "dpx"},
+    Mark{"XPDS"sv, "dpx"},
+    Mark{"\x80\x2a\x5f\xd7"sv, "cineon"},
+    Mark{"\xd7\x5f\x2a\x80"sv, "cineon"},
+    Mark{"#?RADIANCE"sv, "hdr"},
+    Mark{"#?RGBE"sv, "hdr"},
+    Mark{"8BPS"sv, "psd"},
+    Mark{"\1\xda\0\1"sv, "sgi"},
+    Mark{"\1\xda\0\2"sv, "sgi"},
+    Mark{"\1\xda\1\1"sv, "sgi"},
+    Mark{"\1\xda\1\2"sv, "sgi"},
+    Mark{"BM"sv, "bmp"},
+    Mark{"P1"sv, "pnm"},
+    Mark{"P2"sv, "pnm"},
+    Mark{"P3"sv, "pnm"},
+    Mark{"P4"sv, "pnm"},
+    Mark{"P5"sv, "pnm"},
+    Mark{"P6"sv, "pnm"},
+    Mark{"\0\0\0\x0cjP  "sv, "jpeg2000"},
+    Mark{"\xff\x4f\xff\x51"sv, "jpeg2000"},
+    Mark{"\0\0\1\0"sv, "ico"},
+    Mark{"CIMG"sv, "iff", 8},
+    Mark{"\xff\xfe"sv, "rla", 26},
+    Mark{"DDS "sv, "dds"},
+    Mark{"SIMPLE  ="sv, "fits"},
+    Mark{"\x53\x80\xf6\x34"sv, "softimage"},
+    Mark{"FUJIFILMCCD-RAW"sv, "raw"},
+    Mark{"IIU\0"sv, "raw"},
+    Mark{"IIRO"sv, "raw"},
+    Mark{"IIRS"sv, "raw"},
+    Mark{"MMOR"sv, "raw"},
+    Mark{"HEAPCCDR"sv, "raw", 6},
+    Mark{"FOVb"sv, "raw"},
+};
+
+bool startsWith(std::string_view text, std::string_view start) {
+    return text.substr(0, start.size()) == start;
+}
+
+} // namespace
+
+std::string openImageIOFormat(const fs::path& file) {
+    if (!isPlainFile(file)) {
+        return ffmpeg;
+    }
+    FileBytes bytes(file);
+    constexpr std::size_t enough = 64;
+    const std::string first = bytes.at(0, enough);
+    const std::string_view start = first;
+    const std::string ending = endingOf(file);
+    if (startsWith(start, "\x89PNG\r\n\x1a\n")) {
+        return ofPng(bytes);
+    }
+    if (startsWith(start, "RIFF") && start.size() > 12) {
+        return ofRiff(start);
+    }
+    if (start.size() > 12 && start.substr(4, 4) == "ftyp") {
+        return ofIsoMedia(start);
+    }
+    for (const auto mark : {"II*\0"sv, "MM\0*"sv, "II+\0"sv, "MM\0+"sv}) {
+        if (startsWith(start, mark) && start.size() > 10) {
+            return ofTiff(bytes, start, ending);
+        }
+    }
+    for (const Mark& mark : marks) {
+        if (start.size() > mark.at && startsWith(start.substr(mark.at), mark.bytes)) {
+            return mark.format;
+        }
+    }
+    return ofTarga(start, ending);
+}
+
+} // namespace Vexorel::PrismDrift::Host

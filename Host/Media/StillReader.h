@@ -1,0 +1,13 @@
+#pragma once
+
+/// Pictures that OpenImageIO reads, as those of the media library. Internal to it.
+
+#include "Host/Media/Picture.h"
+
+namespace Vexorel::PrismDrift::Host {
+
+/// The first picture of a file of OpenImageIO's `format`. Throws Error with the reason alone.
+Picture readStillPicture(const std::filesystem::path& file, const std::string& format,
+                         const ReadLimits& limits, const PictureRequest& request);
+
+} // namespace Vexorel::PrismDrift::Host

@@ -1,0 +1,35 @@
+#include "Host/Stills/OpenImageIO.h"
+
+#include "Host/Library/Error.h"
+
+#include <algorithm>
+
+namespace Vexorel::PrismDrift::Host {
+
+std::string tidied(const std::string& text) {
+    std::string line = text.substr(0, text.find('\n'));
+    while (!line.empty() && (line.back() == '.' || line.back() == ' ')) {
+        line.pop_back();
+    }
+    return line;
+}
+
+void throwErrorOf(const ImageInput& input, const std::string& otherwise) {
+    const std::string text = tidied(input.geterror());
+    throw Error(text.empty() ? otherwise : text);
+}
+
+void throwErrorOf(const ImageOutput& output, const std::string& otherwise) {
+    const std::string text = tidied(output.geterror());
+    throw Error(text.empty() ? otherwise : text);
+}
+
+std::size_t storedPixelBytes(const ImageSpec& spec) {
+    return spec.pixel_bytes(true);
+}
+
+std::size_t offsetOf(const ImageSpec& spec, int channel) {
+    return spec.pixel_bytes(0, channel, true);
+}
+
+} // namespace Vexorel::PrismDrift::Host

@@ -1,0 +1,186 @@
+#include "Host/Stills/ReadStill.h"
+
+#include "Host/Library/Error.h"
+#include "Host/Stills/StillExtras.h"
+
+#include <OpenImageIO/filesystem.h>
+
+#include <algorithm>
+#include <string_view>
+#include <utility>
+
+namespace Vexorel::PrismDrift::Host {
+namespace {
+
+// A file, opened by the reader of its format and by no other.
+class OpenStill {
+public:
+    explicit OpenStill(const StillRequest& request) : mInput(ImageInput::create(request.format)) {
+        if (mInput == nullptr) {
+            throw Error("OpenImageIO has no reader for " + request.format + ": " +
+                        tidied(OIIO::geterror()));
+        }
+        ImageSpec wishes;
+        wishes.attribute("oiio:UnassociatedAlpha", 1);
+        if (request.bytes != nullptr && mInput->supports("ioproxy") != 0) {
+            mBytes = std::make_unique<OIIO::Filesystem::IOMemReader>(request.bytes->data(),
+                                                                     request.bytes->size());
+            mInput->set_ioproxy(mBytes.get());
+        }
+        ImageSpec first;
+        if (!mInput->open(request.file.string(), first, wishes)) {
+            throwErrorOf(*mInput, "it is damaged, cut off or no picture at all");
+        }
+    }
+
+    ImageInput& input() { return *mInput; }
+
+    // The parts' descriptions, or the first one's only.
+    std::vector<ImageSpec> specs(bool all) {
+        std::vector<ImageSpec> specs;
+        constexpr int most = 1024;
+        for (int i = 0; i < most && (i == 0 || all) && mInput->seek_subimage(i, 0); ++i) {
+            specs.push_back(mInput->spec());
+        }
+        mInput->geterror(); // of the part behind the last one
+        if (specs.empty()) {
+            throw Error("it is damaged: it describes no picture");
+        }
+        return specs;
+    }
+
+private:
+    std::unique_ptr<OIIO::Filesystem::IOMemReader> mBytes; // outlives the input
+    ImageInput::unique_ptr mInput;
+};
+
+bool hasNamedChannels(const std::string& format) {
+    return format == "openexr";
+}
+
+void checkSpec(const ImageSpec& spec, const StillRequest& request) {
+    if (spec.deep) {
+        throw Error("it holds samples at several depths for each pixel, which aren't read");
+    }
+    if (spec.width <= 0 || spec.height <= 0 || spec.nchannels <= 0) {
+        throw Error("it is damaged: its size is " + std::to_string(spec.width) + "x" +
+                    std::to_string(spec.height));
+    }
+    if (spec.depth > 1) {
+        throw Error("it holds a volume of " + std::to_string(spec.depth) +
+                    " pictures, which aren't read");
+    }
+    constexpr std::int64_t mostChannels = 1024;
+    if (spec.nchannels > mostChannels) {
+        throw Error("it has " + std::to_string(spec.nchannels) + " channels; the limit is " +
+                    std::to_string(mostChannels));
+    }
+    request.checkSize(spec.width, spec.height);
+}
+
+// A thumbnail, and colours that would be shown wrong.
+void checkTiff(const ImageSpec& spec) {
+    constexpr int lab = 8;
+    const int colours = spec.get_int_attribute("tiff:PhotometricInterpretation", 0);
+    if (colours >= lab) {
+        throw Error("its TIFF has other colours than gray, RGB, CMYK or YCbCr, which isn't read: "
+                    "save it as RGB");
+    }
+    if ((spec.get_int_attribute("tiff:subfiletype", 0) & 1) != 0) {
+        throw Error("the first picture of its TIFF is a thumbnail of another one, which isn't read");
+    }
+}
+
+std::int64_t bytesOf(const ImageSpec& spec) {
+    return static_cast<std::int64_t>(spec.width) * spec.height *
+           static_cast<std::int64_t>(storedPixelBytes(spec));
+}
+
+StoredPart readPart(ImageInput& input, int index, const ImageSpec& spec) {
+    StoredPart part{spec, StoredBytes(static_cast<std::size_t>(bytesOf(spec)))};
+    if (!input.read_image(index, 0, 0, spec.nchannels, OIIO::TypeUnknown, part.pixels.data()) ||
+        input.has_error()) {
+        throwErrorOf(input, "its pixels can't be read: it is damaged or cut off");
+    }
+    return part;
+}
+
+void warnOfCropping(const StoredPart& part, const StillRequest& request) {
+    const Window data = part.data();
+    const Window shown = common(data, part.frame());
+    if (shown.width == 0 || shown.height == 0) {
+        throw Error("none of its pixels lie in the frame that it is to be shown in");
+    }
+    if (!(shown == data)) {
+        request.warn("what lies outside of its frame of " + std::to_string(part.frame().width) +
+                     "x" + std::to_string(part.frame().height) + " pixels is cut off");
+    }
+}
+
+Still stillOf(std::shared_ptr<StillExtras> extras, const StillRequest& request) {
+    const StoredPart& part = extras->part();
+    const ColourChannels& colours = extras->chosen.colours;
+    const Depth depth = depthOf(part.spec, colours);
+    const bool isDeep = request.worlds == WorldDepth::Floats ||
+                        (request.worlds == WorldDepth::Stored && depth.isDeep());
+    const bool isAssociated = colours.hasAlpha() && isAlphaAssociated(extras->format, part.spec);
+    const bool keepsAssociated = isAssociated && isDeep && depth.isFloat;
+    request.checkSize(part.frame().width, part.frame().height);
+    warnOfCropping(part, request);
+    Still still{worldOf(part, colours, isDeep ? PF_PixelFormat_ARGB128 : PF_PixelFormat_ARGB32,
+                        isAssociated && !keepsAssociated),
+                depth,
+                keepsAssociated,
+                colours.hasAlpha()};
+    still.colorProfile = profileOf(part.spec);
+    std::tie(still.primaries, still.transfer) = colourCodes(part.spec);
+    still.pixelAspect = part.spec.get_float_attribute("PixelAspectRatio", 1.F);
+    still.extras = std::move(extras);
+    return still;
+}
+
+} // namespace
+
+// Only these formats know colours that are multiplied by alpha, and one of them says which it has.
+bool isAlphaAssociated(const std::string& format, const ImageSpec& spec) {
+    return format == "openexr" ||
+           (format == "tiff" && spec.get_int_attribute("oiio:UnassociatedAlpha", 0) == 0);
+}
+
+Still readStill(const StillRequest& request) {
+    OpenStill file(request);
+    const bool isNamed = hasNamedChannels(request.format);
+    std::vector<ImageSpec> specs = file.specs(isNamed);
+    auto extras = std::make_shared<StillExtras>();
+    extras->format = request.format;
+    extras->layer = request.layer;
+    std::int64_t bytes = 0;
+    bool isLarge = false;
+    for (ImageSpec& spec : specs) {
+        checkSpec(spec, request);
+        bytes += bytesOf(spec);
+        isLarge = limitMetadata(spec, request.metadata) || isLarge;
+    }
+    if (bytes > request.mostBytes) {
+        throw Error("its channels take " + std::to_string(bytes) +
+                    " bytes of memory; the limit is " + std::to_string(request.mostBytes));
+    }
+    if (!isNamed && !request.layer.empty()) {
+        throw Error("it has no layer '" + request.layer + "': pictures of this format have none");
+    }
+    if (request.format == "tiff") {
+        checkTiff(specs.front());
+    }
+    extras->chosen = isNamed ? namedLayer(specs, request.layer)
+                             : ChosenLayer{0, orderedColours(specs.front())};
+    if (isLarge) {
+        request.warnOfMetadata();
+    }
+    for (std::size_t i = 0; i < specs.size(); ++i) {
+        extras->parts.push_back(readPart(file.input(), static_cast<int>(i), specs[i]));
+        turn(extras->parts.back());
+    }
+    return stillOf(std::move(extras), request);
+}
+
+} // namespace Vexorel::PrismDrift::Host

@@ -1,0 +1,31 @@
+#pragma once
+
+/// What a still's file has beside the colours that were read, for files that are made of it.
+/// Internal to the library of stills.
+
+#include "Host/Stills/Layers.h"
+#include "Host/Stills/Still.h"
+
+namespace Vexorel::PrismDrift::Host {
+
+struct StillExtras {
+    std::string format;           ///< by OpenImageIO's name
+    std::vector<StoredPart> parts; ///< upright; without pixels where only the colours matter
+    ChosenLayer chosen;
+    std::string layer; ///< as it was asked for
+
+    const StoredPart& part() const { return parts[static_cast<std::size_t>(chosen.part)]; }
+    const ImageSpec& spec() const { return part().spec; }
+};
+
+/// Leaves what goes beyond so many bytes of texts, profiles and the like out of the part. Returns
+/// whether there was such.
+bool limitMetadata(ImageSpec& spec, std::int64_t bytes);
+
+/// The ICC profile of RGB colours, empty for none and for other colours.
+std::vector<std::uint8_t> profileOf(const ImageSpec& spec);
+
+/// The colours' primaries and curve by the numbers of H.273, 2 where they aren't known.
+std::pair<int, int> colourCodes(const ImageSpec& spec);
+
+} // namespace Vexorel::PrismDrift::Host
