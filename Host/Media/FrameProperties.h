@@ -3,7 +3,7 @@
 /// What a decoded frame has beside its pixels. Internal to the media library.
 
 #include "Host/Media/FFmpeg.h"
-#include "Host/Media/Orientation.h"
+#include "Host/Library/Orientation.h"
 
 #include <cstdint>
 #include <memory>

@@ -73,14 +73,18 @@ Picture readWithoutModule(const fs::path& file, const ReadLimits& limits,
 Picture readPicture(const fs::path& file, const ReadLimits& limits, const PictureRequest& request) {
     try {
         checkReadable(file);
-        const std::string format = openImageIOFormat(file);
-        if (format.empty()) {
+        const StillLibrary library = libraryFor(file);
+        if (library.openImageIOFormat.empty()) {
             return readByFFmpeg(file, limits, request);
         }
         if (const std::string missing = reasonWithoutStills(); !missing.empty()) {
             return readWithoutModule(file, limits, request, missing);
         }
-        return readStillPicture(file, format, limits, request);
+        if (!library.isCheckedByFFmpeg) {
+            return readStillPicture(file, library.openImageIOFormat, limits, request);
+        }
+        return readStillPicture(file, library.openImageIOFormat, limits, request,
+                                readByFFmpeg(file, limits, request));
     } catch (const std::exception&) {
         rethrowWithPrefix(cannotRead(file));
     }

@@ -177,6 +177,21 @@ std::optional<SmallerPng> smallerPng(const std::uint8_t* data, std::size_t size,
     return png;
 }
 
+std::vector<std::uint8_t> withMetadataFirst(const std::vector<std::uint8_t>& png) {
+    constexpr std::array<std::string_view, 4> dropped = {"iCCP", "bKGD", "hIST", "sPLT"};
+    constexpr std::size_t signature = 8;
+    std::string_view rest = viewOf(png.data(), png.size());
+    std::string first(rest.substr(0, signature));
+    std::string last;
+    for (const Chunk& chunk : chunksOf(rest)) {
+        if (std::find(dropped.begin(), dropped.end(), chunk.type) == dropped.end()) {
+            (chunk.type == "IHDR" || isBesidePixels(chunk) ? first : last) += chunk.whole;
+        }
+    }
+    first += last;
+    return {first.begin(), first.end()};
+}
+
 std::vector<std::uint8_t> pngStart(const std::uint8_t* data, std::size_t size) {
     std::string_view rest = viewOf(data, size);
     const std::vector<Chunk> chunks = chunksOf(rest);

@@ -21,6 +21,10 @@ struct SmallerPng {
 std::optional<SmallerPng> smallerPng(const std::uint8_t* data, std::size_t size,
                                      std::int64_t limit);
 
+/// The same PNG with what stands beside its pixels right behind the header, but without the colour
+/// profile and what belongs to its palette.
+std::vector<std::uint8_t> withMetadataFirst(const std::vector<std::uint8_t>& png);
+
 /// The header and the palette in the part of an APNG that comes before its frames.
 std::vector<std::uint8_t> pngStart(const std::uint8_t* data, std::size_t size);
 

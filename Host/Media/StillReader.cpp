@@ -1,5 +1,6 @@
 #include "Host/Media/StillReader.h"
 
+#include "Host/Library/Orientation.h"
 #include "Host/Media/ClipError.h"
 #include "Host/Media/FFmpeg.h"
 #include "Host/Media/PictureData.h"
@@ -25,20 +26,15 @@ std::vector<std::uint8_t> bytesOf(const fs::path& file) {
     return bytes;
 }
 
-// A file's bytes without its large and its damaged metadata.
+// A PNG's bytes without its large and its damaged metadata, and with those that stand behind the
+// pixels before them, where OpenImageIO looks. The decoder of FFmpeg gives the colour profile, of
+// which OpenImageIO's would print what it dislikes.
 std::vector<std::uint8_t> pngBytes(const fs::path& file, const ReadLimits& limits) {
     std::vector<std::uint8_t> bytes = bytesOf(file);
-    checkPng({}, bytes.data(), bytes.size());
     if (auto smaller = smallerPng(bytes.data(), bytes.size(), limits.metadata)) {
         bytes = std::move(smaller->bytes);
-        if (smaller->wasLarge) {
-            warnOfLargeMetadata(file, limits);
-        }
-        if (smaller->wasDamaged) {
-            warnOfDamagedMetadata(file, limits);
-        }
     }
-    return bytes;
+    return withMetadataFirst(bytes);
 }
 
 AVPixelFormat formatOf(const Still& still) {
@@ -76,41 +72,89 @@ std::shared_ptr<const AVFrame> propertiesOf(const Still& still) {
     return {frame.release(), FFmpegDeleter()};
 }
 
+
+class StillCall {
+public:
+    StillCall(const fs::path& file, const std::string& format, const ReadLimits& limits,
+              const PictureRequest& request)
+        : mSize(AV_CODEC_ID_NONE, limits.pixels) {
+        constexpr std::int64_t bytesPerPixel = 64;
+        mRequest.file = file;
+        mRequest.format = format;
+        if (format == "png") {
+            mBytes = pngBytes(file, limits);
+            mRequest.bytes = &mBytes;
+        }
+        mRequest.worlds = request.worlds;
+        mRequest.layer = request.layer;
+        mRequest.checkSize = [this](int width, int height) { mSize.check(width, height); };
+        mRequest.mostBytes = mSize.pixels() * bytesPerPixel;
+        mRequest.metadata = limits.metadata;
+        mRequest.warnOfMetadata = [file, limits] { warnOfLargeMetadata(file, limits); };
+        mRequest.warn = [file, limits](const std::string& line) {
+            if (limits.warn) {
+                limits.warn(Error("of " + nameOf(file) + " " + line));
+            }
+        };
+    }
+    StillCall(const StillCall&) = delete;
+    StillCall& operator=(const StillCall&) = delete;
+    ~StillCall() = default;
+
+    Still read(bool hasPixels) {
+        mRequest.hasPixels = hasPixels;
+        return stills().readStill(mRequest);
+    }
+
+private:
+    SizeLimit mSize;
+    std::vector<std::uint8_t> mBytes;
+    StillRequest mRequest;
+};
+
+Picture pictureOf(Still&& still, const std::string& format) {
+    auto source = propertiesOf(still);
+    return {.world = std::move(still.world),
+            .colorProfile = std::move(still.colorProfile),
+            .source = std::move(source),
+            .depth = still.depth,
+            .isAssociated = still.isAssociated,
+            .readBy = "OpenImageIO, " + format,
+            .extras = std::move(still.extras)};
+}
+
 } // namespace
 
 Picture readStillPicture(const fs::path& file, const std::string& format, const ReadLimits& limits,
                          const PictureRequest& request) {
-    const StillFunctions& functions = stills();
-    const SizeLimit size(AV_CODEC_ID_NONE, limits.pixels);
-    constexpr std::int64_t bytesPerPixel = 64;
-    std::vector<std::uint8_t> bytes;
-    StillRequest still;
-    still.file = file;
-    still.format = format;
-    if (format == "png") {
-        bytes = pngBytes(file, limits);
-        still.bytes = &bytes;
+    return pictureOf(StillCall(file, format, limits, request).read(true), format);
+}
+
+Picture readStillPicture(const fs::path& file, const std::string& format, const ReadLimits& limits,
+                         const PictureRequest& request, Picture&& decoded) {
+    StillCall call(file, format, limits, request);
+    const bool wantsFloats = request.worlds == WorldDepth::Floats ||
+                             (request.worlds == WorldDepth::Stored && decoded.depth.isDeep());
+    const bool hasFloats = decoded.world.format() == PF_PixelFormat_ARGB128;
+    std::optional<Still> still;
+    try {
+        still = call.read(wantsFloats && !hasFloats);
+    } catch (const Error&) { // its pixels are fine
+        warnOfDamagedMetadata(file, limits);
+        return std::move(decoded);
     }
-    still.worlds = request.worlds;
-    still.layer = request.layer;
-    still.checkSize = [&](int width, int height) { size.check(width, height); };
-    still.mostBytes = size.pixels() * bytesPerPixel;
-    still.metadata = limits.metadata;
-    still.warnOfMetadata = [&] { warnOfLargeMetadata(file, limits); };
-    still.warn = [&](const std::string& line) {
-        if (limits.warn) {
-            limits.warn(Error("of " + nameOf(file) + " " + line));
+    if (wantsFloats && !hasFloats) {
+        Picture picture = pictureOf(std::move(*still), format);
+        picture.colorProfile = decoded.colorProfile;
+        return picture;
+    }
+    if (format == "png") { // FFmpeg has turned a JPEG
+        if (const auto turn = Orientation::ofTag(still->orientation); !turn.upright()) {
+            decoded.world = turned(decoded.world, turn);
         }
-    };
-    Still read = functions.readStill(still);
-    auto source = propertiesOf(read);
-    return {.world = std::move(read.world),
-            .colorProfile = std::move(read.colorProfile),
-            .source = std::move(source),
-            .depth = read.depth,
-            .isAssociated = read.isAssociated,
-            .readBy = "OpenImageIO, " + format,
-            .extras = std::move(read.extras)};
+    }
+    decoded.extras = std::move(still->extras);
+    return std::move(decoded);
 }
 
 } // namespace Vexorel::PrismDrift::Host

@@ -10,4 +10,10 @@ namespace Vexorel::PrismDrift::Host {
 Picture readStillPicture(const std::filesystem::path& file, const std::string& format,
                          const ReadLimits& limits, const PictureRequest& request);
 
+/// The same of a file that FFmpeg has read as `decoded`, which stays with its pixels where they are
+/// what is asked for.
+Picture readStillPicture(const std::filesystem::path& file, const std::string& format,
+                         const ReadLimits& limits, const PictureRequest& request,
+                         Picture&& decoded);
+
 } // namespace Vexorel::PrismDrift::Host

@@ -3,7 +3,7 @@
 /// How a picture's pixels are to be taken. Internal to the media library.
 
 #include "Host/Library/World.h"
-#include "Host/Media/Orientation.h"
+#include "Host/Library/Orientation.h"
 
 namespace Vexorel::PrismDrift::Host {
 

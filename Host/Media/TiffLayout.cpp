@@ -187,20 +187,6 @@ void checkSize(const TiffFile& file) {
     }
 }
 
-Orientation orientationOf(std::uint32_t value) {
-    // By where the first row and the first column belong.
-    constexpr std::array<Orientation, 9> orientations = {{{},
-                                                          {},
-                                                          {false, true, false},
-                                                          {false, true, true},
-                                                          {false, false, true},
-                                                          {true, false, false},
-                                                          {true, true, false},
-                                                          {true, true, true},
-                                                          {true, false, true}}};
-    return value < orientations.size() ? orientations[value] : Orientation();
-}
-
 } // namespace
 
 StoredLayout tiffLayout(const std::uint8_t* data, std::size_t size) {
@@ -209,7 +195,7 @@ StoredLayout tiffLayout(const std::uint8_t* data, std::size_t size) {
     checkColours(file);
     checkSize(file);
     const Values extra = file.values(ExtraSamples);
-    return {orientationOf(first(file.values(OrientationTag), 1)),
+    return {Orientation::ofTag(static_cast<int>(first(file.values(OrientationTag), 1) & 0xFF)),
             std::find(extra.begin(), extra.end(), 1U) != extra.end()};
 }
 

@@ -5,7 +5,7 @@
 
 #include "Host/Media/Clip.h"
 #include "Host/Media/Demuxer.h"
-#include "Host/Media/Orientation.h"
+#include "Host/Library/Orientation.h"
 #include "Host/Media/PixelConversion.h"
 #include "Host/Media/TimeIndex.h"
 #include "Host/Media/VideoDecoder.h"

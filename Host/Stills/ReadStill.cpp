@@ -125,13 +125,14 @@ Still stillOf(std::shared_ptr<StillExtras> extras, const StillRequest& request) 
                         (request.worlds == WorldDepth::Stored && depth.isDeep());
     const bool isAssociated = colours.hasAlpha() && isAlphaAssociated(extras->format, part.spec);
     const bool keepsAssociated = isAssociated && isDeep && depth.isFloat;
-    request.checkSize(part.frame().width, part.frame().height);
-    warnOfCropping(part, request);
-    Still still{worldOf(part, colours, isDeep ? PF_PixelFormat_ARGB128 : PF_PixelFormat_ARGB32,
-                        isAssociated && !keepsAssociated),
-                depth,
-                keepsAssociated,
-                colours.hasAlpha()};
+    Still still{World(0, 0), depth, keepsAssociated, colours.hasAlpha()};
+    if (request.hasPixels) {
+        request.checkSize(part.frame().width, part.frame().height);
+        warnOfCropping(part, request);
+        still.world =
+            worldOf(part, colours, isDeep ? PF_PixelFormat_ARGB128 : PF_PixelFormat_ARGB32,
+                    isAssociated && !keepsAssociated);
+    }
     still.colorProfile = profileOf(part.spec);
     std::tie(still.primaries, still.transfer) = colourCodes(part.spec);
     still.pixelAspect = part.spec.get_float_attribute("PixelAspectRatio", 1.F);
@@ -160,6 +161,11 @@ Still readStill(const StillRequest& request) {
         checkSpec(spec, request);
         bytes += bytesOf(spec);
         isLarge = limitMetadata(spec, request.metadata) || isLarge;
+        if (!isNamed) { // only there a frame may differ from what is stored
+            spec.x = spec.y = spec.full_x = spec.full_y = 0;
+            spec.full_width = spec.width;
+            spec.full_height = spec.height;
+        }
     }
     if (bytes > request.mostBytes) {
         throw Error("its channels take " + std::to_string(bytes) +
@@ -176,11 +182,16 @@ Still readStill(const StillRequest& request) {
     if (isLarge) {
         request.warnOfMetadata();
     }
+    const int orientation = specs.front().get_int_attribute("Orientation", 1);
     for (std::size_t i = 0; i < specs.size(); ++i) {
-        extras->parts.push_back(readPart(file.input(), static_cast<int>(i), specs[i]));
+        extras->parts.push_back(request.hasPixels
+                                    ? readPart(file.input(), static_cast<int>(i), specs[i])
+                                    : StoredPart{specs[i], {}});
         turn(extras->parts.back());
     }
-    return stillOf(std::move(extras), request);
+    Still still = stillOf(std::move(extras), request);
+    still.orientation = orientation;
+    return still;
 }
 
 } // namespace Vexorel::PrismDrift::Host

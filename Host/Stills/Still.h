@@ -21,7 +21,7 @@ namespace Vexorel::PrismDrift::Host {
 struct StillExtras;
 
 struct Still {
-    World world; ///< upright; of 8 bits, or of floats
+    World world; ///< upright; of 8 bits, or of floats; empty where no pixels are wanted
     Depth depth; ///< of the file
     /// Whether the colours of a world of floats are multiplied by alpha, as the file has them.
     bool isAssociated = false;
@@ -31,6 +31,7 @@ struct Still {
     /// known.
     int primaries = 2, transfer = 2;
     float pixelAspect = 1; ///< a pixel's width by its height
+    int orientation = 1;   ///< of the file, by EXIF's numbers
     std::shared_ptr<const StillExtras> extras = nullptr;
 };
 
@@ -39,6 +40,7 @@ struct StillRequest {
     std::string format; ///< by OpenImageIO's names: "tiff"
     /// What stands in for the file's bytes, where the format can be read from memory.
     const std::vector<std::uint8_t>* bytes = nullptr;
+    bool hasPixels = true; ///< false for what the file has beside them
     WorldDepth worlds = WorldDepth::Bits8;
     std::string layer = ""; ///< of its channels, or one of its parts; empty for the main colours
     /// Throws for more pixels than may be read. Called before any is unpacked.

@@ -1,6 +1,7 @@
 #include "Host/Stills/StoredPart.h"
 
 #include "Host/Library/Error.h"
+#include "Host/Library/Orientation.h"
 
 #include <algorithm>
 #include <cstring>
@@ -19,40 +20,18 @@ int storedBits(const ImageSpec& spec, TypeDesc type) {
     return bits > 0 && bits < wholeBits(type) ? bits : wholeBits(type);
 }
 
-// How a turned picture is made of the stored one: first its rows become columns, then it is
-// mirrored.
-struct Turn {
-    bool swaps, mirrorsX, mirrorsY;
-};
-
-Turn turnFor(int orientation) {
-    // By where the first row and the first column belong, from 1.
-    constexpr std::array<Turn, 9> turns = {{{false, false, false},
-                                            {false, false, false},
-                                            {false, true, false},
-                                            {false, true, true},
-                                            {false, false, true},
-                                            {true, false, false},
-                                            {true, true, false},
-                                            {true, true, true},
-                                            {true, false, true}}};
-    return orientation >= 0 && orientation < int{turns.size()}
-               ? turns[static_cast<std::size_t>(orientation)]
-               : turns[0];
-}
-
 // Where a window lies in a turned frame.
-Window turned(const Window& window, const Window& frame, const Turn& turn) {
+Window turned(const Window& window, const Window& frame, const Orientation& turn) {
     Window result = {window.x - frame.x, window.y - frame.y, window.width, window.height};
     int width = frame.width;
     int height = frame.height;
-    if (turn.swaps) {
+    if (turn.swapped) {
         std::swap(result.x, result.y);
         std::swap(result.width, result.height);
         std::swap(width, height);
     }
-    result.x = turn.mirrorsX ? width - result.x - result.width : result.x;
-    result.y = turn.mirrorsY ? height - result.y - result.height : result.y;
+    result.x = turn.mirroredX ? width - result.x - result.width : result.x;
+    result.y = turn.mirroredY ? height - result.y - result.height : result.y;
     result.x += frame.x;
     result.y += frame.y;
     return result;
@@ -89,7 +68,7 @@ bool ColourChannels::has(int channel) const {
 }
 
 Depth depthOf(const ImageSpec& spec, const ColourChannels& colours) {
-    Depth depth{1, false};
+    Depth depth; // at least 8 bits
     for (const int channel : colours.argb) {
         if (channel < 0) {
             continue;
@@ -109,9 +88,10 @@ Depth depthOf(const ImageSpec& spec, const ColourChannels& colours) {
 }
 
 void turn(StoredPart& part) {
-    const Turn turn = turnFor(part.spec.get_int_attribute("Orientation", 1));
+    const Orientation turn =
+        Orientation::ofTag(part.spec.get_int_attribute("Orientation", 1));
     part.spec.erase_attribute("Orientation");
-    if (!turn.swaps && !turn.mirrorsX && !turn.mirrorsY) {
+    if (turn.upright()) {
         return;
     }
     StoredPart result{part.spec, StoredBytes(part.pixels.size())};
@@ -121,16 +101,16 @@ void turn(StoredPart& part) {
     result.spec.y = data.y;
     result.spec.width = data.width;
     result.spec.height = data.height;
-    result.spec.full_width = turn.swaps ? frame.height : frame.width;
-    result.spec.full_height = turn.swaps ? frame.width : frame.height;
+    result.spec.full_width = turn.swapped ? frame.height : frame.width;
+    result.spec.full_height = turn.swapped ? frame.width : frame.height;
     const std::size_t size = storedPixelBytes(part.spec);
-    for (int y = 0; y < data.height; ++y) {
-        const int fromY = turn.mirrorsY ? data.height - 1 - y : y;
+    for (int y = 0; y < data.height && !part.pixels.empty(); ++y) {
+        const int fromY = turn.mirroredY ? data.height - 1 - y : y;
         std::byte* to = result.row(y);
         for (int x = 0; x < data.width; ++x, to += size) {
-            const int fromX = turn.mirrorsX ? data.width - 1 - x : x;
+            const int fromX = turn.mirroredX ? data.width - 1 - x : x;
             const auto [column, line] =
-                turn.swaps ? std::pair(fromY, fromX) : std::pair(fromX, fromY);
+                turn.swapped ? std::pair(fromY, fromX) : std::pair(fromX, fromY);
             std::memcpy(to, part.row(line) + size * static_cast<std::size_t>(column), size);
         }
     }

@@ -48,7 +48,7 @@ struct ColourChannels {
 /// The deepest of the part's colours. Throws Error, with the reason alone, for numbers with a sign.
 Depth depthOf(const ImageSpec& spec, const ColourChannels& colours);
 
-/// Turns the part as its orientation says, after which it is upright.
+/// Turns the part, with its pixels if it has any, as its orientation says. Then it is upright.
 void turn(StoredPart& part);
 
 /// The part's colours in its frame, those outside of its stored pixels transparent black, as a

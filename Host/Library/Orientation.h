@@ -1,6 +1,6 @@
 #pragma once
 
-/// Turns pictures that a camera stored lying. Internal to the media library.
+/// Turns pictures that a camera stored lying.
 
 #include "Host/Library/World.h"
 
@@ -18,6 +18,9 @@ struct Orientation {
     /// From FFmpeg's display matrix, nine numbers of 32 bits; by the nearest quarter turn. None, or
     /// fewer bytes, are upright.
     static Orientation of(const void* displayMatrix, std::size_t size);
+
+    /// From the number that EXIF and TIFF have for it, 1 to 8. Any other is upright.
+    static Orientation ofTag(int number);
 
     bool upright() const { return !swapped && !mirroredX && !mirroredY; }
 };

@@ -1,4 +1,4 @@
-#include "Host/Media/Orientation.h"
+#include "Host/Library/Orientation.h"
 
 #include <array>
 #include <cstdint>
@@ -23,6 +23,22 @@ Orientation Orientation::of(const void* displayMatrix, std::size_t size) {
         return {false, a < 0, d < 0};
     }
     return {true, c < 0, b < 0};
+}
+
+Orientation Orientation::ofTag(int number) {
+    // By where the first row and the first column belong.
+    constexpr std::array<Orientation, 9> orientations = {{{},
+                                                          {},
+                                                          {false, true, false},
+                                                          {false, true, true},
+                                                          {false, false, true},
+                                                          {true, false, false},
+                                                          {true, true, false},
+                                                          {true, true, true},
+                                                          {true, false, true}}};
+    return number >= 0 && number < int{orientations.size()}
+               ? orientations[static_cast<std::size_t>(number)]
+               : Orientation();
 }
 
 World turned(const World& world, const Orientation& orientation) {
