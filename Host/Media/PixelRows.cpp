@@ -17,22 +17,38 @@ const AVPixFmtDescriptor& descriptorOf(const AVFrame& frame) {
     return *av_pix_fmt_desc_get(static_cast<AVPixelFormat>(frame.format));
 }
 
-// Whether each value lies in a word of this processor's, alone or beside others.
-bool isInWord(const AVPixFmtDescriptor& format, int component) {
+// Whether a value of more than 8 bits has a word of 16 for itself.
+bool isAlone(const AVComponentDescriptor& place) {
+    return place.offset % 2 == 0 && (place.shift == 0 || place.depth + place.shift == 16);
+}
+
+// Whether the bytes of a value are in the other order than this processor's.
+bool isSwapped(const AVPixFmtDescriptor& format) {
     constexpr bool isBigEndian = std::endian::native == std::endian::big;
+    return ((format.flags & AV_PIX_FMT_FLAG_BE) != 0) != isBigEndian;
+}
+
+std::uint16_t swapped(std::uint16_t word) {
+    return static_cast<std::uint16_t>(word << 8 | word >> 8);
+}
+
+std::uint32_t swapped(std::uint32_t word) {
+    return word << 24 | (word & 0xff00U) << 8 | (word >> 8 & 0xff00U) | word >> 24;
+}
+
+// Whether each value lies in a word of 16 bits, alone or beside others.
+bool isInWord(const AVPixFmtDescriptor& format, int component) {
     const AVComponentDescriptor& place = format.comp[component];
     return place.depth > 8 && place.depth + place.shift <= 16 &&
-           (format.flags & AV_PIX_FMT_FLAG_BITSTREAM) == 0 &&
-           ((format.flags & AV_PIX_FMT_FLAG_BE) != 0) == isBigEndian;
+           (format.flags & AV_PIX_FMT_FLAG_BITSTREAM) == 0;
 }
 
 // Whether a value can't be written without regard to what else its word holds.
 bool shareWords(const AVPixFmtDescriptor& format) {
     for (int i = 0; i < format.nb_components; ++i) {
-        const AVComponentDescriptor& place = format.comp[i];
-        const bool isAlone =
-            place.offset % 2 == 0 && (place.shift == 0 || place.depth + place.shift == 16);
-        if (!isPlainByte(format, i) && !(isInWord(format, i) && isAlone)) {
+        const bool isFloat = (format.flags & AV_PIX_FMT_FLAG_FLOAT) != 0;
+        if (!isFloat && !isPlainByte(format, i) &&
+            !(isInWord(format, i) && isAlone(format.comp[i]))) {
             return true;
         }
     }
@@ -80,6 +96,7 @@ void copyEvery(int step, const std::uint8_t* from, int count, std::uint8_t* to) 
     }
 }
 
+template <bool IsSwapped>
 void takeWords(const std::uint8_t* from, const AVComponentDescriptor& place, int count,
                std::uint16_t* to) {
     const int shift = place.shift;
@@ -88,6 +105,7 @@ void takeWords(const std::uint8_t* from, const AVComponentDescriptor& place, int
         for (int x = 0; x < count; ++x) {
             std::uint16_t word = 0;
             std::memcpy(&word, from + std::ptrdiff_t{x} * by, sizeof word);
+            word = IsSwapped ? swapped(word) : word;
             to[x] = static_cast<std::uint16_t>((word >> shift) & mask);
         }
     };
@@ -98,18 +116,40 @@ void takeWords(const std::uint8_t* from, const AVComponentDescriptor& place, int
     }
 }
 
-template <int Bytes>
-void interleaveBytes(const std::array<const std::uint8_t*, 4>& rows, int count,
-                     std::uint8_t* pixels) {
+// Words of 32 bits, each `step` bytes after the one before at both ends.
+void copyWords(const std::uint8_t* from, int fromStep, std::uint8_t* to, int toStep, int count,
+               bool isSwapped) {
+    for (int x = 0; x < count; ++x) {
+        std::uint32_t word = 0;
+        std::memcpy(&word, from + std::ptrdiff_t{x} * fromStep, sizeof word);
+        word = isSwapped ? swapped(word) : word;
+        std::memcpy(to + std::ptrdiff_t{x} * toStep, &word, sizeof word);
+    }
+}
+
+template <int Channels, typename Value>
+void interleaveValues(const std::array<const Value*, 4>& rows, int count, Value* pixels) {
     const auto [first, second, third, fourth] = rows;
     for (int x = 0; x < count; ++x) {
-        std::uint8_t* pixel = pixels + std::ptrdiff_t{x} * Bytes;
+        Value* pixel = pixels + std::ptrdiff_t{x} * Channels;
         pixel[0] = first[x];
         pixel[1] = second[x];
         pixel[2] = third[x];
-        if constexpr (Bytes == 4) {
+        if constexpr (Channels == 4) {
             pixel[3] = fourth[x];
         }
+    }
+}
+
+template <typename Value>
+void separateValues(const Value* pixels, int count, const std::array<Value*, 4>& rows) {
+    const auto [first, second, third, fourth] = rows;
+    for (int x = 0; x < count; ++x) {
+        const Value* pixel = pixels + std::ptrdiff_t{x} * 4;
+        first[x] = pixel[0];
+        second[x] = pixel[1];
+        third[x] = pixel[2];
+        fourth[x] = pixel[3];
     }
 }
 
@@ -130,7 +170,8 @@ void readRow(const AVFrame& frame, int component, int y, Columns columns, std::u
     const AVPixFmtDescriptor& format = descriptorOf(frame);
     const AVComponentDescriptor& place = format.comp[component];
     if (isInWord(format, component)) {
-        takeWords(placeOf(frame, place, y, columns), place, columns.count, to);
+        const auto take = isSwapped(format) ? &takeWords<true> : &takeWords<false>;
+        take(placeOf(frame, place, y, columns), place, columns.count, to);
     } else {
         std::array<const std::uint8_t*, 4> planes{};
         std::copy_n(frame.data, planes.size(), planes.begin());
@@ -162,14 +203,30 @@ void writeRow(const std::uint16_t* from, AVFrame& frame, int component, int y, C
         return;
     }
     std::uint8_t* to = placeOf(frame, place, y, columns);
-    if (place.step == 2 && place.shift == 0) {
+    const bool isOther = isSwapped(format);
+    if (place.step == 2 && place.shift == 0 && !isOther) {
         std::memcpy(to, from, static_cast<std::size_t>(columns.count) * sizeof *from);
         return;
     }
     for (int x = 0; x < columns.count; ++x) {
-        const auto word = static_cast<std::uint16_t>(from[x] << place.shift);
+        auto word = static_cast<std::uint16_t>(from[x] << place.shift);
+        word = isOther ? swapped(word) : word;
         std::memcpy(to + std::ptrdiff_t{x} * place.step, &word, sizeof word);
     }
+}
+
+void readRow(const AVFrame& frame, int component, int y, Columns columns, float* to) {
+    const AVPixFmtDescriptor& format = descriptorOf(frame);
+    const AVComponentDescriptor& place = format.comp[component];
+    copyWords(placeOf(frame, place, y, columns), place.step, reinterpret_cast<std::uint8_t*>(to),
+              sizeof *to, columns.count, isSwapped(format));
+}
+
+void writeRow(const float* from, AVFrame& frame, int component, int y, Columns columns) {
+    const AVPixFmtDescriptor& format = descriptorOf(frame);
+    const AVComponentDescriptor& place = format.comp[component];
+    copyWords(reinterpret_cast<const std::uint8_t*>(from), sizeof *from,
+              placeOf(frame, place, y, columns), place.step, columns.count, isSwapped(format));
 }
 
 void prepareForRows(AVFrame& frame) {
@@ -188,21 +245,22 @@ void prepareForRows(AVFrame& frame) {
 
 void interleave(const std::array<const std::uint8_t*, 4>& rows, int count, std::uint8_t* pixels) {
     if (rows[3] != nullptr) {
-        interleaveBytes<4>(rows, count, pixels);
+        interleaveValues<4>(rows, count, pixels);
     } else {
-        interleaveBytes<3>(rows, count, pixels);
+        interleaveValues<3>(rows, count, pixels);
     }
 }
 
+void interleave(const std::array<const float*, 4>& rows, int count, float* pixels) {
+    interleaveValues<4>(rows, count, pixels);
+}
+
 void separate(const std::uint8_t* pixels, int count, const std::array<std::uint8_t*, 4>& rows) {
-    const auto [first, second, third, fourth] = rows;
-    for (int x = 0; x < count; ++x) {
-        const std::uint8_t* pixel = pixels + std::ptrdiff_t{x} * 4;
-        first[x] = pixel[0];
-        second[x] = pixel[1];
-        third[x] = pixel[2];
-        fourth[x] = pixel[3];
-    }
+    separateValues(pixels, count, rows);
+}
+
+void separate(const float* pixels, int count, const std::array<float*, 4>& rows) {
+    separateValues(pixels, count, rows);
 }
 
 } // namespace Vexorel::PrismDrift::Host
