@@ -42,14 +42,15 @@ void check(zimg_error_code_e result) {
     }
 }
 
-zimg_filter_graph* newGraph(const zimg_image_format& from, const zimg_image_format& to) {
+zimg_filter_graph* newGraph(const zimg_image_format& from, const zimg_image_format& to,
+                            bool dithers) {
     zimg_graph_builder_params how;
     zimg_graph_builder_params_default(&how, ZIMG_API_VERSION);
     // Catmull and Rom's cubic: values that are there keep their value.
     how.resample_filter = how.resample_filter_uv = ZIMG_RESIZE_BICUBIC;
     how.filter_param_a = how.filter_param_a_uv = 0;
     how.filter_param_b = how.filter_param_b_uv = 0.5;
-    how.dither_type = ZIMG_DITHER_NONE; // rounds to the nearest
+    how.dither_type = dithers ? ZIMG_DITHER_ORDERED : ZIMG_DITHER_NONE;
     zimg_clear_last_error();
     zimg_filter_graph* graph = zimg_filter_graph_build(&from, &to, &how);
     if (graph == nullptr) {
@@ -84,7 +85,9 @@ void PlaneGraph::Free::operator()(zimg_filter_graph* graph) const {
 }
 
 PlaneLines::PlaneLines(const zimg_image_format& format, unsigned count) {
-    const std::size_t valueBytes = format.pixel_type == ZIMG_PIXEL_BYTE ? 1 : 2;
+    const std::size_t valueBytes = format.pixel_type == ZIMG_PIXEL_BYTE    ? sizeof(std::uint8_t)
+                                   : format.pixel_type == ZIMG_PIXEL_FLOAT ? sizeof(float)
+                                                                           : sizeof(std::uint16_t);
     for (std::size_t i = 0; i < mPlanes.size(); ++i) {
         const unsigned width = i == 0 ? format.width : format.width >> format.subsample_w;
         const unsigned lines = i == 0 ? count : std::max(1U, count >> format.subsample_h);
@@ -94,8 +97,8 @@ PlaneLines::PlaneLines(const zimg_image_format& format, unsigned count) {
     }
 }
 
-PlaneGraph::PlaneGraph(const zimg_image_format& from, const zimg_image_format& to)
-    : mGraph(newGraph(from, to)),
+PlaneGraph::PlaneGraph(const zimg_image_format& from, const zimg_image_format& to, bool dithers)
+    : mGraph(newGraph(from, to, dithers)),
       mInput(from, lineCount(mGraph.get(), &zimg_filter_graph_get_input_buffering, from)),
       mOutput(to, lineCount(mGraph.get(), &zimg_filter_graph_get_output_buffering, to)) {
     std::size_t bytes = 0;

@@ -19,7 +19,8 @@ public:
     /// For this many lines of the first plane, a power of two. Throws std::bad_alloc.
     PlaneLines(const zimg_image_format& format, unsigned count);
 
-    /// A line of a plane, from 0. `Value` is a byte for formats of 8 bits, else 16 bits.
+    /// A line of a plane, from 0. `Value` is a byte for formats of 8 bits, 16 bits for deeper ones
+    /// and a float for floats.
     template <typename Value>
     Value* row(int plane, int y) const {
         const auto& [memory, stride, mask] = mPlanes[static_cast<std::size_t>(plane)];
@@ -42,8 +43,9 @@ private:
 /// One conversion, for as many pictures as one likes, one at a time.
 class PlaneGraph {
 public:
-    /// Throws Error with zimg's reason, and std::bad_alloc.
-    PlaneGraph(const zimg_image_format& from, const zimg_image_format& to);
+    /// Rounds to the nearest, or with `dithers` to one of the two levels around a value, by its
+    /// place. Throws Error with zimg's reason, and std::bad_alloc.
+    PlaneGraph(const zimg_image_format& from, const zimg_image_format& to, bool dithers = false);
 
     const PlaneLines& input() const { return mInput; }
     const PlaneLines& output() const { return mOutput; }

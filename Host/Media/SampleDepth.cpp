@@ -1,0 +1,74 @@
+#include "Host/Media/SampleDepth.h"
+
+#include <array>
+#include <cstddef>
+
+namespace Vexorel::PrismDrift::Host {
+namespace {
+
+constexpr unsigned byteFull = 255;
+
+// A product of a float and a whole number of 16 bits is exact in doubles.
+double scaled(float value, unsigned full) {
+    const float cut = value > 0 ? (value < 1 ? value : 1.0F) : 0.0F;
+    return static_cast<double>(cut) * full;
+}
+
+template <typename Level>
+void round(const float* from, int count, unsigned full, Level* to) {
+    for (int x = 0; x < count; ++x) {
+        to[x] = static_cast<Level>(static_cast<int>(scaled(from[x], full) + 0.5));
+    }
+}
+
+constexpr unsigned side = 8; // of the pattern
+
+// Bayer's ordering: the places of a square are numbered so that the first ones of any count are
+// spread evenly. Bits of a place's number are those of x ^ y and y in turn, the lowest first.
+constexpr std::array<std::array<double, side>, side> makeThresholds() {
+    std::array<std::array<double, side>, side> thresholds{};
+    for (unsigned y = 0; y < side; ++y) {
+        for (unsigned x = 0; x < side; ++x) {
+            unsigned number = 0;
+            for (unsigned bit = 1; bit < side; bit *= 2) {
+                number = number * 4 + (((x ^ y) & bit) != 0 ? 2U : 0U) + ((y & bit) != 0 ? 1U : 0U);
+            }
+            thresholds[y][x] = (number + 0.5) / (side * side);
+        }
+    }
+    return thresholds;
+}
+
+} // namespace
+
+void toFloats(const std::uint16_t* from, int count, int black, int range, float* to) {
+    const auto divisor = static_cast<float>(range);
+    for (int x = 0; x < count; ++x) {
+        to[x] = static_cast<float>(from[x] - black) / divisor;
+    }
+}
+
+void toFloats(const std::uint8_t* from, int count, float* to) {
+    for (int x = 0; x < count; ++x) {
+        to[x] = static_cast<float>(from[x]) / static_cast<float>(byteFull);
+    }
+}
+
+void toLevels(const float* from, int count, unsigned full, std::uint16_t* to) {
+    round(from, count, full, to);
+}
+
+void toLevels(const float* from, int count, std::uint8_t* to) {
+    round(from, count, byteFull, to);
+}
+
+void toDitheredLevels(const float* from, int count, int y, std::uint8_t* to) {
+    static constexpr auto thresholds = makeThresholds();
+    const auto& row = thresholds[static_cast<unsigned>(y) % side];
+    for (int x = 0; x < count; ++x) {
+        const double level = scaled(from[x], byteFull) + row[static_cast<unsigned>(x) % side];
+        to[x] = static_cast<std::uint8_t>(static_cast<int>(level));
+    }
+}
+
+} // namespace Vexorel::PrismDrift::Host
