@@ -42,11 +42,14 @@ Picture readByFFmpeg(const fs::path& file, const ReadLimits& limits,
     const AVStream& stream = demuxer.pictureStream();
     VideoDecoder decoder(stream, ClipKind::Still, input);
     const AVFrame& frame = firstFrame(demuxer, stream, decoder);
-    World world = asShown(worldFromFrame(frame), decoder.layout());
-    return {.world = std::move(world),
+    const Depth depth = depthOf(static_cast<AVPixelFormat>(frame.format));
+    const PF_PixelFormat format = worldFormatFor(request.worlds, depth);
+    const StoredLayout layout = decoder.layout();
+    return {.world = asShown(worldFromFrame(frame, format), layout),
             .colorProfile = profileOf(frame),
             .source = propertiesOf(frame),
-            .depth = depthOf(static_cast<AVPixelFormat>(frame.format)),
+            .depth = depth,
+            .isAssociated = layout.isAlphaAssociated && format == PF_PixelFormat_ARGB128,
             .readBy = std::string("FFmpeg, ") + avcodec_get_name(stream.codecpar->codec_id)};
 }
 

@@ -2,13 +2,11 @@
 
 #include "Host/Library/Error.h"
 #include "Host/Media/PixelFormats.h"
-#include "Host/Media/PixelRows.h"
 
 #include <algorithm>
-#include <cstring>
+#include <bit>
 
 extern "C" {
-#include <libavutil/imgutils.h>
 #include <libavutil/pixdesc.h>
 }
 
@@ -19,32 +17,9 @@ namespace {
 constexpr int scalerFlags =
     SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP | SWS_BITEXACT;
 
-// A world's pixel in memory: alpha, red, green, blue.
-constexpr std::size_t channels = 4;
-constexpr std::uint8_t opaque = 255;
-
-// The values of 8 bits for those of a component of `depth` bits.
-std::vector<std::uint8_t> valuesFor(int depth, bool isInverted, bool isLimited) {
-    const int full = (1 << depth) - 1;
-    const int black = isLimited ? 16 << (depth - 8) : 0;
-    const int range = isLimited ? 219 << (depth - 8) : full;
-    std::vector<std::uint8_t> values(static_cast<std::size_t>(full) + 1);
-    for (int value = 0; value <= full; ++value) {
-        const int shown = std::clamp((isInverted ? full - value : value) - black, 0, range);
-        values[static_cast<std::size_t>(value)] =
-            static_cast<std::uint8_t>((shown * opaque + range / 2) / range);
-    }
-    return values;
-}
-
-// The component that a world's channel comes from, -1 for none. Gray is red, green and blue.
-int componentOf(const AVPixFmtDescriptor& descriptor, std::size_t channel) {
-    if (channel == 0) {
-        const bool hasAlpha = (descriptor.flags & AV_PIX_FMT_FLAG_ALPHA) != 0;
-        return hasAlpha ? descriptor.nb_components - 1 : -1;
-    }
-    return descriptor.nb_components < 3 ? 0 : static_cast<int>(channel) - 1;
-}
+// What floats go through on their way from or to the scaler, in the processor's order.
+constexpr AVPixelFormat deepFormat =
+    std::endian::native == std::endian::little ? AV_PIX_FMT_RGBA64LE : AV_PIX_FMT_RGBA64BE;
 
 // Constant luminance and the like, which take more than a matrix.
 void refuseOtherKinds(AVColorSpace matrix) {
@@ -54,30 +29,33 @@ void refuseOtherKinds(AVColorSpace matrix) {
     }
 }
 
-// Whether the format is taken apart here, value by value: gray, RGB and a palette.
-bool isTakenApart(const AVPixFmtDescriptor& descriptor) {
-    const bool isRgb = (descriptor.flags & AV_PIX_FMT_FLAG_RGB) != 0;
-    const bool isOther =
-        (descriptor.flags & (AV_PIX_FMT_FLAG_FLOAT | AV_PIX_FMT_FLAG_BAYER)) != 0 ||
-        descriptor.comp[0].depth > 16;
-    return (descriptor.nb_components < 3 || isRgb) && !isOther;
+void refuseOtherWorlds(PF_PixelFormat worlds) {
+    if (worlds != PF_PixelFormat_ARGB32 && worlds != PF_PixelFormat_ARGB128) {
+        throw Error("only worlds of 8 bits and of floats are converted");
+    }
 }
 
-// Between a frame of this layout and a world, in this direction.
-FFmpegPtr<SwsContext> newScaler(const PixelLayout& layout, bool toWorld) {
-    const AVPixelFormat from = toWorld ? layout.format : AV_PIX_FMT_ARGB;
-    const AVPixelFormat to = toWorld ? AV_PIX_FMT_ARGB : layout.format;
+// Between a frame of this layout and a world, or a deep frame, in this direction.
+FFmpegPtr<SwsContext> newScaler(const PixelLayout& layout, AVPixelFormat inner, bool toWorld) {
+    const AVPixelFormat from = toWorld ? layout.format : inner;
+    const AVPixelFormat to = toWorld ? inner : layout.format;
     auto scaler = owned(sws_getContext(layout.width, layout.height, from, layout.width,
                                        layout.height, to, scalerFlags, nullptr, nullptr, nullptr));
     const int* matrix = sws_getCoefficients(SWS_CS_DEFAULT);
-    const bool isGray = av_pix_fmt_desc_get(layout.format)->nb_components < 3; // in floats
-    const bool isFull =
-        layout.range == AVCOL_RANGE_JPEG || (isGray && layout.range != AVCOL_RANGE_MPEG);
-    const int full = isFull ? 1 : 0;
+    const int full = layout.range == AVCOL_RANGE_JPEG ? 1 : 0;
     constexpr int one = 1 << 16; // in the scaler's fixed point
     checkResult(sws_setColorspaceDetails(scaler.get(), matrix, toWorld ? full : 1, matrix,
                                          toWorld ? 1 : full, 0, one, one));
     return scaler;
+}
+
+template <typename Scaling>
+Scaling newScaling(const PixelLayout& layout, PF_PixelFormat worlds, bool toWorld) {
+    if (worlds == PF_PixelFormat_ARGB32) {
+        return {newScaler(layout, AV_PIX_FMT_ARGB, toWorld), nullptr};
+    }
+    return {newScaler(layout, deepFormat, toWorld),
+            newFrame(layout.width, layout.height, deepFormat)};
 }
 
 // The scaler gives the number of rows that it has filled.
@@ -88,169 +66,117 @@ void checkRows(int rows, int height) {
     }
 }
 
+template <typename Value>
+bool hasAlphaBelow(const World& world, Value opaque) {
+    for (int y = 0; y < world.height(); ++y) {
+        const auto* alpha = reinterpret_cast<const Value*>(world.row(y));
+        bool isOpaque = true;
+        for (int x = 0; x < world.width(); ++x) {
+            isOpaque &= alpha[std::ptrdiff_t{x} * 4] >= opaque;
+        }
+        if (!isOpaque) {
+            return true;
+        }
+    }
+    return false;
+}
+
 } // namespace
 
-FrameToWorld::FrameToWorld(const PixelLayout& layout) : mLayout(layout) {
+FrameToWorld::FrameToWorld(const PixelLayout& layout, PF_PixelFormat worlds)
+    : mLayout(layout), mWorlds(worlds) {
+    refuseOtherWorlds(worlds);
     const AVPixFmtDescriptor* descriptor = av_pix_fmt_desc_get(layout.format);
-    const bool isKnown =
-        descriptor != nullptr && (descriptor->flags & AV_PIX_FMT_FLAG_HWACCEL) == 0;
-    if (isKnown && isReadAsYuv(layout.format)) {
+    if (isReadAsYuv(layout.format)) {
         refuseOtherKinds(layout.matrix);
-        mYuv.emplace(layout);
-    } else if (isKnown && isTakenApart(*descriptor)) {
-        prepareChannels();
-    } else if (isKnown && sws_isSupportedInput(layout.format) != 0) {
-        mScaler = newScaler(layout, true);
+        mConverter.emplace<YuvToWorld>(layout, worlds);
+    } else if (isReadAsRgb(layout.format)) {
+        mConverter.emplace<RgbToWorld>(layout);
+    } else if (descriptor != nullptr && (descriptor->flags & AV_PIX_FMT_FLAG_HWACCEL) == 0 &&
+               sws_isSupportedInput(layout.format) != 0) {
+        mConverter = newScaling<Scaling>(layout, worlds, true);
     } else {
         throw Error(std::string("its pixel format ") +
                     (descriptor != nullptr ? descriptor->name : "?") + " is not supported");
     }
 }
 
-void FrameToWorld::prepareChannels() {
-    const AVPixFmtDescriptor& descriptor = *av_pix_fmt_desc_get(mLayout.format);
-    mLine.resize(static_cast<std::size_t>(mLayout.width));
-    for (std::size_t i = 0; i < channels && mLayout.format != AV_PIX_FMT_PAL8; ++i) {
-        Channel& channel = mChannels[i];
-        channel.component = componentOf(descriptor, i);
-        channel.row.resize(mLine.size(), opaque);
-        const int component = std::max(0, channel.component);
-        const bool isLimited =
-            descriptor.nb_components < 3 && i > 0 && mLayout.range == AVCOL_RANGE_MPEG;
-        if (!isPlainByte(descriptor, component) || isLimited) {
-            channel.values = valuesFor(descriptor.comp[component].depth,
-                                       mLayout.format == AV_PIX_FMT_MONOWHITE, isLimited);
-        }
-    }
-}
-
 void FrameToWorld::convert(const AVFrame& frame, World& world) {
-    if (mYuv) {
-        mYuv->convert(frame, world);
-    } else if (mScaler != nullptr) {
-        std::uint8_t* const rows[] = {world.row(0)};
-        const int strides[] = {static_cast<int>(world.rowBytes())};
-        checkRows(
-            sws_scale(mScaler.get(), frame.data, frame.linesize, 0, frame.height, rows, strides),
-            frame.height);
-    } else if (mLayout.format == AV_PIX_FMT_PAL8) {
-        convertPalette(frame, world);
+    if (world.format() != mWorlds) {
+        *this = FrameToWorld(mLayout, world.format());
+    }
+    if (auto* yuv = std::get_if<YuvToWorld>(&mConverter)) {
+        yuv->convert(frame, world);
+    } else if (auto* rgb = std::get_if<RgbToWorld>(&mConverter)) {
+        rgb->convert(frame, world);
     } else {
-        for (int y = 0; y < frame.height; ++y) {
-            convertRow(frame, y, world.row(y));
-        }
+        convert(std::get<Scaling>(mConverter), frame, world);
     }
 }
 
-void FrameToWorld::convertRow(const AVFrame& frame, int y, std::uint8_t* to) {
-    std::array<const std::uint8_t*, channels> rows{};
-    for (std::size_t i = 0; i < channels; ++i) {
-        auto& [component, values, row] = mChannels[i];
-        rows[i] = row.data();
-        if (i > 1 && component == mChannels[i - 1].component) { // gray
-            rows[i] = rows[i - 1];
-        } else if (component >= 0 && values.empty()) {
-            readRow(frame, component, y, {0, frame.width}, row.data());
-        } else if (component >= 0) {
-            readRow(frame, component, y, {0, frame.width}, mLine.data());
-            for (std::size_t x = 0; x < row.size(); ++x) {
-                row[x] = values[mLine[x]];
-            }
-        }
-    }
-    interleave(rows, frame.width, to);
-}
-
-void FrameToWorld::convertPalette(const AVFrame& frame, World& world) const {
-    const std::uint8_t* palette = frame.data[1]; // 256 of 0xAARRGGBB, in the processor's order
-    for (int y = 0; y < mLayout.height; ++y) {
-        const std::uint8_t* from = frame.data[0] + std::ptrdiff_t{y} * frame.linesize[0];
-        std::uint8_t* to = world.row(y);
-        for (int x = 0; x < mLayout.width; ++x, to += channels) {
-            std::uint32_t color = 0;
-            std::memcpy(&color, palette + std::size_t{from[x]} * sizeof color, sizeof color);
-            for (unsigned channel = 0; channel < channels; ++channel) {
-                to[channel] = static_cast<std::uint8_t>(color >> (24 - 8 * channel));
-            }
-        }
-    }
-}
-
-WorldToFrame::WorldToFrame(const PixelLayout& layout) : mLayout(layout) {
-    const AVPixFmtDescriptor& descriptor = *av_pix_fmt_desc_get(layout.format);
-    if (isWrittenAsYuv(layout.format)) {
-        mYuv.emplace(layout);
-    } else if (isTakenApart(descriptor) && descriptor.comp[0].depth >= 8) {
-        prepareRows();
-    } else {
-        mScaler = newScaler(layout, false);
-    }
-}
-
-void WorldToFrame::prepareRows() {
-    const AVPixFmtDescriptor& descriptor = *av_pix_fmt_desc_get(mLayout.format);
-    mLine.resize(static_cast<std::size_t>(mLayout.width));
-    for (std::vector<std::uint8_t>& row : mRows) {
-        row.resize(mLine.size(), opaque);
-    }
-    if (descriptor.comp[0].step > static_cast<int>(channels) || !isPlainByte(descriptor, 0) ||
-        (descriptor.flags & AV_PIX_FMT_FLAG_PLANAR) != 0) {
+void FrameToWorld::convert(Scaling& scaling, const AVFrame& frame, World& world) const {
+    if (scaling.deep != nullptr) {
+        checkRows(sws_scale(scaling.scaler.get(), frame.data, frame.linesize, 0, frame.height,
+                            scaling.deep->data, scaling.deep->linesize),
+                  frame.height);
+        RgbToWorld(Host::layoutOf(*scaling.deep)).convert(*scaling.deep, world);
         return;
     }
-    for (int byte = 0; byte < descriptor.comp[0].step; ++byte) {
-        mPackedRows[static_cast<std::size_t>(byte)] = mRows[channels].data();
-    }
-    for (std::size_t i = 0; i < descriptor.nb_components; ++i) {
-        mPackedRows[static_cast<std::size_t>(descriptor.comp[i].offset)] =
-            mRows[(i + 1) % channels].data();
+    std::uint8_t* const rows[] = {world.row(0)};
+    const int strides[] = {static_cast<int>(world.rowBytes())};
+    checkRows(
+        sws_scale(scaling.scaler.get(), frame.data, frame.linesize, 0, frame.height, rows, strides),
+        frame.height);
+}
+
+WorldToFrame::WorldToFrame(const PixelLayout& layout, PF_PixelFormat worlds,
+                           const FrameOptions& options)
+    : mLayout(layout), mWorlds(worlds), mOptions(options) {
+    refuseOtherWorlds(worlds);
+    if (isWrittenAsYuv(layout.format)) {
+        mConverter.emplace<WorldToYuv>(layout, worlds, options.dithers, options.cutsRange);
+    } else if (isWrittenAsRgb(layout.format)) {
+        mConverter.emplace<WorldToRgb>(layout, options.dithers);
+    } else {
+        mConverter = newScaling<Scaling>(layout, worlds, false);
     }
 }
 
 void WorldToFrame::convert(const World& world, AVFrame& frame) {
-    if (mYuv) {
-        mYuv->convert(world, frame);
-        return;
+    if (world.format() != mWorlds) {
+        *this = WorldToFrame(mLayout, world.format(), mOptions);
     }
-    if (mScaler != nullptr) {
-        const std::uint8_t* const rows[] = {world.row(0)};
-        const int strides[] = {static_cast<int>(world.rowBytes())};
-        checkRows(
-            sws_scale(mScaler.get(), rows, strides, 0, mLayout.height, frame.data, frame.linesize),
-            mLayout.height);
-        return;
-    }
-    prepareForRows(frame);
-    for (int y = 0; y < mLayout.height; ++y) {
-        convertRow(world, y, frame);
+    if (auto* yuv = std::get_if<WorldToYuv>(&mConverter)) {
+        yuv->convert(world, frame);
+    } else if (auto* rgb = std::get_if<WorldToRgb>(&mConverter)) {
+        rgb->convert(world, frame);
+    } else {
+        convert(std::get<Scaling>(mConverter), world, frame);
     }
 }
 
-void WorldToFrame::convertRow(const World& world, int y, AVFrame& frame) {
-    separate(world.row(y), mLayout.width,
-             {mRows[0].data(), mRows[1].data(), mRows[2].data(), mRows[3].data()});
-    if (mPackedRows[0] != nullptr) {
-        interleave(mPackedRows, mLayout.width,
-                   frame.data[0] + std::ptrdiff_t{y} * frame.linesize[0]);
+void WorldToFrame::convert(Scaling& scaling, const World& world, AVFrame& frame) const {
+    if (scaling.deep != nullptr) {
+        WorldToRgb(Host::layoutOf(*scaling.deep), false).convert(world, *scaling.deep);
+        checkRows(sws_scale(scaling.scaler.get(), scaling.deep->data, scaling.deep->linesize, 0,
+                            mLayout.height, frame.data, frame.linesize),
+                  mLayout.height);
         return;
     }
-    const AVPixFmtDescriptor& descriptor = *av_pix_fmt_desc_get(mLayout.format);
-    for (int i = 0; i < descriptor.nb_components; ++i) {
-        const std::vector<std::uint8_t>& row = mRows[(static_cast<std::size_t>(i) + 1) % channels];
-        if (isPlainByte(descriptor, i)) {
-            writeRow(row.data(), frame, i, y, {0, mLayout.width});
-            continue;
-        }
-        const unsigned full = (1U << descriptor.comp[i].depth) - 1;
-        for (std::size_t x = 0; x < row.size(); ++x) {
-            mLine[x] = static_cast<std::uint16_t>((row[x] * full + opaque / 2) / opaque);
-        }
-        writeRow(mLine.data(), frame, i, y, {0, mLayout.width});
-    }
+    const std::uint8_t* const rows[] = {world.row(0)};
+    const int strides[] = {static_cast<int>(world.rowBytes())};
+    checkRows(sws_scale(scaling.scaler.get(), rows, strides, 0, mLayout.height, frame.data,
+                        frame.linesize),
+              mLayout.height);
 }
 
-World worldFromFrame(const AVFrame& frame) {
-    World world(frame.width, frame.height);
-    FrameToWorld(layoutOf(frame)).convert(frame, world);
+bool isConvertible(AVPixelFormat format) {
+    return isWrittenAsRgb(format) || isWrittenAsYuv(format) || sws_isSupportedOutput(format) != 0;
+}
+
+World worldFromFrame(const AVFrame& frame, PF_PixelFormat format) {
+    World world(frame.width, frame.height, format);
+    FrameToWorld(layoutOf(frame), format).convert(frame, world);
     return world;
 }
 
@@ -265,28 +191,28 @@ FFmpegPtr<AVFrame> newFrame(int width, int height, AVPixelFormat format) {
     return frame;
 }
 
-FFmpegPtr<AVFrame> frameFromWorld(const World& world, AVPixelFormat format) {
+FFmpegPtr<AVFrame> frameFromWorld(const World& world, AVPixelFormat format,
+                                  const FrameOptions& options) {
     auto frame = newFrame(world.width(), world.height(), format);
     if (!isPackedRgb(format)) {
         frame->color_range = AVCOL_RANGE_JPEG;
         frame->colorspace = AVCOL_SPC_BT470BG;
     }
-    WorldToFrame(layoutOf(*frame)).convert(world, *frame);
+    WorldToFrame(layoutOf(*frame), world.format(), options).convert(world, *frame);
     return frame;
 }
 
+PF_PixelFormat worldFormatFor(WorldDepth wanted, const Depth& depth) {
+    const bool isDeep =
+        wanted == WorldDepth::Floats || (wanted == WorldDepth::Stored && depth.isDeep());
+    return isDeep ? PF_PixelFormat_ARGB128 : PF_PixelFormat_ARGB32;
+}
+
 bool hasAlpha(const World& world) {
-    for (int y = 0; y < world.height(); ++y) {
-        const std::uint8_t* row = world.row(y);
-        std::uint8_t all = opaque;
-        for (int x = 0; x < world.width(); ++x) {
-            all &= row[static_cast<std::size_t>(x) * channels];
-        }
-        if (all != opaque) {
-            return true;
-        }
+    if (world.format() == PF_PixelFormat_ARGB32) {
+        return hasAlphaBelow<std::uint8_t>(world, 255);
     }
-    return false;
+    return hasAlphaBelow<float>(world, 1);
 }
 
 } // namespace Vexorel::PrismDrift::Host

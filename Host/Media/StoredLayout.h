@@ -12,7 +12,8 @@ struct StoredLayout {
     bool isAlphaAssociated = false; ///< colours are multiplied by alpha
 };
 
-/// The picture upright, its colours free of alpha. `world` is of 8 bits.
+/// The picture upright. The colours of a world of 8 bits are freed of alpha, those of floats stay
+/// as they are stored.
 World asShown(World world, const StoredLayout& layout);
 
 } // namespace Vexorel::PrismDrift::Host

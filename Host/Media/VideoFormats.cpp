@@ -2,6 +2,7 @@
 
 #include "Host/Library/Number.h"
 #include "Host/Media/ClipError.h"
+#include "Host/Media/PixelConversion.h"
 #include "Host/Media/PixelFormats.h"
 #include "Host/Media/PixelLayout.h"
 
@@ -212,10 +213,6 @@ int distance(const Layout& wanted, const Layout& offered) {
     const auto step = [](int from, int to) { return to > from ? 3 * (to - from) : from - to; };
     return alpha + step(wanted.chromaWidth, offered.chromaWidth) +
            step(wanted.chromaHeight, offered.chromaHeight);
-}
-
-bool isConvertible(AVPixelFormat format) {
-    return isPackedRgb(format) || sws_isSupportedOutput(format) != 0;
 }
 
 bool isTaken(AVPixelFormat format, const VideoCodec& codec) {

@@ -141,9 +141,10 @@ std::optional<ClipItem> VideoReader::frameItem(AVFrame& frame) {
 Picture VideoReader::pictureOf(AVFrame& frame) {
     frame.sample_aspect_ratio =
         av_guess_sample_aspect_ratio(&mDemuxer->context(), &stream(), &frame);
-    World world(frame.width, frame.height);
+    const Depth depth = depthOf(static_cast<AVPixelFormat>(frame.format));
+    World world(frame.width, frame.height, worldFormatFor(mInput.picture.worlds, depth));
     if (!mConverter || mConverter->layout() != layoutOf(frame)) {
-        mConverter.emplace(layoutOf(frame));
+        mConverter.emplace(layoutOf(frame), world.format());
     }
     mConverter->convert(frame, world);
     StoredLayout layout = mDecoder->layout();
@@ -153,8 +154,9 @@ Picture VideoReader::pictureOf(AVFrame& frame) {
     if (layout.orientation.swapped) {
         std::swap(frame.sample_aspect_ratio.num, frame.sample_aspect_ratio.den);
     }
-    return {asShown(std::move(world), layout), profileOf(frame), propertiesOf(frame),
-            depthOf(static_cast<AVPixelFormat>(frame.format))};
+    const bool isAssociated = layout.isAlphaAssociated && world.format() == PF_PixelFormat_ARGB128;
+    return {asShown(std::move(world), layout), profileOf(frame), propertiesOf(frame), depth,
+            isAssociated};
 }
 
 std::optional<std::int64_t> VideoReader::frameCount() {

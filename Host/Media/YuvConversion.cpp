@@ -1,5 +1,7 @@
 #include "Host/Media/YuvConversion.h"
 
+#include "Host/Media/SampleDepth.h"
+
 #include <algorithm>
 #include <cstring>
 #include <zimg.h>
@@ -11,8 +13,8 @@ extern "C" {
 namespace Vexorel::PrismDrift::Host {
 namespace {
 
-constexpr int pixelBytes = 4; // alpha, red, green, blue
-constexpr int colours = 3;    // luma and twice chroma, or red, green and blue
+constexpr int channels = 4; // alpha, red, green, blue
+constexpr int colours = 3;  // luma and twice chroma, or red, green and blue
 constexpr unsigned opaque = 255;
 
 const AVPixFmtDescriptor& descriptorOf(const PixelLayout& layout) {
@@ -86,9 +88,9 @@ zimg_image_format yuvFormat(const PixelLayout& layout) {
     return format;
 }
 
-zimg_image_format rgbFormat(const PixelLayout& layout) {
+zimg_image_format rgbFormat(const PixelLayout& layout, PF_PixelFormat worlds) {
     zimg_image_format format = formatOf(YuvPicture(layout));
-    format.pixel_type = ZIMG_PIXEL_BYTE;
+    format.pixel_type = worlds == PF_PixelFormat_ARGB32 ? ZIMG_PIXEL_BYTE : ZIMG_PIXEL_FLOAT;
     format.color_family = ZIMG_COLOR_RGB;
     format.matrix_coefficients = ZIMG_MATRIX_RGB;
     format.pixel_range = ZIMG_RANGE_FULL;
@@ -111,6 +113,19 @@ template <typename Value>
 void mirrorColumns(Value* row, int width, int right) {
     for (int x = width; x < right; ++x) {
         row[x] = row[mirrored(x, width)];
+    }
+}
+
+template <typename Value>
+const Value* pixelsOf(const World& world, int y, int x) {
+    return reinterpret_cast<const Value*>(world.row(y)) + std::ptrdiff_t{x} * channels;
+}
+
+// What is no number becomes 0.
+void cut(float* values, int count, float least, float most) {
+    for (int x = 0; x < count; ++x) {
+        const float value = values[x] == values[x] ? values[x] : 0.0F;
+        values[x] = value < least ? least : value > most ? most : value;
     }
 }
 
@@ -144,11 +159,12 @@ YuvPicture::YuvPicture(const PixelLayout& layout)
       planes(descriptorOf(layout).nb_components < colours ? 1 : colours),
       hasAlpha((descriptorOf(layout).flags & AV_PIX_FMT_FLAG_ALPHA) != 0) {}
 
-YuvToWorld::YuvToWorld(const PixelLayout& layout)
+YuvToWorld::YuvToWorld(const PixelLayout& layout, PF_PixelFormat worlds)
     : mPicture(layout),
-      mGraph(yuvFormat(layout), rgbFormat(layout)),
+      mGraph(yuvFormat(layout), rgbFormat(layout, worlds)),
       mAlpha(static_cast<std::size_t>(layout.width), opaque),
-      mDeepAlpha(mPicture.hasAlpha ? mAlpha.size() : 0) {}
+      mDeepAlpha(mPicture.hasAlpha ? mAlpha.size() : 0),
+      mFloatAlpha(mAlpha.size(), 1) {}
 
 void YuvToWorld::convert(const AVFrame& frame, World& world) {
     mGraph.run(
@@ -159,7 +175,13 @@ void YuvToWorld::convert(const AVFrame& frame, World& world) {
                 fill<std::uint16_t>(frame, y, left, right);
             }
         },
-        [&](int y, int left, int right) { take(frame, world, y, left, right); });
+        [&](int y, int left, int right) {
+            if (world.format() == PF_PixelFormat_ARGB32) {
+                take<std::uint8_t>(frame, world, y, left, right);
+            } else {
+                take<float>(frame, world, y, left, right);
+            }
+        });
 }
 
 template <typename Value>
@@ -179,72 +201,112 @@ void YuvToWorld::fill(const AVFrame& frame, int y, int left, int right) const {
     }
 }
 
+template <typename Value>
 void YuvToWorld::take(const AVFrame& frame, World& world, int y, int left, int right) {
     const Columns columns{left, std::min(right, mPicture.width) - left};
     if (y >= mPicture.height || columns.count <= 0) {
         return;
     }
-    if (mPicture.hasAlpha) {
-        readAlpha(frame, y, columns);
+    const Value* alpha = nullptr;
+    if constexpr (sizeof(Value) == 1) {
+        alpha = readAlpha(frame, y, columns, mAlpha);
+    } else {
+        alpha = readAlpha(frame, y, columns, mFloatAlpha);
     }
-    const auto from = [&](int plane) {
-        return mGraph.output().row<const std::uint8_t>(plane, y) + left;
-    };
-    interleave({mAlpha.data() + left, from(0), from(1), from(2)}, columns.count,
-               world.row(y) + std::ptrdiff_t{left} * pixelBytes);
+    const auto from = [&](int plane) { return mGraph.output().row<const Value>(plane, y) + left; };
+    interleave({alpha, from(0), from(1), from(2)}, columns.count,
+               reinterpret_cast<Value*>(world.row(y)) + std::ptrdiff_t{left} * channels);
 }
 
-void YuvToWorld::readAlpha(const AVFrame& frame, int y, Columns columns) {
-    if (mPicture.depth == 8) {
-        readRow(frame, colours, y, columns, mAlpha.data() + columns.first);
-        return;
+// Both give the first of the columns.
+const std::uint8_t* YuvToWorld::readAlpha(const AVFrame& frame, int y, Columns columns,
+                                          std::vector<std::uint8_t>& alpha) {
+    std::uint8_t* const to = alpha.data() + columns.first;
+    if (mPicture.hasAlpha && mPicture.depth == 8) {
+        readRow(frame, colours, y, columns, to);
+    } else if (mPicture.hasAlpha) {
+        readRow(frame, colours, y, columns, mDeepAlpha.data());
+        const std::uint16_t* from = mDeepAlpha.data();
+        const int depth = mPicture.depth;
+        const unsigned full = (1U << depth) - 1;
+        for (int x = 0; x < columns.count; ++x) {
+            const unsigned value = from[x] * opaque + full / 2;
+            to[x] =
+                static_cast<std::uint8_t>((value + 1 + (value >> depth)) >> depth); // value / full
+        }
     }
-    readRow(frame, colours, y, columns, mDeepAlpha.data());
-    std::uint8_t* to = mAlpha.data() + columns.first;
-    const std::uint16_t* from = mDeepAlpha.data();
-    const int depth = mPicture.depth;
-    const unsigned full = (1U << depth) - 1;
-    for (int x = 0; x < columns.count; ++x) {
-        const unsigned value = from[x] * opaque + full / 2;
-        to[x] = static_cast<std::uint8_t>((value + 1 + (value >> depth)) >> depth); // value / full
-    }
+    return to;
 }
 
-WorldToYuv::WorldToYuv(const PixelLayout& layout)
+const float* YuvToWorld::readAlpha(const AVFrame& frame, int y, Columns columns,
+                                   std::vector<float>& alpha) {
+    float* const to = alpha.data() + columns.first;
+    if (mPicture.hasAlpha && mPicture.depth == 8) {
+        readRow(frame, colours, y, columns, mAlpha.data());
+        toFloats(mAlpha.data(), columns.count, to);
+    } else if (mPicture.hasAlpha) {
+        readRow(frame, colours, y, columns, mDeepAlpha.data());
+        toFloats(mDeepAlpha.data(), columns.count, 0, (1 << mPicture.depth) - 1, to);
+    }
+    return to;
+}
+
+// Infinities stay finite here, so that zimg makes numbers of them, and far beyond every range.
+WorldToYuv::WorldToYuv(const PixelLayout& layout, PF_PixelFormat worlds, bool dithers,
+                       bool cutsRange)
     : mPicture(layout),
-      mGraph(rgbFormat(layout), yuvFormat(layout)),
+      mGraph(rgbFormat(layout, worlds), yuvFormat(layout),
+             dithers && worlds != PF_PixelFormat_ARGB32 && mPicture.depth == 8),
+      mLeast(cutsRange ? 0.0F : -65536.0F),
+      mMost(cutsRange ? 1.0F : 65536.0F),
       mAlpha(static_cast<std::size_t>(layout.width)),
-      mDeepAlpha(mPicture.hasAlpha ? mAlpha.size() : 0) {}
+      mDeepAlpha(mPicture.hasAlpha ? mAlpha.size() : 0),
+      mFloatAlpha(mAlpha.size()) {}
 
 void WorldToYuv::convert(const World& world, AVFrame& frame) {
     prepareForRows(frame);
-    mGraph.run([&](int y, int left, int right) { fill(world, y, left, right); },
-               [&](int y, int left, int right) {
-                   if (mPicture.depth == 8) {
-                       take<std::uint8_t>(world, frame, y, left, right);
-                   } else {
-                       take<std::uint16_t>(world, frame, y, left, right);
-                   }
-               });
+    mGraph.run(
+        [&](int y, int left, int right) {
+            if (world.format() == PF_PixelFormat_ARGB32) {
+                fill<std::uint8_t>(world, y, left, right);
+            } else {
+                fill<float>(world, y, left, right);
+            }
+        },
+        [&](int y, int left, int right) {
+            if (mPicture.depth == 8) {
+                take<std::uint8_t>(world, frame, y, left, right);
+            } else {
+                take<std::uint16_t>(world, frame, y, left, right);
+            }
+        });
 }
 
+template <typename Value>
 void WorldToYuv::fill(const World& world, int y, int left, int right) {
     const Columns columns = shownColumns(left, right, mPicture.width);
-    std::array<std::uint8_t*, pixelBytes> rows = {mAlpha.data()};
+    std::array<Value*, channels> rows{};
+    if constexpr (sizeof(Value) == 1) {
+        rows[0] = mAlpha.data();
+    } else {
+        rows[0] = mFloatAlpha.data();
+    }
     for (int plane = 0; plane < colours; ++plane) {
         rows[static_cast<std::size_t>(plane) + 1] =
-            mGraph.input().row<std::uint8_t>(plane, y) + columns.first;
+            mGraph.input().row<Value>(plane, y) + columns.first;
     }
-    separate(world.row(mirrored(y, mPicture.height)) + std::ptrdiff_t{columns.first} * pixelBytes,
-             columns.count, rows);
+    separate(pixelsOf<Value>(world, mirrored(y, mPicture.height), columns.first), columns.count,
+             rows);
     for (int plane = 0; plane < colours; ++plane) {
-        mirrorColumns(mGraph.input().row<std::uint8_t>(plane, y), mPicture.width, right);
+        if constexpr (sizeof(Value) > 1) {
+            cut(rows[static_cast<std::size_t>(plane) + 1], columns.count, mLeast, mMost);
+        }
+        mirrorColumns(mGraph.input().row<Value>(plane, y), mPicture.width, right);
     }
 }
 
 template <typename Value>
 void WorldToYuv::writeAlpha(const World& world, AVFrame& frame, int y, Columns columns) {
-    const std::uint8_t* from = world.row(y) + std::ptrdiff_t{columns.first} * pixelBytes;
     Value* to = nullptr;
     if constexpr (sizeof(Value) == 1) {
         to = mAlpha.data();
@@ -252,9 +314,22 @@ void WorldToYuv::writeAlpha(const World& world, AVFrame& frame, int y, Columns c
         to = mDeepAlpha.data();
     }
     const unsigned full = (1U << mPicture.depth) - 1;
-    for (int x = 0; x < columns.count; ++x) {
-        to[x] =
-            static_cast<Value>((from[std::ptrdiff_t{x} * pixelBytes] * full + opaque / 2) / opaque);
+    if (world.format() == PF_PixelFormat_ARGB32) {
+        const std::uint8_t* from = pixelsOf<std::uint8_t>(world, y, columns.first);
+        for (int x = 0; x < columns.count; ++x) {
+            to[x] = static_cast<Value>((from[std::ptrdiff_t{x} * channels] * full + opaque / 2) /
+                                       opaque);
+        }
+    } else {
+        const float* from = pixelsOf<float>(world, y, columns.first);
+        for (int x = 0; x < columns.count; ++x) {
+            mFloatAlpha[static_cast<std::size_t>(x)] = from[std::ptrdiff_t{x} * channels];
+        }
+        if constexpr (sizeof(Value) == 1) {
+            toLevels(mFloatAlpha.data(), columns.count, to);
+        } else {
+            toLevels(mFloatAlpha.data(), columns.count, full, to);
+        }
     }
     writeRow(to, frame, mPicture.planes, y, columns);
 }
