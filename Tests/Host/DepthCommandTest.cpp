@@ -1,0 +1,118 @@
+// Pictures of more than 8 bits through the program, judged with the programs of others.
+
+#include "Tests/Host/ProgramTest.h"
+
+#include <cmath>
+#include <cstring>
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+namespace {
+
+class DepthCommandTest : public ProgramTest {
+protected:
+    // A picture of 64x64 in this pixel format, whose levels rise in 64ths of a byte from `start`.
+    void makeRamp(const std::string& name, const std::string& format, int start) const {
+        const std::string level = "'(" + std::to_string(start) + "+X/64)*257'";
+        output("$FF -f lavfi -i color=s=64x64,format=gbrp16le,geq=r=" + level + ":g=" + level +
+               ":b=" + level + " -frames:v 1 -pix_fmt " + format + " " + name);
+    }
+
+    // Red along the first row, of 16 bits.
+    std::vector<std::uint16_t> reds(const std::string& file) const {
+        const std::string bytes =
+            output("$FF -i " + file + " -frames:v 1 -f rawvideo -pix_fmt rgb48le -");
+        std::vector<std::uint16_t> values(64);
+        for (std::size_t x = 0; x < values.size(); ++x) {
+            std::memcpy(&values[x], bytes.data() + 6 * x, sizeof values[x]);
+        }
+        return values;
+    }
+};
+
+TEST_F(DepthCommandTest, TheOutputIsAsDeepAsItCanAndAnythingLostIsSaid) {
+    makeRamp("deep.png", "rgb48be", 100);
+    makeRamp("plain.png", "rgb24", 100);
+    output("$FF -i deep.png -pix_fmt gbrpf32le deep.exr; $FF -loop 1 -i deep.png -frames:v 3 "
+           "-pix_fmt yuv420p10le -c:v libx265 -x265-params log-level=none deep.mp4");
+    struct Row {
+        std::string files, expected, warning;
+    };
+    const Row rows[] = {
+        {"deep.png o.png", "rgb48be", ""},
+        {"deep.png o.png --depth 8", "rgb24", "16 bits a channel"},
+        {"deep.png o.jpg", "yuvj444p", "JPEG holds 8 bits a channel, not 16"},
+        {"plain.png o.png", "rgb24", ""},
+        {"plain.png o.png --depth 16", "rgb48be", ""},
+        {"plain.png o.png --depth half", "rgb48be", "PNG holds 16 bits a channel, not half floats"},
+        {"deep.exr o.png", "rgb48be", "PNG holds 16 bits a channel, not floats"},
+        {"deep.exr o.exr", "gbrpf32le", ""},
+        {"deep.png o.mkv --codec ffv1", "gbrp16le", ""},
+        {"deep.mp4 o.mp4", "yuv420p10le", ""},
+        {"deep.mp4 o.mov --codec prores", "yuv422p10le", ""},
+        {"deep.mp4 o.mp4 --depth 8", "yuv420p", "10 bits a channel"},
+        {"plain.png o.mp4", "yuv420p", ""},
+        {"deep.png o.png --renderer gl", "rgb24", "16 bits a channel; the renderer keeps 8 bits"},
+    };
+    for (const Row& row : rows) {
+        const Result result = run("$PROGRAM --shift-distance 3 " + row.files);
+        EXPECT_EQ(result.status, 0) << row.files << "\n" << result.errors;
+        EXPECT_THAT(result.errors, HasSubstr(row.warning)) << row.files;
+        EXPECT_EQ(row.warning.empty(), result.errors.find("warning") == std::string::npos)
+            << row.files << "\n"
+            << result.errors;
+        const std::string file = row.files.substr(row.files.find("o."), 5);
+        EXPECT_EQ(output("ffprobe -v error -select_streams v -show_entries stream=pix_fmt -of "
+                         "csv=p=0 " +
+                         file + " | tr -d '\\n'"),
+                  row.expected)
+            << row.files;
+    }
+    EXPECT_THAT(run("$PROGRAM deep.png o.png --depth 12").errors,
+                HasSubstr("--depth takes 8, 16, half or float, not '12'"));
+    EXPECT_EQ(run("$PROGRAM deep.png o.png --depth 16 --renderer gl").status, 2);
+}
+
+TEST_F(DepthCommandTest, ValuesKeepTheirDepthAndDitherTheirMean) {
+    makeRamp("deep.png", "rgb48be", 100);
+    const std::vector<std::uint16_t> before = reds("deep.png");
+    output("$PROGRAM deep.png same.png; $PROGRAM deep.png moved.png --shift-distance 0.5");
+    EXPECT_EQ(reds("same.png"), before);
+    const std::vector<std::uint16_t> moved = reds("moved.png");
+    for (std::size_t x = 1; x < 64; ++x) {
+        EXPECT_NEAR(moved[x], (before[x] + before[x - 1]) / 2.0, 0.51) << x;
+    }
+    // A fifth of a level of 8 bits above 100, over all of the picture.
+    output("$FF -f lavfi -i color=s=64x64,format=gbrp16le,geq=r=25751:g=25751:b=25751 -frames:v 1 "
+           "-pix_fmt rgb48be flat.png");
+    output("$PROGRAM flat.png plain.png --depth 8 --quiet; $PROGRAM flat.png dithered.png --depth "
+           "8 --dither --quiet; $PROGRAM flat.png again.png --depth 8 --dither --quiet; cmp "
+           "dithered.png again.png");
+    double sum = 0;
+    for (const std::uint16_t value : reds("dithered.png")) {
+        sum += value / 257.0 / 64;
+    }
+    EXPECT_THAT(sum, testing::AllOf(testing::Gt(100.05), testing::Lt(100.4)));
+    EXPECT_EQ(reds("plain.png")[0], 100 * 257);
+}
+
+TEST_F(DepthCommandTest, LinearLightMixesLightAndNeedsAKnownTransfer) {
+    output("$FF -f lavfi -i color=s=64x64,format=rgb24,geq=r='mod(X\\,2)*255':g=0:b=0 -frames:v 1 "
+           "stripes.png; $FF -loop 1 -i stripes.png -frames:v 2 -c:v ffv1 -pix_fmt bgr0 bare.mkv; "
+           "$FF -i bare.mkv -c copy -color_trc smpte2084 pq.mkv");
+    const std::string half = " --shift-distance 0.5";
+    output("$PROGRAM stripes.png coded.png" + half + "; $PROGRAM stripes.png light.png --linear" +
+           half + "; $PROGRAM pq.mkv pq.%d.png --linear" + half +
+           "; $PROGRAM sheet stripes.png sheet.png --linear --vary shift-distance=0.5");
+    EXPECT_EQ(reds("coded.png")[8], 128 * 257);
+    EXPECT_EQ(reds("light.png")[8], 188 * 257); // sRGB's for half of the light
+    EXPECT_EQ(reds("pq.0.png")[8], 237 * 257);  // PQ's: 5000 of 10000 cd/m2
+    EXPECT_THAT(run("$PROGRAM bare.mkv o.mkv --linear" + half).errors,
+                HasSubstr("--linear needs a transfer that is known"));
+    EXPECT_THAT(run("$PROGRAM stripes.png o.png --linear --renderer gl").errors,
+                HasSubstr("--linear takes the software renderer here, and --renderer asks for gl"));
+    EXPECT_THAT(files(), testing::Not(testing::Contains("o.mkv")));
+}
+
+} // namespace
