@@ -11,6 +11,9 @@ endif()
 # The program looks for its modules in ../lib/prismdrift seen from itself, on every system.
 install(TARGETS prismdrift RUNTIME DESTINATION bin)
 install(TARGETS PrismDrift prismdrift_media_module LIBRARY DESTINATION lib/prismdrift)
+if(TARGET prismdrift_stills_module)
+  install(TARGETS prismdrift_stills_module LIBRARY DESTINATION lib/prismdrift)
+endif()
 
 install(FILES Completions/prismdrift.bash
         DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions"

@@ -43,8 +43,7 @@ public:
         }
         std::uint64_t value = 0;
         for (std::size_t i = 0; i < size; ++i) {
-            value = value << 8 |
-                    static_cast<unsigned char>(bytes[isBigEndian ? i : size - 1 - i]);
+            value = value << 8 | static_cast<unsigned char>(bytes[isBigEndian ? i : size - 1 - i]);
         }
         return value;
     }
@@ -57,7 +56,8 @@ bool isAmong(std::string_view text, std::initializer_list<std::string_view> list
     return std::find(list.begin(), list.end(), text) != list.end();
 }
 
-// FFmpeg gives a PNG's pixels and colour profile, and leaves out other things that stand beside them.
+// FFmpeg gives a PNG's pixels and colour profile, and leaves out other things that stand beside
+// them.
 const char* ofPng(FileBytes& file) {
     constexpr std::size_t depthAt = 24;
     constexpr std::uint64_t first = 8;
@@ -96,11 +96,10 @@ bool isNegative(FileBytes& file, bool isBigEndian) {
 }
 
 const char* ofTiff(FileBytes& file, std::string_view start, const std::string& ending) {
-    const bool isRaw =
-        start.substr(8, 2) == "CR" ||
-        isAmong(ending, {"3fr", "arw", "cr2", "dcr", "dng", "erf", "k25", "kdc", "mef", "mos",
-                         "nef", "nrw", "pef", "sr2", "srf", "srw"}) ||
-        isNegative(file, start[0] == 'M');
+    const bool isRaw = start.substr(8, 2) == "CR" ||
+                       isAmong(ending, {"3fr", "arw", "cr2", "dcr", "dng", "erf", "k25", "kdc",
+                                        "mef", "mos", "nef", "nrw", "pef", "sr2", "srf", "srw"}) ||
+                       isNegative(file, start[0] == 'M');
     return isRaw ? "raw" : "tiff";
 }
 

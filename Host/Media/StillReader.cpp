@@ -72,7 +72,6 @@ std::shared_ptr<const AVFrame> propertiesOf(const Still& still) {
     return {frame.release(), FFmpegDeleter()};
 }
 
-
 class StillCall {
 public:
     StillCall(const fs::path& file, const std::string& format, const ReadLimits& limits,

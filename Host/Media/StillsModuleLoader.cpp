@@ -37,8 +37,8 @@ Search search() {
     std::error_code ignored;
     Search result;
     const fs::path folder = ownFolder();
-    for (const char* place : {"", "../lib/prismdrift/", "../../Host/CommandLine/",
-                              "../Host/CommandLine/"}) {
+    for (const char* place :
+         {"", "../lib/prismdrift/", "../../Host/CommandLine/", "../Host/CommandLine/"}) {
         fs::path file = (folder / place / moduleName).lexically_normal();
         if (fs::is_regular_file(file, ignored)) {
             result.file = file;

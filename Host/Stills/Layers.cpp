@@ -20,9 +20,8 @@ int channelWith(const ImageSpec& spec, std::string_view prefix, std::string_view
                 std::string_view longName) {
     for (int i = 0; i < spec.nchannels; ++i) {
         const std::string_view name = spec.channelnames[static_cast<std::size_t>(i)];
-        const std::string_view own = prefix.empty() || name.size() <= prefix.size()
-                                         ? name
-                                         : name.substr(prefix.size() + 1);
+        const std::string_view own =
+            prefix.empty() || name.size() <= prefix.size() ? name : name.substr(prefix.size() + 1);
         if (prefixOf(name) == prefix &&
             (equalIgnoringCase(own, shortName) || equalIgnoringCase(own, longName))) {
             return i;
@@ -33,8 +32,7 @@ int channelWith(const ImageSpec& spec, std::string_view prefix, std::string_view
 
 std::optional<ColourChannels> coloursWith(const ImageSpec& spec, std::string_view prefix) {
     ColourChannels colours;
-    colours.argb = {channelWith(spec, prefix, "A", "alpha"),
-                    channelWith(spec, prefix, "R", "red"),
+    colours.argb = {channelWith(spec, prefix, "A", "alpha"), channelWith(spec, prefix, "R", "red"),
                     channelWith(spec, prefix, "G", "green"),
                     channelWith(spec, prefix, "B", "blue")};
     const auto isThere = [](int channel) { return channel >= 0; };
@@ -112,7 +110,8 @@ ChosenLayer namedLayer(const std::vector<ImageSpec>& parts, const std::string& l
         }
     }
     for (std::size_t i = 0; i < parts.size() && !layer.empty(); ++i) {
-        if (const auto colours = coloursWith(parts[i], ""); colours && partName(parts[i]) == layer) {
+        if (const auto colours = coloursWith(parts[i], "");
+            colours && partName(parts[i]) == layer) {
             return {static_cast<int>(i), *colours};
         }
     }

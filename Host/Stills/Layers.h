@@ -16,7 +16,8 @@ struct ChosenLayer {
 
 /// Of a file whose channels have names of their own: the layer's red, green and blue ("diffuse.R"),
 /// or its gray ("diffuse.Y"), and its alpha. A layer is a prefix of names, or a part. Without one,
-/// the first colours that have no prefix. Throws Error, with the reason alone, where there are none.
+/// the first colours that have no prefix. Throws Error, with the reason alone, where there are
+/// none.
 ChosenLayer namedLayer(const std::vector<ImageSpec>& parts, const std::string& layer);
 
 /// Of a file whose channels have an order: gray or red, green and blue, and then the alpha.

@@ -14,14 +14,14 @@ std::string tidied(const std::string& text) {
     return line;
 }
 
-void throwErrorOf(const ImageInput& input, const std::string& otherwise) {
-    const std::string text = tidied(input.geterror());
-    throw Error(text.empty() ? otherwise : text);
+void throwErrorOf(const ImageInput& input, const std::string& text) {
+    const std::string own = tidied(input.geterror());
+    throw Error(own.empty() ? text : text + " (" + own + ")");
 }
 
-void throwErrorOf(const ImageOutput& output, const std::string& otherwise) {
-    const std::string text = tidied(output.geterror());
-    throw Error(text.empty() ? otherwise : text);
+void throwErrorOf(const ImageOutput& output, const std::string& text) {
+    const std::string own = tidied(output.geterror());
+    throw Error(own.empty() ? text : text + " (" + own + ")");
 }
 
 std::size_t storedPixelBytes(const ImageSpec& spec) {

@@ -23,9 +23,9 @@ using StoredBytes = std::vector<std::byte>;
 /// An error's text as one line without a full stop and without advice for programmers.
 std::string tidied(const std::string& text);
 
-/// Throws Error with the input's or output's own error, or with `otherwise` where it has none.
-[[noreturn]] void throwErrorOf(const ImageInput& input, const std::string& otherwise);
-[[noreturn]] void throwErrorOf(const ImageOutput& output, const std::string& otherwise);
+/// Throws Error with this text and, in brackets, the input's or output's own one.
+[[noreturn]] void throwErrorOf(const ImageInput& input, const std::string& text);
+[[noreturn]] void throwErrorOf(const ImageOutput& output, const std::string& text);
 
 /// The bytes from one of the file's pixels to the next, and from a pixel's start to its channel.
 std::size_t storedPixelBytes(const ImageSpec& spec);

@@ -29,7 +29,7 @@ public:
         }
         ImageSpec first;
         if (!mInput->open(request.file.string(), first, wishes)) {
-            throwErrorOf(*mInput, "it is damaged, cut off or no picture at all");
+            throwErrorOf(*mInput, "it is damaged, cut off or of a kind that isn't read");
         }
     }
 
@@ -78,7 +78,6 @@ void checkSpec(const ImageSpec& spec, const StillRequest& request) {
     request.checkSize(spec.width, spec.height);
 }
 
-// A thumbnail, and colours that would be shown wrong.
 void checkTiff(const ImageSpec& spec) {
     constexpr int lab = 8;
     const int colours = spec.get_int_attribute("tiff:PhotometricInterpretation", 0);
@@ -86,8 +85,25 @@ void checkTiff(const ImageSpec& spec) {
         throw Error("its TIFF has other colours than gray, RGB, CMYK or YCbCr, which isn't read: "
                     "save it as RGB");
     }
+    constexpr int inks = 5;
+    if (colours == inks && spec.nchannels != 3) { // CMYK alone comes as RGB
+        throw Error("its TIFF has other inks than CMYK, or channels beside them, which isn't read: "
+                    "save it as RGB");
+    }
     if ((spec.get_int_attribute("tiff:subfiletype", 0) & 1) != 0) {
-        throw Error("the first picture of its TIFF is a thumbnail of another one, which isn't read");
+        throw Error(
+            "the first picture of its TIFF is a thumbnail of another one, which isn't read");
+    }
+}
+
+// What OpenImageIO reads without an error and shows wrong.
+void checkFormat(const std::string& format, const ImageSpec& spec) {
+    if (format == "tiff") {
+        checkTiff(spec);
+    }
+    constexpr int firstInColumns = 5;
+    if (format == "dpx" && spec.get_int_attribute("Orientation", 1) >= firstInColumns) {
+        throw Error("its rows are stored as columns, which isn't read in a DPX");
     }
 }
 
@@ -100,7 +116,7 @@ StoredPart readPart(ImageInput& input, int index, const ImageSpec& spec) {
     StoredPart part{spec, StoredBytes(static_cast<std::size_t>(bytesOf(spec)))};
     if (!input.read_image(index, 0, 0, spec.nchannels, OIIO::TypeUnknown, part.pixels.data()) ||
         input.has_error()) {
-        throwErrorOf(input, "its pixels can't be read: it is damaged or cut off");
+        throwErrorOf(input, "it is damaged or cut off");
     }
     return part;
 }
@@ -174,11 +190,9 @@ Still readStill(const StillRequest& request) {
     if (!isNamed && !request.layer.empty()) {
         throw Error("it has no layer '" + request.layer + "': pictures of this format have none");
     }
-    if (request.format == "tiff") {
-        checkTiff(specs.front());
-    }
-    extras->chosen = isNamed ? namedLayer(specs, request.layer)
-                             : ChosenLayer{0, orderedColours(specs.front())};
+    checkFormat(request.format, specs.front());
+    extras->chosen =
+        isNamed ? namedLayer(specs, request.layer) : ChosenLayer{0, orderedColours(specs.front())};
     if (isLarge) {
         request.warnOfMetadata();
     }

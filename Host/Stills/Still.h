@@ -47,7 +47,7 @@ struct StillRequest {
     std::function<void(int width, int height)> checkSize;
     std::int64_t mostBytes = 0; ///< that all channels of all parts may take, unpacked
     std::int64_t metadata = 0;  ///< bytes of texts, profiles and the like; more are left out
-    std::function<void()> warnOfMetadata; ///< called where some were left out
+    std::function<void()> warnOfMetadata;         ///< called where some were left out
     std::function<void(const std::string&)> warn; ///< what else isn't in the world, in words
 };
 

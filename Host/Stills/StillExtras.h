@@ -9,7 +9,7 @@
 namespace Vexorel::PrismDrift::Host {
 
 struct StillExtras {
-    std::string format;           ///< by OpenImageIO's name
+    std::string format;            ///< by OpenImageIO's name
     std::vector<StoredPart> parts; ///< upright; without pixels where only the colours matter
     ChosenLayer chosen;
     std::string layer; ///< as it was asked for

@@ -88,8 +88,7 @@ Depth depthOf(const ImageSpec& spec, const ColourChannels& colours) {
 }
 
 void turn(StoredPart& part) {
-    const Orientation turn =
-        Orientation::ofTag(part.spec.get_int_attribute("Orientation", 1));
+    const Orientation turn = Orientation::ofTag(part.spec.get_int_attribute("Orientation", 1));
     part.spec.erase_attribute("Orientation");
     if (turn.upright()) {
         return;

@@ -149,8 +149,8 @@ World worldOf(const StoredPart& part, const ColourChannels& colours, PF_PixelFor
     const std::size_t step = storedPixelBytes(part.spec);
     std::vector<float> line(static_cast<std::size_t>(shown.width) * channelCount);
     for (int y = 0; y < shown.height; ++y) {
-        const std::byte* row = part.row(shown.y - data.y + y) +
-                               step * static_cast<std::size_t>(shown.x - data.x);
+        const std::byte* row =
+            part.row(shown.y - data.y + y) + step * static_cast<std::size_t>(shown.x - data.x);
         std::uint8_t* to = world.row(shown.y - frame.y + y) +
                            world.pixelBytes() * static_cast<std::size_t>(shown.x - frame.x);
         if (copies) {

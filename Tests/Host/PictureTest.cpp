@@ -133,7 +133,7 @@ TEST_F(PictureTest, WhatIsNoPictureIsRefusedWithItsReason) {
         {"drawing", "no picture"},
         {"drawing.svg", "format, svg, isn't"},
         {"upside.pfm", "format isn't read"},
-        {"secret.dpx", "doesn't know Encryption"}};
+        {"secret.dpx", "isn't read"}};
     for (const std::string ending : {"png", "jpg", "tif", "webp", "bmp", "tga"}) {
         const std::string name = "cut." + ending;
         writePicture(path(name), {noise(300, 300, false), {}});
@@ -228,7 +228,6 @@ TEST_F(PictureTest, DamagedMetadataAreLeftOutAndDamagedPixelsRefused) {
     shell("convert in.png a.tif; "
           "LC_ALL=C sed -i 's/\\x29\\x01\\x03/\\x29\\x01\\x01/' a.tif");
     EXPECT_EQ(difference(readPicture(path("a.tif"), limits).world, picture.world).second, 0);
-    EXPECT_EQ(warnings, 1);
     for (const auto& [name, place, inserted] : cases) {
         const std::string ending = fs::path(name).extension();
         writePicture(path("fine" + ending), picture);
@@ -272,13 +271,11 @@ TEST_F(PictureTest, ATiffIsReadRightOrRefusedByName) {
         {"b.tif; LC_ALL=C sed 's/R\\x01\\x03\\x00\\x01\\x00\\x00\\x00\\x02/"
          "S\\x01\\x03\\x00\\x01\\x00\\x00\\x00\\x04/' b.tif >a.tif; :",
          ""}, // its numbers are of an undefined kind
-        {"-define tiff:tile-geometry=32x32", "its TIFF is stored in tiles, .*: save it in strips"},
-        {"-compress JPEG", "its TIFF is compressed by JPEG, .*"},
-        {"-depth 16 -define quantum:format=floating-point -compress LZW", "its TIFF holds num.*"},
-        {"-colorspace CMYK -depth 16", "its TIFF is CMYK of 16 bits, .*: save it as RGB"},
-        {"-colorspace Lab", "its TIFF has other colours than .*"},
-        {"-alpha off -colorspace Gray -depth 4 -compress None -define tiff:fill-order=lsb",
-         "the deco.*empty.*"},
+        {"-define tiff:tile-geometry=32x32", ""},
+        {"-define tiff:endian=msb -compress JPEG -quality 100 -sampling-factor 1x1", ""},
+        {"-depth 16 -define quantum:format=floating-point -compress LZW", ""},
+        {"-colorspace CMYK -depth 16", "its TIFF has other inks than CMYK, .*: save it as RGB"},
+        {"-alpha off -colorspace Lab", "its TIFF has other colours than .*"},
     };
     for (const auto& [options, expected] : cases) {
         SCOPED_TRACE(options);
