@@ -9,6 +9,7 @@
 #include <fstream>
 #include <optional>
 #include <string_view>
+#include <vector>
 
 namespace Vexorel::PrismDrift::Host {
 namespace {
@@ -81,26 +82,36 @@ const char* ofPng(FileBytes& file) {
     return isMore ? "png" : ffmpeg;
 }
 
-// Whether the first directory of a TIFF says that it is a camera's negative.
-bool isNegative(FileBytes& file, bool isBigEndian) {
-    constexpr std::uint64_t dngVersion = 50706;
+// The tags of the first directory of a TIFF that isn't a BigTIFF.
+std::vector<std::uint64_t> tagsOf(FileBytes& file, bool isBigEndian) {
     const std::uint64_t directory = file.number(4, 4, isBigEndian).value_or(0);
     const std::uint64_t count = file.number(directory, 2, isBigEndian).value_or(0);
+    std::vector<std::uint64_t> tags;
     for (std::uint64_t i = 0; i < count; ++i) {
         const auto tag = file.number(directory + 2 + 12 * i, 2, isBigEndian);
-        if (!tag || *tag == dngVersion) {
-            return tag.has_value();
+        if (!tag) {
+            break;
         }
+        tags.push_back(*tag);
     }
-    return false;
+    return tags;
 }
 
 const char* ofTiff(FileBytes& file, std::string_view start, const std::string& ending) {
+    constexpr std::uint64_t bitsPerSample = 258;
+    constexpr std::uint64_t dngVersion = 50706;
+    const bool isBig = start[2] == '+' || start[3] == '+';
+    const std::vector<std::uint64_t> tags = tagsOf(file, start[0] == 'M');
+    const auto has = [&](std::uint64_t tag) {
+        return std::find(tags.begin(), tags.end(), tag) != tags.end();
+    };
     const bool isRaw = start.substr(8, 2) == "CR" ||
                        isAmong(ending, {"3fr", "arw", "cr2", "dcr", "dng", "erf", "k25", "kdc",
                                         "mef", "mos", "nef", "nrw", "pef", "sr2", "srf", "srw"}) ||
-                       isNegative(file, start[0] == 'M');
-    return isRaw ? "raw" : "tiff";
+                       (!isBig && has(dngVersion));
+    // A TIFF has 1 bit unless it says otherwise. OpenImageIO takes it for 8.
+    const bool isBilevel = !isRaw && !isBig && !has(bitsPerSample);
+    return isRaw ? "raw" : isBilevel ? ffmpeg : "tiff";
 }
 
 const char* ofIsoMedia(std::string_view start) {
