@@ -5,6 +5,7 @@
 #include "Host/Media/ClipError.h"
 #include "Host/Media/PixelConversion.h"
 #include "Host/Media/PixelFormats.h"
+#include "Host/Media/StillsModuleLoader.h"
 #include "Host/Media/VideoFormats.h"
 
 #include <algorithm>
@@ -12,6 +13,7 @@
 #include <cstring>
 #include <new>
 #include <string_view>
+#include <utility>
 
 extern "C" {
 #include <libavutil/pixdesc.h>
@@ -22,12 +24,17 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// A format of pictures: its ending, its name for messages, its encoder with options.
+// Which pictures OpenImageIO writes into a format's files, where its module is there.
+enum class Stills { None, Deep, DeepOrWithMetadata, All };
+
+// A format of pictures: its ending, its name for messages, FFmpeg's encoder with options; none
+// where only OpenImageIO writes it.
 struct Format {
     const char* ending;
     const char* name;
     const char* encoder;
     const char* options;
+    Stills stills = Stills::None;
     int longestSide = largestSide;
 };
 
@@ -41,22 +48,38 @@ constexpr const char* webpOptions = "lossless=1:quality=20:compression_level=1";
 constexpr int webpSide = 16383;
 
 constexpr std::array formats = {
-    Format{"png", "PNG", "png", pngOptions},
-    Format{"jpg", "JPEG", "mjpeg", jpegOptions},
-    Format{"jpeg", "JPEG", "mjpeg", jpegOptions},
-    Format{"tif", "TIFF", "tiff", tiffOptions},
-    Format{"tiff", "TIFF", "tiff", tiffOptions},
-    Format{"webp", "WebP", "libwebp", webpOptions, webpSide},
+    Format{"png", "PNG", "png", pngOptions, Stills::DeepOrWithMetadata},
+    Format{"jpg", "JPEG", "mjpeg", jpegOptions, Stills::All},
+    Format{"jpeg", "JPEG", "mjpeg", jpegOptions, Stills::All},
+    Format{"tif", "TIFF", "tiff", tiffOptions, Stills::All},
+    Format{"tiff", "TIFF", "tiff", tiffOptions, Stills::All},
+    Format{"webp", "WebP", "libwebp", webpOptions, Stills::None, webpSide},
     Format{"bmp", "BMP", "bmp", ""},
     Format{"tga", "TGA", "targa", ""},
-    Format{"ppm", "PPM", "ppm", ""},
+    Format{"ppm", "PPM", "ppm", "", Stills::Deep},
     Format{"pam", "PAM", "pam", ""},
-    Format{"sgi", "SGI", "sgi", ""},
+    Format{"sgi", "SGI", "sgi", "", Stills::Deep},
     Format{"qoi", "QOI", "qoi", ""},
+    Format{"exr", "OpenEXR", nullptr, "", Stills::All},
+    Format{"dpx", "DPX", nullptr, "", Stills::All},
+    Format{"hdr", "Radiance HDR", nullptr, "", Stills::All},
 };
 
 bool isAvailable(const Format& format) {
-    return avcodec_find_encoder_by_name(format.encoder) != nullptr;
+    return format.encoder != nullptr ? avcodec_find_encoder_by_name(format.encoder) != nullptr
+                                     : hasStills();
+}
+
+bool isDeep(const World& world) {
+    return world.format() != PF_PixelFormat_ARGB32;
+}
+
+// Whether OpenImageIO writes the picture. Where its module is missing, FFmpeg writes what it can.
+bool isStill(const Format& format, const Picture& picture, const PictureOutput& output) {
+    const bool deep = isDeep(picture.world) || (output.depth && output.depth->isDeep());
+    const bool isMeant = format.stills == Stills::All || (format.stills != Stills::None && deep) ||
+                         (format.stills == Stills::DeepOrWithMetadata && picture.extras != nullptr);
+    return isMeant && (format.encoder == nullptr || deep || reasonWithoutStills().empty());
 }
 
 // The format with this ending, null for none.
@@ -145,6 +168,17 @@ bool keepsAlpha(const Format& format) {
     return (av_pix_fmt_desc_get(chosen)->flags & AV_PIX_FMT_FLAG_ALPHA) != 0;
 }
 
+EncodedPicture encodedByFFmpeg(const Format& format, const Picture& picture) {
+    const bool alpha = hasAlpha(picture.world);
+    const auto packet = encode(format, picture, alpha);
+    EncodedPicture encoded{{packet->data, packet->data + packet->size}, {}};
+    if (alpha && !keepsAlpha(format)) {
+        encoded.losses.push_back(std::string(format.name) +
+                                 " has no transparency: the alpha is lost");
+    }
+    return encoded;
+}
+
 } // namespace
 
 EncodedPicture encodedPicture(const Picture& picture, const PictureOutput& output) {
@@ -152,14 +186,16 @@ EncodedPicture encodedPicture(const Picture& picture, const PictureOutput& outpu
     if (format == nullptr) {
         throw Error("'" + output.ending + "' is no format of pictures");
     }
-    const bool alpha = hasAlpha(picture.world);
-    const auto packet = encode(*format, picture, alpha);
-    EncodedPicture encoded{{packet->data, packet->data + packet->size}, {}};
-    if (alpha && !keepsAlpha(*format)) {
-        encoded.losses.push_back(std::string(format->name) +
-                                 " has no transparency: the alpha is lost");
+    if (!isStill(*format, picture, output)) {
+        return encodedByFFmpeg(*format, picture);
     }
-    return encoded;
+    StillFile file = stills().encodedStill({.world = picture.world,
+                                            .depth = picture.depth,
+                                            .isAssociated = picture.isAssociated,
+                                            .colorProfile = picture.colorProfile,
+                                            .extras = picture.extras.get()},
+                                           format->ending, output.depth, output.dithers);
+    return {std::move(file.bytes), std::move(file.losses)};
 }
 
 std::string endingOf(const fs::path& file) {

@@ -5,6 +5,11 @@
 
 #include "Host/Stills/Layers.h"
 #include "Host/Stills/Still.h"
+#include "Host/Stills/StillFormats.h"
+
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace Vexorel::PrismDrift::Host {
 
@@ -24,6 +29,14 @@ bool limitMetadata(ImageSpec& spec, std::int64_t bytes);
 
 /// The ICC profile of RGB colours, empty for none and for other colours.
 std::vector<std::uint8_t> profileOf(const ImageSpec& spec);
+
+/// Gives the file to be written what the picture's own file says beside the pixels, as far as the
+/// format has a place for it, and adds a line for each thing that it has none for.
+void carryMetadata(const StillPicture& picture, const StillFormat& format, ImageSpec& spec,
+                   std::vector<std::string>& losses);
+
+/// Adds to a PNG's bytes what OpenImageIO doesn't write into one: EXIF and XMP.
+void addPngMetadata(const StillPicture& picture, std::vector<std::uint8_t>& png);
 
 /// The colours' primaries and curve by the numbers of H.273, 2 where they aren't known.
 std::pair<int, int> colourCodes(const ImageSpec& spec);

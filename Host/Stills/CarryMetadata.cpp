@@ -1,0 +1,168 @@
+#include "Host/Library/Error.h"
+#include "Host/Stills/StillExtras.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+// Of a header that takes one of the TIFF library's.
+OIIO_NAMESPACE_BEGIN
+OIIO_API void encode_exif(const ImageSpec& spec, std::vector<char>& blob);
+OIIO_API std::string encode_xmp(const ImageSpec& spec, bool minimal);
+OIIO_NAMESPACE_END
+
+namespace Vexorel::PrismDrift::Host {
+namespace {
+
+enum class Kind { Text, Exif, Resolution, Film, Space, Own };
+
+bool startsWith(std::string_view text, std::string_view start) {
+    return text.substr(0, start.size()) == start;
+}
+
+bool isAmong(std::string_view name, std::initializer_list<std::string_view> list) {
+    return std::find(list.begin(), list.end(), name) != list.end();
+}
+
+// Own: what a reader says of its file, or of how its pixels were packed.
+Kind kindOf(std::string_view name) {
+    if (isAmong(name, {"oiio:ColorSpace", "oiio:Gamma", "chromaticities"})) {
+        return Kind::Space;
+    }
+    if (isAmong(name, {"XResolution", "YResolution", "ResolutionUnit", "PixelAspectRatio"})) {
+        return Kind::Resolution;
+    }
+    if (isAmong(name, {"smpte:TimeCode", "smpte:KeyCode", "FramesPerSecond"})) {
+        return Kind::Film;
+    }
+    for (const std::string_view start : {"Exif:", "GPS:", "IPTC:", "xmp:", "XMP:"}) {
+        if (startsWith(name, start)) {
+            return Kind::Exif;
+        }
+    }
+    const bool isText =
+        isAmong(name, {"ImageDescription", "Artist", "Copyright", "Software", "DateTime", "Make",
+                       "Model", "DocumentName", "HostComputer", "Keywords", "PageName"});
+    return isText ? Kind::Text : Kind::Own;
+}
+
+bool isTaken(Kind kind, std::string_view name, const StillFormat& format, bool isSameFormat) {
+    switch (kind) {
+    case Kind::Text:
+        return format.hasTexts || std::string_view(format.format) == "dpx";
+    case Kind::Exif:
+        return format.hasExif && std::string_view(format.format) != "png";
+    case Kind::Resolution:
+        return format.hasExif || std::string_view(format.format) == "dpx";
+    case Kind::Film:
+        return isAmong(format.format, {"dpx", "openexr"});
+    case Kind::Space:
+        return isAmong(format.format, {"png", "openexr"});
+    default: // those of the same format, but for how it was packed
+        return isSameFormat && (startsWith(name, "dpx:") ||
+                                (std::string_view(format.format) == "openexr" &&
+                                 !startsWith(name, "oiio:") && !startsWith(name, "openexr:")));
+    }
+}
+
+bool has(const ImageSpec& spec, Kind kind) {
+    return std::any_of(
+        spec.extra_attribs.begin(), spec.extra_attribs.end(),
+        [&](const OIIO::ParamValue& value) { return kindOf(value.name().string()) == kind; });
+}
+
+// The channels and parts that aren't the picture.
+std::vector<std::string> furtherChannels(const StillExtras& extras) {
+    std::vector<std::string> names;
+    for (std::size_t i = 0; i < extras.parts.size(); ++i) {
+        const ImageSpec& spec = extras.parts[i].spec;
+        for (int channel = 0; channel < spec.nchannels; ++channel) {
+            if (static_cast<int>(i) != extras.chosen.part || !extras.chosen.colours.has(channel)) {
+                names.push_back(spec.channelnames[static_cast<std::size_t>(channel)]);
+            }
+        }
+    }
+    return names;
+}
+
+void addLosses(const StillExtras& extras, const StillFormat& format,
+               std::vector<std::string>& losses) {
+    const std::string noPlace = std::string(format.name) + " has no place for ";
+    const std::vector<std::string> channels = furtherChannels(extras);
+    const bool keepsChannels = extras.format == "openexr" && extras.format == format.format;
+    if (!channels.empty() && !keepsChannels) {
+        losses.push_back(noPlace + std::to_string(channels.size()) +
+                         (channels.size() == 1 ? " further channel (" : " further channels (") +
+                         listed(channels) + ")");
+    }
+    if (has(extras.spec(), Kind::Exif) && !format.hasExif) {
+        losses.push_back(noPlace + "EXIF, IPTC and XMP");
+    }
+    if (has(extras.spec(), Kind::Film) && !isTaken(Kind::Film, "", format, false)) {
+        losses.push_back(noPlace + "time codes and key codes");
+    }
+}
+
+// A chunk with its length and its checksum.
+std::string chunk(const std::string& type, std::string_view data) {
+    const std::string checked = type + std::string(data);
+    std::uint32_t sum = 0xFFFFFFFFU;
+    for (const char byte : checked) {
+        sum ^= static_cast<std::uint8_t>(byte);
+        for (int bit = 0; bit < 8; ++bit) {
+            sum = (sum >> 1U) ^ ((sum & 1U) != 0 ? 0xEDB88320U : 0U);
+        }
+    }
+    const auto number = [](std::uint32_t value) {
+        return std::string{static_cast<char>(value >> 24U), static_cast<char>(value >> 16U),
+                           static_cast<char>(value >> 8U), static_cast<char>(value)};
+    };
+    return number(static_cast<std::uint32_t>(data.size())) + checked + number(~sum);
+}
+
+} // namespace
+
+void carryMetadata(const StillPicture& picture, const StillFormat& format, ImageSpec& spec,
+                   std::vector<std::string>& losses) {
+    if (!picture.colorProfile.empty()) {
+        if (format.hasProfile) {
+            spec.attribute("ICCProfile",
+                           TypeDesc(TypeDesc::UINT8, static_cast<int>(picture.colorProfile.size())),
+                           picture.colorProfile.data());
+        } else {
+            losses.push_back(std::string(format.name) + " has no place for a colour profile");
+        }
+    }
+    if (picture.extras == nullptr) {
+        return;
+    }
+    const bool isSameFormat = picture.extras->format == format.format;
+    for (const OIIO::ParamValue& value : picture.extras->spec().extra_attribs) {
+        const std::string name = value.name().string();
+        if (isTaken(kindOf(name), name, format, isSameFormat) && name != "ICCProfile" &&
+            spec.find_attribute(name) == nullptr) {
+            spec.attribute(name, value.type(), value.data());
+        }
+    }
+    addLosses(*picture.extras, format, losses);
+}
+
+void addPngMetadata(const StillPicture& picture, std::vector<std::uint8_t>& png) {
+    if (picture.extras == nullptr) {
+        return;
+    }
+    std::string chunks;
+    const ImageSpec& spec = picture.extras->spec();
+    if (has(spec, Kind::Exif)) {
+        std::vector<char> exif;
+        OIIO::encode_exif(spec, exif);
+        chunks += exif.empty() ? "" : chunk("eXIf", {exif.data(), exif.size()});
+        const std::string xmp = OIIO::encode_xmp(spec, true);
+        constexpr std::string_view head("XML:com.adobe.xmp\0\0\0\0\0", 22);
+        chunks += xmp.empty() ? "" : chunk("iTXt", std::string(head) + xmp);
+    }
+    constexpr std::ptrdiff_t behindHeader = 33;
+    png.insert(png.begin() + behindHeader, chunks.begin(), chunks.end());
+}
+
+} // namespace Vexorel::PrismDrift::Host
