@@ -13,7 +13,6 @@ const std::vector<StillFormat>& formats() {
     constexpr Depth twelve{12, false};
     constexpr Depth sixteen{16, false};
     constexpr bool yes = true;
-    constexpr bool no = false;
     static const std::vector<StillFormat> all = {
         {"png", "png", "PNG", {eight, sixteen}, Alpha::Straight, yes, yes, yes},
         {"jpg", "jpeg", "JPEG", {eight}, Alpha::None, yes, yes, yes, "jpeg:97"},
