@@ -2,6 +2,7 @@
 
 #include "Host/Media/ClipError.h"
 #include "Host/Media/FrameProperties.h"
+#include "Host/Media/HdrMetadata.h"
 #include "Host/Media/PixelFormats.h"
 
 #include <algorithm>
@@ -141,6 +142,7 @@ std::optional<ClipItem> VideoReader::frameItem(AVFrame& frame) {
 Picture VideoReader::pictureOf(AVFrame& frame) {
     frame.sample_aspect_ratio =
         av_guess_sample_aspect_ratio(&mDemuxer->context(), &stream(), &frame);
+    addHdrMetadata(stream(), frame);
     const Depth depth = depthOf(static_cast<AVPixelFormat>(frame.format));
     World world(frame.width, frame.height, worldFormatFor(mInput.picture.worlds, depth));
     if (!mConverter || mConverter->layout() != layoutOf(frame)) {
