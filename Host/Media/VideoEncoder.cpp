@@ -1,6 +1,7 @@
 #include "Host/Media/VideoEncoder.h"
 
 #include "Host/Media/ClipError.h"
+#include "Host/Media/HdrMetadata.h"
 #include "Host/Media/PixelFormats.h"
 #include "Host/Media/PixelLayout.h"
 
@@ -34,12 +35,37 @@ struct Encoding {
     AVPixelFormat format;
 };
 
-Encoding chooseEncoding(const EncoderSettings& settings, const AVFrame& source, int width,
-                        int height) {
-    const ClipOutput& output = settings.output;
-    const std::string size = sizeText(width, height);
-    const VideoCodec& codec = chooseCodec(settings.container, output.codec, settings.clipCodec,
-                                          carriesAlpha(static_cast<AVPixelFormat>(source.format)));
+// What to write where the codec can.
+Depth wantedDepth(const ClipOutput& output, const Picture& picture) {
+    const bool isDeep = picture.world.format() != PF_PixelFormat_ARGB32;
+    return output.depth ? *output.depth : isDeep ? picture.depth : Depth();
+}
+
+// Warns of what the format loses of the wanted depth.
+void warnOfDepth(const ClipOutput& output, const Encoding& encoding, const Depth& wanted) {
+    const Depth held = depthOf(encoding.format);
+    const std::string codec = encoding.codec.name;
+    const bool isCut = wanted.isFloat && !held.isFloat;
+    const bool isChosen = !output.pixelFormat.empty() && !output.depth;
+    if (!isChosen && (held.bits < wanted.bits || isCut)) {
+        output.warn(codec + " holds " + textOf(held) + ", not " +
+                    (wanted.isFloat ? textOf(wanted) : std::to_string(wanted.bits)) +
+                    (isCut ? ": what lies beyond 0 to 1 is cut off" : ""));
+    }
+    if (output.codec == "h264" && output.pixelFormat.empty() && held.isDeep()) {
+        output.warn("h264 of " + textOf(held) + " isn't shown by some players");
+    }
+}
+
+// The format with a chroma value for each pixel, and as many bits.
+AVPixelFormat fullChroma(AVPixelFormat format) {
+    const int bits = depthOf(format).bits;
+    return bits == 8    ? AV_PIX_FMT_YUV444P
+           : bits == 10 ? AV_PIX_FMT_YUV444P10LE
+                        : AV_PIX_FMT_YUV444P12LE;
+}
+
+void warnOfSettings(const ClipOutput& output, const VideoCodec& codec) {
     if (output.quality && codec.qualityOption == nullptr) {
         output.warn(std::string(codec.name) + " has no quality to choose");
     }
@@ -49,6 +75,19 @@ Encoding chooseEncoding(const EncoderSettings& settings, const AVFrame& source, 
             output.warn(std::string(codec.name) + " has no encoder presets to choose");
         }
     }
+}
+
+Encoding chooseEncoding(const EncoderSettings& settings, const AVFrame& source,
+                        const Picture& picture) {
+    const ClipOutput& output = settings.output;
+    const int width = picture.world.width();
+    const int height = picture.world.height();
+    const std::string size = sizeText(width, height);
+    const Depth depth = wantedDepth(output, picture);
+    const VideoCodec& codec =
+        chooseCodec(settings.container, output.codec, settings.clipCodec,
+                    carriesAlpha(static_cast<AVPixelFormat>(source.format)), depth);
+    warnOfSettings(output, codec);
     // x265 opens at 16 pixels a side, but up to a width of 48, three of its blocks, it writes whole
     // vectors beyond its own memory. How long these are depends on the processor: one block more.
     constexpr int leastWidth = 64;
@@ -57,7 +96,9 @@ Encoding chooseEncoding(const EncoderSettings& settings, const AVFrame& source, 
         throw ClipError(ClipReason::ValueNotTaken, {ClipSetting::Codec},
                         "hevc takes 64x16 pixels and more, not " + size);
     }
-    const AVPixelFormat format = choosePixelFormat(codec, output.pixelFormat, source);
+    const AVPixelFormat format =
+        choosePixelFormat(settings.container, codec, output.pixelFormat, source, depth);
+    warnOfDepth(output, {codec, format}, depth);
     if (!needsEvenSides(codec, format, width, height)) {
         return {codec, format};
     }
@@ -66,12 +107,18 @@ Encoding chooseEncoding(const EncoderSettings& settings, const AVFrame& source, 
                         output.pixelFormat + " takes even sides only in " + codec.name + ", not " +
                             size);
     }
-    output.warn("a size of " + size + " goes into " + codec.name +
-                " as yuv444p only, which some players don't show");
-    return {codec, AV_PIX_FMT_YUV444P};
+    const AVPixelFormat full = fullChroma(format);
+    output.warn("a size of " + size + " goes into " + codec.name + " as " +
+                av_get_pix_fmt_name(full) + " only, which some players don't show");
+    return {codec, full};
 }
 
-// The colours of the source, and BT.709's where RGB becomes YUV. A container without a field for
+bool isYuvFrame(const AVFrame& frame) {
+    return isYuv(static_cast<AVPixelFormat>(frame.format));
+}
+
+// The colours of the source, and BT.709's where RGB becomes YUV, or BT.2020's where deep RGB is
+// said to be that. A container without a field for
 // the matrix gets BT.601's, which readers assume.
 void setColours(AVCodecContext& encoder, const AVFrame& source, bool saysColours) {
     const AVPixFmtDescriptor* to = av_pix_fmt_desc_get(encoder.pix_fmt);
@@ -95,7 +142,9 @@ void setColours(AVCodecContext& encoder, const AVFrame& source, bool saysColours
     if (!saysColours) {
         return;
     }
-    encoder.colorspace = AVCOL_SPC_BT709;
+    const bool isWide =
+        depthOf(encoder.pix_fmt).isDeep() && source.color_primaries == AVCOL_PRI_BT2020;
+    encoder.colorspace = isWide ? AVCOL_SPC_BT2020_NCL : AVCOL_SPC_BT709;
     if (source.color_primaries == AVCOL_PRI_UNSPECIFIED) {
         encoder.color_primaries = AVCOL_PRI_BT709;
     }
@@ -104,10 +153,22 @@ void setColours(AVCodecContext& encoder, const AVFrame& source, bool saysColours
     }
 }
 
+// Pictures that are shown wrongly without what the container has no place for.
+void warnOfLostTags(const EncoderSettings& settings, const AVFrame& source,
+                    const HdrMetadata& hdr) {
+    const bool isHdr = source.color_trc == AVCOL_TRC_SMPTE2084 ||
+                       source.color_trc == AVCOL_TRC_ARIB_STD_B67 ||
+                       source.color_primaries == AVCOL_PRI_BT2020 || !hdr.isEmpty();
+    if (isHdr) {
+        settings.output.warn(std::string(".") + settings.container.ending +
+                             " has no place for what HDR pictures say of their colours");
+    }
+}
+
 FFmpegPtr<AVCodecContext> openContext(const EncoderSettings& settings, const ClipFrame& first) {
     const auto source = sourceOf(first);
     const World& world = first.picture.world;
-    const auto [codec, format] = chooseEncoding(settings, *source, world.width(), world.height());
+    const auto [codec, format] = chooseEncoding(settings, *source, first.picture);
     const AVCodec* encoder = avcodec_find_encoder_by_name(codec.encoder);
     auto context = owned(avcodec_alloc_context3(encoder));
     context->width = world.width();
@@ -126,8 +187,12 @@ FFmpegPtr<AVCodecContext> openContext(const EncoderSettings& settings, const Cli
     }
     context->chroma_sample_location = writtenChroma(codec, settings.container, format,
                                                     context->color_range, layoutOf(*source).chroma);
+    const HdrMetadata hdr = HdrMetadata::of(source.get());
+    if (!settings.container.saysHdr) {
+        warnOfLostTags(settings, *source, hdr);
+    }
     Dictionary options(encoderOptions(codec, settings.output.quality.value_or(defaultQuality),
-                                      settings.output.encoderPreset));
+                                      settings.output.encoderPreset, hdr));
     checkResult(avcodec_open2(context.get(), encoder, options.pointer()));
     options.checkAllTaken();
     return context;
@@ -139,7 +204,8 @@ VideoEncoder::VideoEncoder(const EncoderSettings& settings, const ClipFrame& fir
     : mOutput(settings.output),
       mContext(openContext(settings, first)),
       mConverter({mContext->width, mContext->height, mContext->pix_fmt, mContext->colorspace,
-                  mContext->color_range, mContext->chroma_sample_location}),
+                  mContext->color_range, mContext->chroma_sample_location},
+                 first.picture.world.format(), {mOutput.dithers, !isYuvFrame(*sourceOf(first))}),
       mMayLoseAlpha(!carriesAlpha(mContext->pix_fmt)) {}
 
 void VideoEncoder::send(const ClipFrame& frame, std::int64_t time) {

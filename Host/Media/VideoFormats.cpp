@@ -32,8 +32,12 @@ const std::vector<VideoCodec>& codecs() {
     static const std::vector<VideoCodec> all = {
         {.name = "h264",
          .encoder = "libx264",
-         .formats = {AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUV422P, AV_PIX_FMT_YUV444P},
+         .formats = {AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUV422P, AV_PIX_FMT_YUV444P,
+                     AV_PIX_FMT_YUV420P10LE, AV_PIX_FMT_YUV422P10LE, AV_PIX_FMT_YUV444P10LE},
          .options = "rc-lookahead=12",
+         .parametersOption = "x264-params",
+         .masteringDisplay = "mastering-display",
+         .contentLight = "cll",
          .qualityOption = "crf",
          .worst = 51,
          .best = 7,
@@ -42,8 +46,13 @@ const std::vector<VideoCodec>& codecs() {
          .saysChroma = true},
         {.name = "hevc",
          .encoder = "libx265",
-         .formats = {AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUV422P, AV_PIX_FMT_YUV444P},
-         .options = "x265-params=log-level=none\\:rc-lookahead=12",
+         .formats = {AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUV422P, AV_PIX_FMT_YUV444P,
+                     AV_PIX_FMT_YUV420P10LE, AV_PIX_FMT_YUV422P10LE, AV_PIX_FMT_YUV444P10LE,
+                     AV_PIX_FMT_YUV420P12LE, AV_PIX_FMT_YUV422P12LE, AV_PIX_FMT_YUV444P12LE},
+         .parametersOption = "x265-params",
+         .parameters = "log-level=none:rc-lookahead=12",
+         .masteringDisplay = "master-display",
+         .contentLight = "max-cll",
          .qualityOption = "crf",
          .worst = 51,
          .best = 9,
@@ -53,7 +62,9 @@ const std::vector<VideoCodec>& codecs() {
         {.name = "vp9",
          .encoder = "libvpx-vp9",
          .formats = {AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUVA420P, AV_PIX_FMT_YUV422P,
-                     AV_PIX_FMT_YUV444P},
+                     AV_PIX_FMT_YUV444P, AV_PIX_FMT_YUV420P10LE, AV_PIX_FMT_YUV422P10LE,
+                     AV_PIX_FMT_YUV444P10LE, AV_PIX_FMT_YUV420P12LE, AV_PIX_FMT_YUV422P12LE,
+                     AV_PIX_FMT_YUV444P12LE},
          .options = "b=0:row-mt=1:cpu-used=4:auto-alt-ref=0:lag-in-frames=12",
          .qualityOption = "crf",
          .worst = 63,
@@ -67,60 +78,90 @@ const std::vector<VideoCodec>& codecs() {
         {.name = "qtrle", .encoder = "qtrle", .formats = {AV_PIX_FMT_RGB24, AV_PIX_FMT_ARGB}},
         {.name = "png",
          .encoder = "png",
-         .formats = {AV_PIX_FMT_RGB24, AV_PIX_FMT_RGBA},
+         .formats = {AV_PIX_FMT_RGB24, AV_PIX_FMT_RGBA, AV_PIX_FMT_RGB48BE, AV_PIX_FMT_RGBA64BE},
          .options = "pred=paeth:compression_level=1"},
         {.name = "ffv1",
          .encoder = "ffv1",
-         .formats = {AV_PIX_FMT_BGR0, AV_PIX_FMT_BGRA, AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUV422P,
-                     AV_PIX_FMT_YUV444P, AV_PIX_FMT_YUVA420P, AV_PIX_FMT_YUVA422P,
-                     AV_PIX_FMT_YUVA444P},
+         .formats = {AV_PIX_FMT_BGR0,         AV_PIX_FMT_BGRA,         AV_PIX_FMT_YUV420P,
+                     AV_PIX_FMT_YUV422P,      AV_PIX_FMT_YUV444P,      AV_PIX_FMT_YUVA420P,
+                     AV_PIX_FMT_YUVA422P,     AV_PIX_FMT_YUVA444P,     AV_PIX_FMT_GBRP10LE,
+                     AV_PIX_FMT_GBRP12LE,     AV_PIX_FMT_GBRP14LE,     AV_PIX_FMT_GBRP16LE,
+                     AV_PIX_FMT_GBRAP10LE,    AV_PIX_FMT_GBRAP12LE,    AV_PIX_FMT_GBRAP16LE,
+                     AV_PIX_FMT_YUV420P10LE,  AV_PIX_FMT_YUV422P10LE,  AV_PIX_FMT_YUV444P10LE,
+                     AV_PIX_FMT_YUV420P12LE,  AV_PIX_FMT_YUV422P12LE,  AV_PIX_FMT_YUV444P12LE,
+                     AV_PIX_FMT_YUV420P14LE,  AV_PIX_FMT_YUV422P14LE,  AV_PIX_FMT_YUV444P14LE,
+                     AV_PIX_FMT_YUV420P16LE,  AV_PIX_FMT_YUV422P16LE,  AV_PIX_FMT_YUV444P16LE,
+                     AV_PIX_FMT_YUVA420P10LE, AV_PIX_FMT_YUVA422P10LE, AV_PIX_FMT_YUVA444P10LE,
+                     AV_PIX_FMT_YUVA420P16LE, AV_PIX_FMT_YUVA422P16LE, AV_PIX_FMT_YUVA444P16LE},
          .options = "level=3:slicecrc=1"},
         {.name = "rawvideo", .encoder = "rawvideo"},
         {.name = "y4m",
          .encoder = "wrapped_avframe",
-         .formats = {AV_PIX_FMT_YUV444P, AV_PIX_FMT_YUV422P, AV_PIX_FMT_YUV420P}},
+         .formats = {AV_PIX_FMT_YUV444P, AV_PIX_FMT_YUV422P, AV_PIX_FMT_YUV420P,
+                     AV_PIX_FMT_YUV444P10LE, AV_PIX_FMT_YUV422P10LE, AV_PIX_FMT_YUV420P10LE,
+                     AV_PIX_FMT_YUV444P12LE, AV_PIX_FMT_YUV422P12LE, AV_PIX_FMT_YUV420P12LE,
+                     AV_PIX_FMT_YUV444P14LE, AV_PIX_FMT_YUV422P14LE, AV_PIX_FMT_YUV420P14LE,
+                     AV_PIX_FMT_YUV444P16LE, AV_PIX_FMT_YUV422P16LE, AV_PIX_FMT_YUV420P16LE}},
     };
     return all;
 }
 
 const std::vector<Container>& containers() {
     static const std::vector<Container> all = {
-        {.name = "mp4", .ending = "mp4", .codecs = {"h264", "hevc"}, .alphaCodec = "h264"},
-        {.name = "mp4", .ending = "m4v", .codecs = {"h264", "hevc"}, .alphaCodec = "h264"},
+        {.name = "mp4",
+         .ending = "mp4",
+         .codecs = {"h264", "hevc"},
+         .alphaCodec = "h264",
+         .deepCodec = "hevc"},
+        {.name = "mp4",
+         .ending = "m4v",
+         .codecs = {"h264", "hevc"},
+         .alphaCodec = "h264",
+         .deepCodec = "hevc"},
         {.name = "mov",
          .ending = "mov",
          .codecs = {"h264", "hevc", "prores", "qtrle", "png"},
-         .alphaCodec = "prores"},
+         .alphaCodec = "prores",
+         .deepCodec = "prores"},
         {.name = "matroska",
          .ending = "mkv",
          .codecs = {"h264", "hevc", "vp9", "ffv1", "png", "prores"},
          .alphaCodec = "ffv1",
+         .deepCodec = "hevc",
          .saysChroma = true},
         {.name = "webm",
          .ending = "webm",
          .codecs = {"vp9"},
          .alphaCodec = "vp9",
+         .deepCodec = "vp9",
          .saysChroma = true},
         {.name = "yuv4mpegpipe",
          .ending = "y4m",
          .codecs = {"y4m"},
          .alphaCodec = "y4m",
+         .deepCodec = "y4m",
          .saysColours = false,
+         .saysHdr = false,
          .countsFrames = true,
          .saysChroma = true},
         {.name = "rawvideo",
          .ending = "raw",
          .codecs = {"rawvideo"},
          .alphaCodec = "rawvideo",
+         .deepCodec = "rawvideo",
          .saysColours = false,
          .saysRange = false,
+         .saysHdr = false,
          .countsFrames = true},
         {.name = "nut",
          .ending = "nut",
          .codecs = {"rawvideo", "ffv1"},
          .alphaCodec = "rawvideo",
+         .deepCodec = "rawvideo",
          .saysColours = false,
-         .saysRange = false},
+         .saysRange = false,
+         .saysHdr = false,
+         .tagsRawFormats = true},
     };
     return all;
 }
@@ -179,6 +220,15 @@ bool hasPreset(const VideoCodec& codec, std::string_view wanted) {
                     "there is no encoder preset '" + wanted + "'" + known);
 }
 
+// Parameters as one option's value.
+std::string escaped(const std::string& parameters) {
+    std::string text;
+    for (const char letter : parameters.substr(parameters.front() == ':' ? 1 : 0)) {
+        text += letter == ':' ? "\\:" : std::string(1, letter);
+    }
+    return text;
+}
+
 // The properties by which a pixel format is chosen.
 struct Layout {
     bool rgb = false, alpha = false;
@@ -215,8 +265,14 @@ int distance(const Layout& wanted, const Layout& offered) {
            step(wanted.chromaHeight, offered.chromaHeight);
 }
 
-bool isTaken(AVPixelFormat format, const VideoCodec& codec) {
+// Whether readers of raw pixels of this format will know it.
+bool isTagged(AVPixelFormat format, const Container& container) {
+    return !container.tagsRawFormats || avcodec_pix_fmt_to_codec_tag(format) != 0;
+}
+
+bool isTaken(AVPixelFormat format, const Container& container, const VideoCodec& codec) {
     return format != AV_PIX_FMT_NONE && isConvertible(format) &&
+           (!codec.formats.empty() || isTagged(format, container)) &&
            (codec.formats.empty() ||
             std::find(codec.formats.begin(), codec.formats.end(), format) != codec.formats.end());
 }
@@ -241,13 +297,39 @@ bool isTaken(AVPixelFormat format, const VideoCodec& codec) {
                     "'" + wanted + "' is no pixel format of " + taker + known);
 }
 
-// The source's own format if it has 8 bits, else RGB.
-AVPixelFormat plainFormat(const AVFrame& source) {
+// The source's own format if it has this depth, else RGB.
+AVPixelFormat plainFormat(const Container& container, const AVFrame& source, const Depth& depth) {
     const auto own = static_cast<AVPixelFormat>(source.format);
-    if (depthOf(own).bits == 8 && own != AV_PIX_FMT_PAL8 && isConvertible(own)) {
+    const Depth wanted = depth.isDeep() ? depth : Depth{};
+    if (depthOf(own) == wanted && own != AV_PIX_FMT_PAL8 && isConvertible(own) &&
+        isTagged(own, container)) {
         return own;
     }
-    return carriesAlpha(own) ? AV_PIX_FMT_RGBA : AV_PIX_FMT_RGB24;
+    const bool alpha = carriesAlpha(own);
+    if (wanted.isFloat && isTagged(AV_PIX_FMT_GBRPF32LE, container)) {
+        return alpha ? AV_PIX_FMT_GBRAPF32LE : AV_PIX_FMT_GBRPF32LE;
+    }
+    if (wanted.isDeep()) {
+        return alpha ? AV_PIX_FMT_RGBA64LE : AV_PIX_FMT_RGB48LE;
+    }
+    return alpha ? AV_PIX_FMT_RGBA : AV_PIX_FMT_RGB24;
+}
+
+// The smaller, the better: bits that are lost weigh more than idle ones.
+int depthCost(const Depth& wanted, AVPixelFormat offered) {
+    constexpr int lost = 1000;
+    const int bits = depthOf(offered).bits;
+    return bits >= wanted.bits ? bits - wanted.bits : lost + wanted.bits - bits;
+}
+
+bool keepsAlpha(const VideoCodec& codec) {
+    return std::any_of(codec.formats.begin(), codec.formats.end(), &carriesAlpha);
+}
+
+bool keepsDepth(const VideoCodec& codec, const Depth& depth) {
+    return !depth.isDeep() || codec.formats.empty() ||
+           std::any_of(codec.formats.begin(), codec.formats.end(),
+                       [](AVPixelFormat format) { return depthOf(format).isDeep(); });
 }
 
 } // namespace
@@ -270,7 +352,7 @@ std::string containerEndings() {
 }
 
 const VideoCodec& chooseCodec(const Container& container, const std::string& wanted,
-                              AVCodecID ownCodec, bool alpha) {
+                              AVCodecID ownCodec, bool alpha, const Depth& depth) {
     if (!wanted.empty() && !has(container, wanted.c_str())) {
         std::string takes = ".";
         takes += container.ending;
@@ -283,15 +365,15 @@ const VideoCodec& chooseCodec(const Container& container, const std::string& wan
                         takes + "not '" + wanted + "'");
     }
     std::string name = !wanted.empty() ? wanted
-                       : alpha         ? container.alphaCodec
-                                       : container.codecs.front();
+                       : alpha && keepsAlpha(codecNamed(container.alphaCodec))
+                           ? container.alphaCodec
+                       : depth.isDeep() ? container.deepCodec
+                                        : container.codecs.front();
     for (const char* offered : container.codecs) {
         const VideoCodec& codec = codecNamed(offered);
-        const bool keepsAlpha =
-            std::any_of(codec.formats.begin(), codec.formats.end(), &carriesAlpha);
         const AVCodec* encoder = avcodec_find_encoder_by_name(codec.encoder);
         if (wanted.empty() && encoder != nullptr && encoder->id == ownCodec &&
-            (keepsAlpha || !alpha)) {
+            (keepsAlpha(codec) || !alpha) && keepsDepth(codec, depth)) {
             name = offered;
         }
     }
@@ -308,7 +390,7 @@ void checkPixelFormat(const Container& container, const std::string& codec,
     const AVPixelFormat format = av_get_pix_fmt(wanted.c_str());
     const auto possible = possibleCodecs(container, codec);
     if (std::none_of(possible.begin(), possible.end(),
-                     [format](const VideoCodec* one) { return isTaken(format, *one); })) {
+                     [&](const VideoCodec* one) { return isTaken(format, container, *one); })) {
         const std::string all = std::string(".") + container.ending;
         refusePixelFormat(wanted, possible.size() == 1 ? possible.front()->name : all, possible);
     }
@@ -329,22 +411,24 @@ void checkEncoderPreset(const VideoCodec& codec, const std::string& wanted) {
     }
 }
 
-AVPixelFormat choosePixelFormat(const VideoCodec& codec, const std::string& wanted,
-                                const AVFrame& source) {
+AVPixelFormat choosePixelFormat(const Container& container, const VideoCodec& codec,
+                                const std::string& wanted, const AVFrame& source,
+                                const Depth& depth) {
     if (!wanted.empty()) {
         const AVPixelFormat format = av_get_pix_fmt(wanted.c_str());
-        if (!isTaken(format, codec)) {
+        if (!isTaken(format, container, codec)) {
             refusePixelFormat(wanted, codec.name, {&codec});
         }
         return format;
     }
     if (codec.formats.empty()) {
-        return plainFormat(source);
+        return plainFormat(container, source, depth);
     }
     const Layout own = layoutOf(static_cast<AVPixelFormat>(source.format));
     return *std::min_element(
         codec.formats.begin(), codec.formats.end(), [&](AVPixelFormat left, AVPixelFormat right) {
-            return distance(own, layoutOf(left)) < distance(own, layoutOf(right));
+            return std::pair(distance(own, layoutOf(left)), depthCost(depth, left)) <
+                   std::pair(distance(own, layoutOf(right)), depthCost(depth, right));
         });
 }
 
@@ -368,7 +452,8 @@ bool needsEvenSides(const VideoCodec& codec, AVPixelFormat format, int width, in
            ((width & layout.chromaWidth) != 0 || (height & layout.chromaHeight) != 0);
 }
 
-std::string encoderOptions(const VideoCodec& codec, double quality, const std::string& preset) {
+std::string encoderOptions(const VideoCodec& codec, double quality, const std::string& preset,
+                           const HdrMetadata& hdr) {
     std::string options = codec.options;
     const auto add = [&](const char* name, const std::string& value) {
         options += (options.empty() ? "" : ":") + std::string(name) + "=" + value;
@@ -379,6 +464,13 @@ std::string encoderOptions(const VideoCodec& codec, double quality, const std::s
     }
     if (codec.presetOption != nullptr && !preset.empty()) {
         add(codec.presetOption, preset);
+    }
+    std::string parameters = codec.parameters;
+    if (codec.masteringDisplay != nullptr) {
+        parameters += hdr.parameters(codec.masteringDisplay, codec.contentLight);
+    }
+    if (codec.parametersOption != nullptr && !parameters.empty()) {
+        add(codec.parametersOption, escaped(parameters));
     }
     return options;
 }

@@ -1,6 +1,7 @@
 #include "Host/Media/VideoWriter.h"
 
 #include "Host/Media/ClipError.h"
+#include "Host/Media/HdrMetadata.h"
 #include "Host/Media/WrittenFile.h"
 
 namespace Vexorel::PrismDrift::Host {
@@ -74,6 +75,7 @@ void VideoWriter::open(const ClipFrame& first) {
             mCopier->advanceTimecodes(first.index);
         }
     }
+    HdrMetadata::of(first.picture.source.get()).addTo(mMuxer->picture());
     mMuxer->writeHeader(mEncoder->context());
     for (const ClipPacket& packet : mWaiting) {
         mCopier->write(packet);
