@@ -1,0 +1,175 @@
+#include "Host/Media/Clip.h"
+#include "Tests/Host/MediaTest.h"
+
+#include <cstring>
+
+using namespace Vexorel::PrismDrift::Host;
+using testing::AnyOf;
+using testing::HasSubstr;
+
+namespace {
+
+// Clips of more than 8 bits, read into floats and written again.
+class DeepClipTest : public MediaTest {
+protected:
+    ClipInput input(const std::string& name) const {
+        ClipInput input;
+        input.file = path(name);
+        input.picture.worlds = WorldDepth::Stored;
+        return input;
+    }
+
+    // The warnings, one a line.
+    std::string copy(const std::string& from, const std::string& to, const std::string& codec = "",
+                     std::optional<Depth> depth = {}, const std::string& format = "",
+                     bool dithers = false) const {
+        ClipOutput output;
+        output.file = path(to);
+        output.codec = codec;
+        output.pixelFormat = format;
+        output.depth = depth;
+        output.dithers = dithers;
+        std::string warnings;
+        output.warn = [&](const std::string& text) { warnings += text + "\n"; };
+        const auto reader = openClip(input(from));
+        const auto writer = openClipWriter(output, input(from), *reader);
+        while (auto item = reader->next()) {
+            writer->write(std::move(*item));
+        }
+        writer->finish();
+        return warnings;
+    }
+
+    std::string streamOf(const std::string& name) const {
+        return shell("ffprobe -v error -select_streams v -show_entries stream=codec_name,pix_fmt "
+                     "-of csv=p=0:s='|' " +
+                     name);
+    }
+
+    // The first frame's values of `format` by FFmpeg itself.
+    std::string valuesOf(const std::string& name, const std::string& format) const {
+        return shell("ffmpeg -v error -nostdin -i " + name + " -frames:v 1 -f rawvideo -pix_fmt " +
+                     format + " -");
+    }
+
+    // A frame of 64 times 48 pixels that have every bit of the format.
+    void makeNoise(const std::string& format, const std::string& optionsAndName) const {
+        std::mt19937 random(5);
+        std::string bytes(std::size_t{64} * 48 * 8, 0);
+        for (char& byte : bytes) {
+            byte = static_cast<char>(random());
+        }
+        std::ofstream(path("noise"), std::ios::binary) << bytes;
+        ffmpeg("-f rawvideo -s 64x48 -pix_fmt gbrap16le -i noise -pix_fmt " + format + " " +
+               optionsAndName);
+    }
+};
+
+TEST_F(DeepClipTest, TheCodecAndThePixelFormatKeepTheDepth) {
+    struct Case {
+        const char *made, *name, *codec;
+        int bits; // wanted, 0 for the clip's own
+        const char *expected, *warning = "";
+    };
+    const Case cases[] = {
+        {"yuv420p10le -c:v libx265 -x265-params log-level=none i.mkv", "o.mp4", "", 0,
+         "hevc|yuv420p10le"},
+        {"yuv422p10le -c:v libx264 i.mkv", "o.mp4", "", 0, "h264|yuv422p10le"},
+        {"yuv420p10le -c:v ffv1 i.mkv", "o.mp4", "h264", 0, "h264|yuv420p10le",
+         "h264 of 10 bits a channel isn't shown by some players\n"},
+        {"yuv420p10le -c:v libvpx-vp9 i.mkv", "o.mp4", "", 0, "hevc|yuv420p10le"},
+        {"yuv420p10le -c:v libvpx-vp9 i.mkv", "o.mp4", "", 8, "h264|yuv420p"},
+        {"yuv444p12le -c:v libvpx-vp9 i.mkv", "o.webm", "", 0, "vp9|yuv444p12le"},
+        {"yuv444p12le -c:v libvpx-vp9 i.mkv", "o.mp4", "h264", 0, "h264|yuv444p10le",
+         "h264 holds 10 bits a channel, not 12\nh264 of 10 bits a channel isn't shown by some "
+         "players\n"},
+        {"yuv422p12le -c:v ffv1 i.mkv", "o.mp4", "", 0, "hevc|yuv422p12le"},
+        {"yuv422p10le -c:v prores_ks i.mov", "o.mov", "", 0, "prores|yuv422p10le"},
+        {"yuv422p10le -c:v prores_ks i.mov", "o.mkv", "ffv1", 0, "ffv1|yuv422p10le"},
+        {"yuva444p10le -c:v ffv1 i.mkv", "o.mov", "", 0, "prores|yuva444p12le"},
+        {"yuva420p10le -c:v ffv1 i.mkv", "o.webm", "", 0, "vp9|yuv420p",
+         "vp9 holds 8 bits a channel, not 10\n"},
+        {"gbrp12le -c:v ffv1 i.mkv", "o.mkv", "", 0, "ffv1|gbrp12le"},
+        {"gbrp14le -c:v ffv1 i.mkv", "o.nut", "", 0, "ffv1|gbrp14le"},
+        {"gbrap10le -c:v ffv1 i.mkv", "o.mkv", "png", 0, "png|rgba64be"},
+        {"rgb48be -c:v png i.mkv", "o.mkv", "", 0, "png|rgb48be"},
+        {"rgb48be -c:v png i.mkv", "o.mp4", "", 0, "hevc|yuv420p12le",
+         "hevc holds 12 bits a channel, not 16\n"},
+        {"rgb48be -c:v png i.mkv", "o.mov", "qtrle", 0, "qtrle|rgb24",
+         "qtrle holds 8 bits a channel, not 16\n"},
+        {"gbrapf32le i.exr", "o.nut", "", 0, "rawvideo|rgba64le",
+         "rawvideo holds 16 bits a channel, not floats: what lies beyond 0 to 1 is cut off\n"},
+        {"gbrpf32le i.exr", "o.mkv", "ffv1", 0, "ffv1|gbrp16le",
+         "ffv1 holds 16 bits a channel, not floats: what lies beyond 0 to 1 is cut off\n"},
+        {"yuv420p14le -c:v ffv1 i.mkv", "o.y4m", "", 0, "rawvideo|yuv420p14le"},
+        {"rgb48le -c:v rawvideo i.nut", "o.nut", "", 0, "rawvideo|rgb48le"},
+        {"yuv420p -c:v libx264 i.mkv", "o.mkv", "", 10, "h264|yuv420p10le"},
+        {"gray12le -c:v ffv1 i.mkv", "o.mkv", "", 0, "ffv1|gbrp12le"},
+    };
+    for (const auto& [made, name, codec, bits, expected, warning] : cases) {
+        const std::string text = made;
+        const std::size_t space = text.find(' ');
+        makeNoise(text.substr(0, space), text.substr(space + 1));
+        const std::optional<Depth> depth = bits > 0 ? std::optional(Depth{bits}) : std::nullopt;
+        EXPECT_EQ(copy(text.substr(text.rfind(' ') + 1), name, codec, depth), warning)
+            << made << " " << name;
+        EXPECT_EQ(streamOf(name), std::string(expected) + "\n") << made << " " << name;
+    }
+}
+
+// Codecs without loss give back what FFmpeg reads of the clip, to the bit.
+TEST_F(DeepClipTest, EachDepthComesBack) {
+    for (const char* format :
+         {"yuv444p10le", "yuv444p12le", "yuv444p16le", "yuva444p10le", "yuva444p16le", "gbrp10le",
+          "gbrp12le", "gbrp14le", "gbrp16le", "gbrap10le", "gbrap12le", "gbrap16le", "gray10le"}) {
+        makeNoise(format, "-c:v ffv1 i.mkv");
+        const bool isGray = std::strncmp(format, "gray", 4) == 0;
+        copy("i.mkv", "o.mkv");
+        copy("i.mkv", "o.nut");
+        EXPECT_TRUE(valuesOf("o.mkv", format) == valuesOf("i.mkv", format)) << format;
+        EXPECT_TRUE(isGray || valuesOf("o.nut", format) == valuesOf("i.mkv", format)) << format;
+    }
+    // NUT has no tag for floats: their readers would take them for something else.
+    EXPECT_THAT(errorOf([&] { copy("i.mkv", "o.nut", "rawvideo", {}, "gbrpf32le"); }),
+                HasSubstr("'gbrpf32le' is no pixel format of rawvideo"));
+}
+
+TEST_F(DeepClipTest, WhatHdrPicturesSayIsKept) {
+    const std::string metadata =
+        "-colorspace bt2020nc -color_primaries bt2020 -color_trc smpte2084 -color_range tv ";
+    makeNoise("yuv420p10le",
+              metadata +
+                  "-c:v libx265 -x265-params log-level=none:master-display='G(13250,34500)B(7500,"
+                  "3000)R(34000,16000)WP(15635,16450)L(10000000,50)':max-cll=1000,400 i.mkv");
+    const auto said = [&](const std::string& name) {
+        return ffprobe("-select_streams v -show_entries "
+                       "stream=color_space,color_primaries,color_transfer,color_range:"
+                       "stream_side_data " +
+                       name) +
+               shell("ffprobe -v error -of compact=p=0 -select_streams v -show_entries "
+                     "frame=color_space:frame_side_data " +
+                     name + " | head -1");
+    };
+    for (const auto& [name, codec] : {std::pair("o.mp4", "hevc"),
+                                      {"o.mp4", "h264"},
+                                      {"o.mkv", "hevc"},
+                                      {"o.mov", "prores"},
+                                      {"o.mkv", "vp9"},
+                                      {"o.mkv", "ffv1"},
+                                      {"o.webm", "vp9"}}) {
+        EXPECT_THAT(copy("i.mkv", name, codec), testing::Not(HasSubstr("HDR")));
+        const std::string found = said(name);
+        for (const char* part :
+             {"color_range=tv", "color_space=bt2020nc", "color_transfer=smpte2084",
+              "color_primaries=bt2020", "max_content=1000", "max_average=400"}) {
+            EXPECT_THAT(found, HasSubstr(part)) << name << " " << codec;
+        }
+        EXPECT_THAT(found, AnyOf(HasSubstr("red_x=34000/50000"), HasSubstr("red_x=17/25")));
+        EXPECT_THAT(found, AnyOf(HasSubstr("luminance=50/10000"), HasSubstr("luminance=1/200")));
+    }
+    for (const char* name : {"o.y4m", "o.nut", "o.raw"}) {
+        EXPECT_THAT(copy("i.mkv", name), HasSubstr("has no place for what HDR pictures say"));
+    }
+}
+
+} // namespace
