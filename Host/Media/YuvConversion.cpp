@@ -17,6 +17,10 @@ constexpr int channels = 4; // alpha, red, green, blue
 constexpr int colours = 3;  // luma and twice chroma, or red, green and blue
 constexpr unsigned opaque = 255;
 
+// A colour far beyond every range, and near enough that zimg's whole numbers of 32 bits hold its
+// multiple by the levels of 16 bits.
+constexpr float farthest = 1024;
+
 const AVPixFmtDescriptor& descriptorOf(const PixelLayout& layout) {
     return *av_pix_fmt_desc_get(layout.format);
 }
@@ -251,14 +255,13 @@ const float* YuvToWorld::readAlpha(const AVFrame& frame, int y, Columns columns,
     return to;
 }
 
-// Infinities stay finite here, so that zimg makes numbers of them, and far beyond every range.
 WorldToYuv::WorldToYuv(const PixelLayout& layout, PF_PixelFormat worlds, bool dithers,
                        bool cutsRange)
     : mPicture(layout),
       mGraph(rgbFormat(layout, worlds), yuvFormat(layout),
              dithers && worlds != PF_PixelFormat_ARGB32 && mPicture.depth == 8),
-      mLeast(cutsRange ? 0.0F : -65536.0F),
-      mMost(cutsRange ? 1.0F : 65536.0F),
+      mLeast(cutsRange ? 0.0F : -farthest),
+      mMost(cutsRange ? 1.0F : farthest),
       mAlpha(static_cast<std::size_t>(layout.width)),
       mDeepAlpha(mPicture.hasAlpha ? mAlpha.size() : 0),
       mFloatAlpha(mAlpha.size()) {}
