@@ -16,8 +16,9 @@ double scaled(float value, unsigned full) {
 
 template <typename Level>
 void round(const float* from, int count, unsigned full, Level* to) {
+    constexpr double half = 0.5;
     for (int x = 0; x < count; ++x) {
-        to[x] = static_cast<Level>(static_cast<int>(scaled(from[x], full) + 0.5));
+        to[x] = static_cast<Level>(static_cast<int>(scaled(from[x], full) + half));
     }
 }
 
