@@ -35,4 +35,16 @@ inline std::string textOf(const Depth& depth) {
     return depth.bits <= halfFloats.bits ? "half floats" : "floats";
 }
 
+/// What gets lost where `holder`, a format or a codec, holds less than it should: "JPEG holds 8
+/// bits a channel, not 16". Empty for nothing.
+inline std::string depthLoss(const std::string& holder, const Depth& held, const Depth& wanted) {
+    const bool isCut = wanted.isFloat && !held.isFloat;
+    if (held.bits >= wanted.bits && !isCut) {
+        return "";
+    }
+    return holder + " holds " + textOf(held) + ", not " +
+           (wanted.isFloat ? textOf(wanted) : std::to_string(wanted.bits)) +
+           (isCut ? ": what lies beyond 0 to 1 is cut off" : "");
+}
+
 } // namespace Vexorel::PrismDrift::Host

@@ -2,6 +2,7 @@
 #include "Host/Media/ClipError.h"
 #include "Host/Media/Demuxer.h"
 #include "Host/Media/SequencePattern.h"
+#include "Host/Media/StoredLayout.h"
 #include "Host/Media/VideoReader.h"
 
 #include <algorithm>
@@ -42,12 +43,7 @@ void refuseRawSettings(const ClipInput& input) {
 }
 
 Picture copyOf(const Picture& picture) {
-    World world(picture.world.width(), picture.world.height(), picture.world.format());
-    for (int y = 0; y < world.height(); ++y) {
-        std::memcpy(world.row(y), picture.world.row(y),
-                    static_cast<std::size_t>(world.width()) * world.pixelBytes());
-    }
-    return {.world = std::move(world),
+    return {.world = copyOf(picture.world),
             .colorProfile = picture.colorProfile,
             .source = picture.source,
             .depth = picture.depth,

@@ -2,6 +2,7 @@
 
 #include "Host/Library/AssociatedAlpha.h"
 
+#include <cstring>
 #include <utility>
 
 namespace Vexorel::PrismDrift::Host {
@@ -11,6 +12,24 @@ World asShown(World world, const StoredLayout& layout) {
         divideByAlpha(world);
     }
     return layout.orientation.upright() ? std::move(world) : turned(world, layout.orientation);
+}
+
+World copyOf(const World& world) {
+    World copy(world.width(), world.height(), world.format());
+    for (int y = 0; y < world.height(); ++y) {
+        std::memcpy(copy.row(y), world.row(y),
+                    static_cast<std::size_t>(world.width()) * world.pixelBytes());
+    }
+    return copy;
+}
+
+const World& straightWorld(const Picture& picture, std::optional<World>& straight) {
+    if (!picture.isAssociated) {
+        return picture.world;
+    }
+    straight = copyOf(picture.world);
+    divideByAlpha(*straight);
+    return *straight;
 }
 
 } // namespace Vexorel::PrismDrift::Host

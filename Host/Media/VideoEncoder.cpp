@@ -4,6 +4,7 @@
 #include "Host/Media/HdrMetadata.h"
 #include "Host/Media/PixelFormats.h"
 #include "Host/Media/PixelLayout.h"
+#include "Host/Media/StoredLayout.h"
 
 #include <algorithm>
 #include <string_view>
@@ -35,22 +36,12 @@ struct Encoding {
     AVPixelFormat format;
 };
 
-// What to write where the codec can.
-Depth wantedDepth(const ClipOutput& output, const Picture& picture) {
-    const bool isDeep = picture.world.format() != PF_PixelFormat_ARGB32;
-    return output.depth ? *output.depth : isDeep ? picture.depth : Depth();
-}
-
 // Warns of what the format loses of the wanted depth.
 void warnOfDepth(const ClipOutput& output, const Encoding& encoding, const Depth& wanted) {
     const Depth held = depthOf(encoding.format);
-    const std::string codec = encoding.codec.name;
-    const bool isCut = wanted.isFloat && !held.isFloat;
-    const bool isChosen = !output.pixelFormat.empty() && !output.depth;
-    if (!isChosen && (held.bits < wanted.bits || isCut)) {
-        output.warn(codec + " holds " + textOf(held) + ", not " +
-                    (wanted.isFloat ? textOf(wanted) : std::to_string(wanted.bits)) +
-                    (isCut ? ": what lies beyond 0 to 1 is cut off" : ""));
+    const std::string loss = depthLoss(encoding.codec.name, held, wanted);
+    if (!loss.empty() && (output.pixelFormat.empty() || output.depth)) {
+        output.warn(loss);
     }
     if (output.codec == "h264" && output.pixelFormat.empty() && held.isDeep()) {
         output.warn("h264 of " + textOf(held) + " isn't shown by some players");
@@ -83,7 +74,7 @@ Encoding chooseEncoding(const EncoderSettings& settings, const AVFrame& source,
     const int width = picture.world.width();
     const int height = picture.world.height();
     const std::string size = sizeText(width, height);
-    const Depth depth = wantedDepth(output, picture);
+    const Depth depth = wantedDepth(output.depth, picture);
     const VideoCodec& codec =
         chooseCodec(settings.container, output.codec, settings.clipCodec,
                     carriesAlpha(static_cast<AVPixelFormat>(source.format)), depth);
@@ -221,7 +212,8 @@ void VideoEncoder::send(const ClipFrame& frame, std::int64_t time) {
     picture->sample_aspect_ratio = context.sample_aspect_ratio;
     picture->pts = time;
     picture->pkt_duration = frame.duration;
-    mConverter.convert(frame.picture.world, *picture);
+    std::optional<World> straight;
+    mConverter.convert(straightWorld(frame.picture, straight), *picture);
     mDurations[time] = frame.duration;
     checkResult(avcodec_send_frame(mContext.get(), picture.get()));
     ++mSent;

@@ -315,13 +315,6 @@ AVPixelFormat plainFormat(const Container& container, const AVFrame& source, con
     return alpha ? AV_PIX_FMT_RGBA : AV_PIX_FMT_RGB24;
 }
 
-// The smaller, the better: bits that are lost weigh more than idle ones.
-int depthCost(const Depth& wanted, AVPixelFormat offered) {
-    constexpr int lost = 1000;
-    const int bits = depthOf(offered).bits;
-    return bits >= wanted.bits ? bits - wanted.bits : lost + wanted.bits - bits;
-}
-
 bool keepsAlpha(const VideoCodec& codec) {
     return std::any_of(codec.formats.begin(), codec.formats.end(), &carriesAlpha);
 }
