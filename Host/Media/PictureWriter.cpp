@@ -6,6 +6,7 @@
 #include "Host/Media/PixelConversion.h"
 #include "Host/Media/PixelFormats.h"
 #include "Host/Media/StillsModuleLoader.h"
+#include "Host/Media/StoredLayout.h"
 #include "Host/Media/VideoFormats.h"
 
 #include <algorithm>
@@ -14,10 +15,6 @@
 #include <new>
 #include <string_view>
 #include <utility>
-
-extern "C" {
-#include <libavutil/pixdesc.h>
-}
 
 namespace Vexorel::PrismDrift::Host {
 namespace {
@@ -103,21 +100,20 @@ const Format& formatOf(const fs::path& file, const std::string& ending = "") {
 }
 
 // The encoder's pixel format that loses the least of the picture.
-AVPixelFormat pixelFormatFor(const AVCodec& codec, bool alpha) {
+AVPixelFormat pixelFormatFor(const AVCodec& codec, bool alpha, const Depth& depth) {
     AVPixelFormat best = AV_PIX_FMT_NONE;
-    int bestRank = 0;
+    std::pair<int, int> bestRank = {0, 0}; // the greater the better
     for (const AVPixelFormat* format = codec.pix_fmts;
          format != nullptr && *format != AV_PIX_FMT_NONE; ++format) {
-        const bool carriesAlpha =
-            (av_pix_fmt_desc_get(*format)->flags & AV_PIX_FMT_FLAG_ALPHA) != 0;
         int rank = 0;
         if (isPackedRgb(*format)) {
-            rank = carriesAlpha == alpha ? 4 : 3;
+            rank = carriesAlpha(*format) == alpha ? 4 : 3;
         } else if (*format == AV_PIX_FMT_YUV444P) {
             rank = 2;
         }
-        if (rank > bestRank) {
-            bestRank = rank;
+        const std::pair<int, int> both = {rank, -depthCost(depth, *format)};
+        if (rank > 0 && both > bestRank) {
+            bestRank = both;
             best = *format;
         }
     }
@@ -140,10 +136,12 @@ FFmpegPtr<AVCodecContext> openEncoder(const Format& format, const AVCodec& codec
     return context;
 }
 
-FFmpegPtr<AVPacket> encode(const Format& format, const Picture& picture, bool alpha) {
+FFmpegPtr<AVPacket> encode(const Format& format, const Picture& picture, AVPixelFormat pixelFormat,
+                           bool dithers) {
     keepFirstLoggedError();
     const AVCodec& codec = *avcodec_find_encoder_by_name(format.encoder);
-    auto frame = frameFromWorld(picture.world, pixelFormatFor(codec, alpha));
+    std::optional<World> straight;
+    auto frame = frameFromWorld(straightWorld(picture, straight), pixelFormat, {dithers, true});
     frame->pts = 0;
     if (!picture.colorProfile.empty()) {
         AVFrameSideData* profile = av_frame_new_side_data(frame.get(), AV_FRAME_DATA_ICC_PROFILE,
@@ -162,17 +160,18 @@ FFmpegPtr<AVPacket> encode(const Format& format, const Picture& picture, bool al
     return packet;
 }
 
-bool keepsAlpha(const Format& format) {
-    const AVPixelFormat chosen =
-        pixelFormatFor(*avcodec_find_encoder_by_name(format.encoder), true);
-    return (av_pix_fmt_desc_get(chosen)->flags & AV_PIX_FMT_FLAG_ALPHA) != 0;
-}
-
-EncodedPicture encodedByFFmpeg(const Format& format, const Picture& picture) {
+EncodedPicture encodedByFFmpeg(const Format& format, const Picture& picture,
+                               const PictureOutput& output) {
     const bool alpha = hasAlpha(picture.world);
-    const auto packet = encode(format, picture, alpha);
+    const Depth wanted = wantedDepth(output.depth, picture);
+    const AVPixelFormat pixelFormat =
+        pixelFormatFor(*avcodec_find_encoder_by_name(format.encoder), alpha, wanted);
+    const auto packet = encode(format, picture, pixelFormat, output.dithers);
     EncodedPicture encoded{{packet->data, packet->data + packet->size}, {}};
-    if (alpha && !keepsAlpha(format)) {
+    if (std::string loss = depthLoss(format.name, depthOf(pixelFormat), wanted); !loss.empty()) {
+        encoded.losses.push_back(std::move(loss));
+    }
+    if (alpha && !carriesAlpha(pixelFormat)) {
         encoded.losses.push_back(std::string(format.name) +
                                  " has no transparency: the alpha is lost");
     }
@@ -187,7 +186,7 @@ EncodedPicture encodedPicture(const Picture& picture, const PictureOutput& outpu
         throw Error("'" + output.ending + "' is no format of pictures");
     }
     if (!isStill(*format, picture, output)) {
-        return encodedByFFmpeg(*format, picture);
+        return encodedByFFmpeg(*format, picture, output);
     }
     StillFile file = stills().encodedStill({.world = picture.world,
                                             .depth = picture.depth,

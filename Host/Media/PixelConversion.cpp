@@ -1,7 +1,6 @@
 #include "Host/Media/PixelConversion.h"
 
 #include "Host/Library/Error.h"
-#include "Host/Media/PixelFormats.h"
 
 #include <algorithm>
 #include <bit>
@@ -194,7 +193,7 @@ FFmpegPtr<AVFrame> newFrame(int width, int height, AVPixelFormat format) {
 FFmpegPtr<AVFrame> frameFromWorld(const World& world, AVPixelFormat format,
                                   const FrameOptions& options) {
     auto frame = newFrame(world.width(), world.height(), format);
-    if (!isPackedRgb(format)) {
+    if (isYuv(format) || isGray(format)) {
         frame->color_range = AVCOL_RANGE_JPEG;
         frame->colorspace = AVCOL_SPC_BT470BG;
     }
