@@ -1,7 +1,9 @@
 #include "Host/Media/Clip.h"
 #include "Tests/Host/MediaTest.h"
 
+#include <array>
 #include <cstring>
+#include <tuple>
 
 using namespace Vexorel::PrismDrift::Host;
 using testing::AnyOf;
@@ -170,6 +172,44 @@ TEST_F(DeepClipTest, WhatHdrPicturesSayIsKept) {
     for (const char* name : {"o.y4m", "o.nut", "o.raw"}) {
         EXPECT_THAT(copy("i.mkv", name), HasSubstr("has no place for what HDR pictures say"));
     }
+}
+
+// The pictures of formats that hold 16 bits have every value of the clip's.
+TEST_F(DeepClipTest, PicturesOfItKeepTheDepthOrSayWhatIsLost) {
+    makeNoise("rgba64le", "-c:v png i.mkv");
+    for (const auto& [name, format, loss] :
+         {std::tuple("o.png", "rgba64be", ""),
+          {"o.tif", "rgba64le", ""},
+          {"o.pam", "rgba64le", ""},
+          {"o.tga", "bgra", "TGA holds 8 bits a channel, not 16"}}) {
+        const std::string warnings = copy("i.mkv", name);
+        EXPECT_EQ(*loss == 0 ? warnings.empty() : warnings.find(loss) != std::string::npos, true)
+            << warnings;
+        EXPECT_EQ(streamOf(name).find(format) != std::string::npos, true) << streamOf(name);
+        EXPECT_EQ(valuesOf(name, format) == valuesOf("i.mkv", format), *loss == 0) << name;
+    }
+}
+
+// A compositor's clip is divided by its alpha on its way into a codec that keeps it apart.
+TEST_F(DeepClipTest, AssociatedColoursAreDividedForCodecs) {
+    makeNoise("rgba64le", "-c:v png i.mkv");
+    const auto reader = openClip(input("i.mkv"));
+    ClipOutput output;
+    output.file = path("o.mkv");
+    const auto writer = openClipWriter(output, input("i.mkv"), *reader);
+    auto frame = std::get<ClipFrame>(*reader->next());
+    World& world = frame.picture.world;
+    auto* first = reinterpret_cast<PF_PixelFloat*>(world.row(0));
+    *first = {0.5F, 0.25F, 0.5F, 0.125F};
+    frame.picture.isAssociated = true;
+    writer->write(std::move(frame));
+    writer->finish();
+    const std::string bytes = valuesOf("o.mkv", "rgba64le").substr(0, 8);
+    const auto word = [&](std::size_t i) {
+        return int(std::uint8_t(bytes[2 * i])) + 256 * int(std::uint8_t(bytes[2 * i + 1]));
+    };
+    EXPECT_EQ((std::array{word(0), word(1), word(2), word(3)}),
+              (std::array{32768, 65535, 16384, 32768}));
 }
 
 } // namespace
