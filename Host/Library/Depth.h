@@ -12,6 +12,10 @@ struct Depth {
 
     /// Whether worlds of 8 bits would lose something.
     bool isDeep() const { return bits > 8; }
+    /// Whether pixels of this depth lose something in the other.
+    bool exceeds(const Depth& other) const {
+        return bits > other.bits || (isFloat && !other.isFloat);
+    }
     bool operator==(const Depth& other) const {
         return bits == other.bits && isFloat == other.isFloat;
     }

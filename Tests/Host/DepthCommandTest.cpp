@@ -19,16 +19,22 @@ protected:
                ":b=" + level + " -frames:v 1 -pix_fmt " + format + " " + name);
     }
 
-    // Red along the first row, of 16 bits.
-    std::vector<std::uint16_t> reds(const std::string& file) const {
-        const std::string bytes =
-            output("$FF -i " + file + " -frames:v 1 -f rawvideo -pix_fmt rgb48le -");
-        std::vector<std::uint16_t> values(64);
-        for (std::size_t x = 0; x < values.size(); ++x) {
-            std::memcpy(&values[x], bytes.data() + 6 * x, sizeof values[x]);
+    // Red along the first row, of bytes or of 16 bits.
+    template <typename Value>
+    std::vector<int> reds(const std::string& file) const {
+        const std::string bytes = output("$FF -i " + file + " -frames:v 1 -f rawvideo -pix_fmt " +
+                                         (sizeof(Value) == 1 ? "rgb24 -" : "rgb48le -"));
+        std::vector<int> values;
+        for (std::size_t x = 0; x < 64; ++x) {
+            Value value = 0;
+            std::memcpy(&value, bytes.data() + 3 * sizeof value * x, sizeof value);
+            values.push_back(value);
         }
         return values;
     }
+
+    std::vector<int> bytesOf(const std::string& file) const { return reds<std::uint8_t>(file); }
+    std::vector<int> wordsOf(const std::string& file) const { return reds<std::uint16_t>(file); }
 };
 
 TEST_F(DepthCommandTest, TheOutputIsAsDeepAsItCanAndAnythingLostIsSaid) {
@@ -41,7 +47,8 @@ TEST_F(DepthCommandTest, TheOutputIsAsDeepAsItCanAndAnythingLostIsSaid) {
     };
     const Row rows[] = {
         {"deep.png o.png", "rgb48be", ""},
-        {"deep.png o.png --depth 8", "rgb24", "16 bits a channel"},
+        {"deep.png o.png --depth 8", "rgb24",
+         "the input has 16 bits a channel; 8 bits a channel are kept"},
         {"deep.png o.jpg", "yuvj444p", "JPEG holds 8 bits a channel, not 16"},
         {"plain.png o.png", "rgb24", ""},
         {"plain.png o.png --depth 16", "rgb48be", ""},
@@ -51,7 +58,8 @@ TEST_F(DepthCommandTest, TheOutputIsAsDeepAsItCanAndAnythingLostIsSaid) {
         {"deep.png o.mkv --codec ffv1", "gbrp16le", ""},
         {"deep.mp4 o.mp4", "yuv420p10le", ""},
         {"deep.mp4 o.mov --codec prores", "yuv422p10le", ""},
-        {"deep.mp4 o.mp4 --depth 8", "yuv420p", "10 bits a channel"},
+        {"deep.mp4 o.mp4 --depth 8", "yuv420p",
+         "the input has 10 bits a channel; 8 bits a channel are kept"},
         {"plain.png o.mp4", "yuv420p", ""},
         {"deep.png o.png --renderer gl", "rgb24", "16 bits a channel; the renderer keeps 8 bits"},
     };
@@ -76,10 +84,10 @@ TEST_F(DepthCommandTest, TheOutputIsAsDeepAsItCanAndAnythingLostIsSaid) {
 
 TEST_F(DepthCommandTest, ValuesKeepTheirDepthAndDitherTheirMean) {
     makeRamp("deep.png", "rgb48be", 100);
-    const std::vector<std::uint16_t> before = reds("deep.png");
+    const std::vector<int> before = wordsOf("deep.png");
     output("$PROGRAM deep.png same.png; $PROGRAM deep.png moved.png --shift-distance 0.5");
-    EXPECT_EQ(reds("same.png"), before);
-    const std::vector<std::uint16_t> moved = reds("moved.png");
+    EXPECT_EQ(wordsOf("same.png"), before);
+    const std::vector<int> moved = wordsOf("moved.png");
     for (std::size_t x = 1; x < 64; ++x) {
         EXPECT_NEAR(moved[x], (before[x] + before[x - 1]) / 2.0, 0.51) << x;
     }
@@ -90,11 +98,11 @@ TEST_F(DepthCommandTest, ValuesKeepTheirDepthAndDitherTheirMean) {
            "8 --dither --quiet; $PROGRAM flat.png again.png --depth 8 --dither --quiet; cmp "
            "dithered.png again.png");
     double sum = 0;
-    for (const std::uint16_t value : reds("dithered.png")) {
-        sum += value / 257.0 / 64;
+    for (const int value : bytesOf("dithered.png")) {
+        sum += value / 64.0;
     }
     EXPECT_THAT(sum, testing::AllOf(testing::Gt(100.05), testing::Lt(100.4)));
-    EXPECT_EQ(reds("plain.png")[0], 100 * 257);
+    EXPECT_EQ(bytesOf("plain.png")[0], 100);
 }
 
 TEST_F(DepthCommandTest, LinearLightMixesLightAndNeedsAKnownTransfer) {
@@ -105,9 +113,9 @@ TEST_F(DepthCommandTest, LinearLightMixesLightAndNeedsAKnownTransfer) {
     output("$PROGRAM stripes.png coded.png" + half + "; $PROGRAM stripes.png light.png --linear" +
            half + "; $PROGRAM pq.mkv pq.%d.png --linear" + half +
            "; $PROGRAM sheet stripes.png sheet.png --linear --vary shift-distance=0.5");
-    EXPECT_EQ(reds("coded.png")[8], 128 * 257);
-    EXPECT_EQ(reds("light.png")[8], 188 * 257); // sRGB's for half of the light
-    EXPECT_EQ(reds("pq.0.png")[8], 237 * 257);  // PQ's: 5000 of 10000 cd/m2
+    EXPECT_EQ(bytesOf("coded.png")[8], 128);
+    EXPECT_EQ(bytesOf("light.png")[8], 188); // sRGB's for half of the light
+    EXPECT_EQ(bytesOf("pq.0.png")[8], 236);  // PQ's: 5000 of 10000 cd/m2
     EXPECT_THAT(run("$PROGRAM bare.mkv o.mkv --linear" + half).errors,
                 HasSubstr("--linear needs a transfer that is known"));
     EXPECT_THAT(run("$PROGRAM stripes.png o.png --linear --renderer gl").errors,

@@ -31,8 +31,9 @@ TEST_P(DocumentationTest, ItsCommandsDoWhatItSays) {
     ASSERT_FALSE(examples.empty());
     output("cp '" PRISMDRIFT_ROOT "/Documentation/pictures/sample.png' photo.png\n"
            "mkdir Presets && cp '" PRISMDRIFT_ROOT "'/Presets/*.json Presets\n"
-           "oiiotool photo.png --ch R,G,B -d uint16 -o deep.png --dup --chnames "
-           "diffuse.R,diffuse.G,diffuse.B --chappend -d half -o render.exr\n"
+           "oiiotool photo.png --ch R,G,B -d uint16 -o deep.png\n"
+           "oiiotool photo.png --ch R,G,B photo.png --ch diffuse.R=R,diffuse.G=G,diffuse.B=B "
+           "--chappend -d half -o render.exr\n"
            "ffmpeg -v error -nostdin -f lavfi -i testsrc2=s=320x180:r=25 -f lavfi -i sine -t 0.8 "
            "-pix_fmt yuv420p -c:v libx264 -c:a aac clip.mp4\n"
            "ffmpeg -v error -nostdin -f lavfi -i testsrc2=s=160x90:r=24 -frames:v 6 -start_number "
