@@ -157,7 +157,7 @@ std::vector<std::uint8_t> bytesOf(const std::string& format, const std::vector<S
         throw Error("OpenImageIO has no writer for " + format + " (" + tidied(OIIO::geterror()) +
                     ")");
     }
-    if (output->supports("ioproxy") == 0) {
+    if (output->supports("ioproxy") == 0 || parts.size() > 1) { // those never go into memory
         const TemporaryFile file("." + format);
         writeParts(*output, file.path().string(), parts);
         return file.bytes();
