@@ -2,6 +2,7 @@
 
 #include "Host/Media/ClipError.h"
 #include "Host/Media/InputFormats.h"
+#include "Host/Media/StillLibrary.h"
 
 #include <algorithm>
 #include <array>
@@ -91,6 +92,11 @@ bool isPlainFile(const fs::path& file) {
 bool isStillPicture(const fs::path& file) {
     if (!isPlainFile(file)) {
         return false;
+    }
+    // A JPEG may be the first of a video's.
+    if (const StillLibrary library = libraryFor(file);
+        !library.openImageIOFormat.empty() && !library.isCheckedByFFmpeg) {
+        return true;
     }
     try {
         const auto demuxer = Demuxer::openAlone(inputOf(file));

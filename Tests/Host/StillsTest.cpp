@@ -1,0 +1,234 @@
+#include "Host/Media/Picture.h"
+
+#include "Tests/Host/MediaTest.h"
+
+#include <cmath>
+#include <cstring>
+
+using namespace Vexorel::PrismDrift::Host;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+namespace {
+
+constexpr PictureRequest stored{WorldDepth::Stored};
+
+// Files made and read a second time by other programs.
+class StillsTest : public MediaTest {
+protected:
+    void SetUp() override {
+        shell("convert -size 37x29 plasma:red-blue +noise Gaussian -depth 16 -strip deep.png; "
+              "convert deep.png \\( -size 37x29 gradient: \\) -alpha off -compose CopyOpacity "
+              "-composite -depth 16 -strip clear.png");
+    }
+
+    // The channels of all pixels, red, green, blue and alpha, from 0 to 1.
+    static std::vector<double> values(const World& world) {
+        std::vector<double> all;
+        const bool isDeep = world.format() == PF_PixelFormat_ARGB128;
+        for (int y = 0; y < world.height(); ++y) {
+            for (int i = 0; i < world.width() * 4; ++i) {
+                const int channel = i / 4 * 4 + (i + 1) % 4;
+                float value = 0;
+                if (isDeep) {
+                    std::memcpy(&value, world.row(y) + channel * std::ptrdiff_t{4}, 4);
+                }
+                all.push_back(isDeep ? value : world.row(y)[channel] / 255.0);
+            }
+        }
+        return all;
+    }
+
+    // The same by ImageMagick.
+    std::vector<double> theirs(const std::string& name, const std::string& options) const {
+        const std::string bytes = shell("convert " + name + "'[0]' " + options +
+                                        " -alpha set -depth 16 -endian LSB rgba:-");
+        std::vector<double> all;
+        for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
+            all.push_back((static_cast<unsigned char>(bytes[i]) +
+                           256 * static_cast<unsigned char>(bytes[i + 1])) /
+                          65535.0);
+        }
+        return all;
+    }
+
+    static double greatest(const std::vector<double>& left, const std::vector<double>& right) {
+        double most = left.size() == right.size() ? 0 : 1000;
+        for (std::size_t i = 0; i < left.size() && most < 1000; ++i) {
+            most = std::max(most, std::abs(left[i] - right[i]));
+        }
+        return most;
+    }
+};
+
+TEST_F(StillsTest, EachKindOfFileIsReadAsItIs) {
+    constexpr double exact = 1e-7;
+    constexpr double level = 1.01 / 65535; // of what the other program gives
+    constexpr double byte = 0.51 / 255;
+    const struct {
+        const char *name, *command;
+        int bits;
+        bool isFloat;
+        double most;
+        const char* readBy;
+        const char* options = "";
+    } rows[] = {
+        {"deep.png", "", 16, false, exact, "OpenImageIO, png"},
+        {"clear.png", "", 16, false, exact, "OpenImageIO, png"},
+        {"a.tif", "convert clear.png a.tif", 16, false, exact, "OpenImageIO, tiff"},
+        {"a.tif", "convert clear.png -define tiff:alpha=associated a.tif", 16, false, level,
+         "OpenImageIO, tiff"},
+        {"a.tif", "convert clear.png -depth 8 -define tiff:alpha=associated a.tif", 8, false, byte,
+         "OpenImageIO, tiff"},
+        {"a.tif", "convert deep.png -define tiff:tile-geometry=16x16 a.tif", 16, false, exact,
+         "OpenImageIO, tiff"},
+        {"a.tif", "convert deep.png -interlace plane -define tiff:endian=msb a.tif", 16, false,
+         exact, "OpenImageIO, tiff"},
+        {"a.tif", "convert deep.png -depth 8 -compress JPEG a.tif", 8, false, exact,
+         "OpenImageIO, tiff"},
+        {"a.tif", "convert deep.png -depth 10 a.tif", 10, false, level, "OpenImageIO, tiff"},
+        {"a.tif", "convert deep.png -depth 12 a.tif", 12, false, level, "OpenImageIO, tiff"},
+        {"a.tif", "convert deep.png -colorspace CMYK a.tif", 16, false, level, "OpenImageIO, tiff",
+         "-colorspace sRGB"},
+        {"a.tif", "convert deep.png -threshold 50% -compress Group4 a.tif", 8, false, exact,
+         "OpenImageIO, tiff"},
+        {"a.tif", "convert deep.png -colorspace Gray -depth 4 a.tif", 8, false, exact,
+         "OpenImageIO, tiff"},
+        {"a.tif", "convert deep.png -define quantum:format=floating-point -depth 32 a.tif", 32,
+         true, level, "OpenImageIO, tiff"},
+        {"misnamed.jpg", "convert deep.png tif:misnamed.jpg", 16, false, exact,
+         "OpenImageIO, tiff"},
+        {"a.dpx", "ffmpeg -v error -i deep.png -pix_fmt gbrp10be a.dpx", 10, false, level,
+         "OpenImageIO, dpx", "-set colorspace sRGB"},
+        {"a.dpx", "ffmpeg -v error -y -i deep.png -pix_fmt rgb48le a.dpx", 16, false, exact,
+         "OpenImageIO, dpx", "-set colorspace sRGB"},
+        {"a.hdr", "convert deep.png a.hdr", 32, true, level, "OpenImageIO, hdr",
+         "-set colorspace sRGB"},
+        {"a.jp2", "convert deep.png -depth 12 a.jp2", 12, false, level, "OpenImageIO, jpeg2000"},
+        {"a.png", "convert clear.png -depth 8 -strip a.png", 8, false, exact, "FFmpeg, png"},
+        {"a.png", "convert clear.png -colors 9 -strip PNG8:a.png", 8, false, exact, "FFmpeg, png"},
+        {"a.webp", "convert clear.png -define webp:lossless=true a.webp", 8, false, exact,
+         "FFmpeg, webp"},
+        {"a.sgi", "convert deep.png -depth 8 a.sgi", 8, false, exact, "FFmpeg, sgi"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.command);
+        shell(*row.command != '\0' ? row.command : ":");
+        const Picture picture = readPicture(path(row.name), {}, stored);
+        EXPECT_EQ(picture.readBy, row.readBy);
+        EXPECT_EQ(textOf(picture.depth), textOf(Depth{row.bits, row.isFloat}));
+        const std::vector<double> expected = theirs(row.name, row.options);
+        EXPECT_LE(greatest(values(picture.world), expected), row.most);
+        EXPECT_LE(greatest(values(readPicture(path(row.name)).world), expected), byte);
+    }
+}
+
+TEST_F(StillsTest, EveryOrientationIsTurnedUpright) {
+    for (int i = 1; i <= 8; ++i) {
+        const std::string number = std::to_string(i);
+        shell("convert deep.png -depth 8 -orient Undefined in.tif; oiiotool in.tif --attrib "
+              "Orientation " +
+              number +
+              " -o a.tif --attrib Exif:ExposureTime 0.5 --quality 100 "
+              "-o a.jpg -d half -o a.exr; convert a.jpg b.png");
+        const std::vector<double> expected = theirs("a.tif", "-auto-orient");
+        for (const auto& [name, most] : {std::pair("a.tif", 1e-7), {"a.exr", 0.001}}) {
+            EXPECT_LE(greatest(values(readPicture(path(name), {}, stored).world), expected), most)
+                << name << number;
+        }
+        EXPECT_LE(greatest(values(readPicture(path("b.png")).world),
+                           values(readPicture(path("a.jpg")).world)),
+                  0.1)
+            << number;
+    }
+}
+
+TEST_F(StillsTest, NeutralFilesComeBackToTheBit) {
+    shell(
+        "oiiotool deep.png -d half --mulc 3 -o half.exr; oiiotool deep.png -d float -o float.exr; "
+        "convert clear.png clear.tif; ffmpeg -v error -i deep.png -pix_fmt gbrp10be ten.dpx");
+    for (const std::string name :
+         {"deep.png", "clear.png", "half.exr", "float.exr", "clear.tif", "ten.dpx"}) {
+        const Picture picture = readPicture(path(name), {}, stored);
+        EXPECT_THAT(writePicture(path("again-" + name), picture), IsEmpty());
+        const Picture again = readPicture(path("again-" + name), {}, stored);
+        EXPECT_EQ(values(again.world), values(picture.world)) << name;
+        EXPECT_EQ(again.depth, picture.depth) << name;
+    }
+}
+
+TEST_F(StillsTest, LayersPassThroughAndAreNamedWhereTheyAreLost) {
+    shell("oiiotool deep.png -d half -o c.exr; oiiotool --pattern noise 37x29 3 --chnames "
+          "diffuse.R,diffuse.G,diffuse.B -d float -o d.exr; oiiotool --pattern "
+          "constant:color=7.25 37x29 1 --chnames Z -d float -o z.exr; "
+          "oiiotool c.exr d.exr --chappend -o layers.exr; "
+          "oiiotool c.exr d.exr --attrib name b z.exr --siappendall -o parts.exr; "
+          "oiiotool c.exr --crop 20x10+5+6 -o window.exr");
+    const PictureRequest diffuse{WorldDepth::Stored, "diffuse"};
+    for (const char* name : {"layers.exr", "parts.exr"}) {
+        for (const PictureRequest& request : {stored, diffuse}) {
+            writePicture(path("out.exr"), readPicture(path(name), {}, request));
+            EXPECT_THAT(shell("oiiotool -a --diff out.exr " + std::string(name)),
+                        HasSubstr("PASS"));
+        }
+        EXPECT_NE(values(readPicture(path(name), {}, diffuse).world),
+                  values(readPicture(path(name), {}, stored).world));
+        EXPECT_EQ(errorOf([&] {
+                      readPicture(path(name), {}, {WorldDepth::Stored, "none"});
+                  }),
+                  "cannot read '" + std::string(name) +
+                      "': it has no layer 'none'; its layers are diffuse");
+    }
+    writePicture(path("out.exr"), readPicture(path("window.exr"), {}, stored));
+    EXPECT_THAT(shell("oiiotool --info -v out.exr"), HasSubstr("pixel data origin: x=5, y=6"));
+    EXPECT_EQ(readPicture(path("window.exr")).world.width(), 37);
+    EXPECT_THAT(writePicture(path("a.png"), readPicture(path("layers.exr"), {}, stored)),
+                ElementsAre(HasSubstr("PNG holds 16 bits a channel, not half floats: what lies"),
+                            HasSubstr("PNG has no place for 3 further channels (diffuse.R, ")));
+    EXPECT_EQ(
+        errorOf([&] { readPicture(path("z.exr")); }),
+        "cannot read 'z.exr': it has no red, green and blue, and no gray; its channels are Z");
+}
+
+TEST_F(StillsTest, WhatStandsBesideThePixelsStaysOrIsNamed) {
+    shell(
+        "oiiotool deep.png -d uint8 --attrib Exif:ExposureTime 0.5 --attrib ImageDescription hello "
+        "--attrib XResolution 300 --attrib YResolution 300 -o in.jpg");
+    const Picture picture = readPicture(path("in.jpg"));
+    for (const char* name : {"out.jpg", "out.tif", "out.exr", "out.png"}) {
+        writePicture(path(name), picture);
+        const std::string text = shell("oiiotool --info -v " + std::string(name));
+        EXPECT_THAT(text, testing::AllOf(HasSubstr("hello"), HasSubstr("XResolution: 300"),
+                                         HasSubstr("ExposureTime: 0.5")))
+            << name;
+    }
+    EXPECT_THAT(writePicture(path("out.hdr"), picture),
+                ElementsAre(HasSubstr("Radiance HDR has no place for EXIF, IPTC and XMP")));
+}
+
+TEST_F(StillsTest, WhatIsCutOffOrShownWrongIsRefused) {
+    shell(
+        "convert deep.png a.tif; convert deep.png a.dpx; convert deep.png a.hdr; convert deep.png "
+        "a.jp2; convert deep.png -interlace JPEG a.jpg; oiiotool deep.png -d half -o a.exr; "
+        "oiiotool deep.png -d uint8 -o a.tga -o a.rla -o a.iff; convert deep.png a.dds; "
+        "convert clear.png -colorspace CMYK inks.tif");
+    for (const std::string ending :
+         {"tif", "dpx", "hdr", "jp2", "jpg", "exr", "tga", "rla", "iff", "dds"}) {
+        for (const double part : {0.5, 0.8}) {
+            const auto size = static_cast<double>(std::filesystem::file_size(path("a." + ending)));
+            std::filesystem::copy_file(path("a." + ending), path("cut." + ending),
+                                       std::filesystem::copy_options::overwrite_existing);
+            std::filesystem::resize_file(path("cut." + ending),
+                                         static_cast<std::uintmax_t>(size * part));
+            EXPECT_NE(errorOf([&] { readPicture(path("cut." + ending)); }), "") << ending << part;
+        }
+    }
+    EXPECT_THAT(errorOf([&] { readPicture(path("inks.tif")); }), HasSubstr("other inks than CMYK"));
+    ReadLimits limits;
+    limits.pixels = 37 * 29 - 1;
+    EXPECT_EQ(errorOf([&] { readPicture(path("a.exr"), limits); }),
+              "cannot read 'a.exr': its 37x29 pixels are more than 1072");
+}
+
+} // namespace
