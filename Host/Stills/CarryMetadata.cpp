@@ -35,6 +35,9 @@ Kind kindOf(std::string_view name) {
     if (isAmong(name, {"smpte:TimeCode", "smpte:KeyCode", "FramesPerSecond"})) {
         return Kind::Film;
     }
+    if (isAmong(name, {"ExposureTime", "FNumber"})) { // the only ones without a prefix
+        return Kind::Exif;
+    }
     for (const std::string_view start : {"Exif:", "GPS:", "IPTC:", "xmp:", "XMP:"}) {
         if (startsWith(name, start)) {
             return Kind::Exif;

@@ -178,13 +178,14 @@ TEST_F(StillsTest, LayersPassThroughAndAreNamedWhereTheyAreLost) {
                       readPicture(path(name), {}, {WorldDepth::Stored, "none"});
                   }),
                   "cannot read '" + std::string(name) +
-                      "': it has no layer 'none'; its layers are diffuse");
+                      "': it has no layer 'none'; its layers are " +
+                      (std::string(name) == "parts.exr" ? "subimage00, " : "") + "diffuse");
     }
     writePicture(path("out.exr"), readPicture(path("window.exr"), {}, stored));
     EXPECT_THAT(shell("oiiotool --info -v out.exr"), HasSubstr("pixel data origin: x=5, y=6"));
     EXPECT_EQ(readPicture(path("window.exr")).world.width(), 37);
     EXPECT_THAT(writePicture(path("a.png"), readPicture(path("layers.exr"), {}, stored)),
-                ElementsAre(HasSubstr("PNG holds 16 bits a channel, not half floats: what lies"),
+                ElementsAre(HasSubstr("PNG holds 16 bits a channel, not floats: what lies"),
                             HasSubstr("PNG has no place for 3 further channels (diffuse.R, ")));
     EXPECT_EQ(
         errorOf([&] { readPicture(path("z.exr")); }),
@@ -192,9 +193,8 @@ TEST_F(StillsTest, LayersPassThroughAndAreNamedWhereTheyAreLost) {
 }
 
 TEST_F(StillsTest, WhatStandsBesideThePixelsStaysOrIsNamed) {
-    shell(
-        "oiiotool deep.png -d uint8 --attrib Exif:ExposureTime 0.5 --attrib ImageDescription hello "
-        "--attrib XResolution 300 --attrib YResolution 300 -o in.jpg");
+    shell("convert deep.png -density 300 -units PixelsPerInch in.jpg; oiiotool in.jpg --attrib "
+          "ExposureTime 0.5 --attrib ImageDescription hello -o in.jpg");
     const Picture picture = readPicture(path("in.jpg"));
     for (const char* name : {"out.jpg", "out.tif", "out.exr", "out.png"}) {
         writePicture(path(name), picture);
