@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <string_view>
 
 // Of a header that takes one of the TIFF library's.
@@ -106,6 +107,17 @@ void addLosses(const StillExtras& extras, const StillFormat& format,
     }
 }
 
+// OpenImageIO 2.4 writes a half, a quarter and so on into EXIF as 1/0, but not what is next to it.
+void avoidUnitFractions(ImageSpec& spec) {
+    for (OIIO::ParamValue& value : spec.extra_attribs) {
+        const float number = value.get_float();
+        if (value.type() == OIIO::TypeFloat && kindOf(value.name().string()) == Kind::Exif &&
+            number > 0 && number < 1 && std::trunc(1 / number) == 1 / number) {
+            *static_cast<float*>(const_cast<void*>(value.data())) = std::nextafter(number, 0.F);
+        }
+    }
+}
+
 // A chunk with its length and its checksum.
 std::string chunk(const std::string& type, std::string_view data) {
     const std::string checked = type + std::string(data);
@@ -147,6 +159,7 @@ void carryMetadata(const StillPicture& picture, const StillFormat& format, Image
             spec.attribute(name, value.type(), value.data());
         }
     }
+    avoidUnitFractions(spec);
     addLosses(*picture.extras, format, losses);
 }
 
@@ -155,7 +168,8 @@ void addPngMetadata(const StillPicture& picture, std::vector<std::uint8_t>& png)
         return;
     }
     std::string chunks;
-    const ImageSpec& spec = picture.extras->spec();
+    ImageSpec spec = picture.extras->spec();
+    avoidUnitFractions(spec);
     if (has(spec, Kind::Exif)) {
         std::vector<char> exif;
         OIIO::encode_exif(spec, exif);

@@ -157,7 +157,8 @@ std::vector<std::uint8_t> bytesOf(const std::string& format, const std::vector<S
         throw Error("OpenImageIO has no writer for " + format + " (" + tidied(OIIO::geterror()) +
                     ")");
     }
-    if (output->supports("ioproxy") == 0 || parts.size() > 1) { // those never go into memory
+    // A TIFF with EXIF comes broken from memory, and several parts go past it.
+    if (output->supports("ioproxy") == 0 || format == "tiff" || parts.size() > 1) {
         const TemporaryFile file("." + format);
         writeParts(*output, file.path().string(), parts);
         return file.bytes();
@@ -212,7 +213,9 @@ StillFile encodedStill(const StillPicture& picture, const std::string& ending,
     if (!isLayered || part.spec.get_string_attribute("compression").empty()) {
         part.spec.attribute("compression", format.compression);
     }
-    part.spec.attribute("jpeg:subsampling", "4:4:4");
+    if (std::string(format.format) == "jpeg") {
+        part.spec.attribute("jpeg:subsampling", "4:4:4");
+    }
     carryMetadata(picture, format, part.spec, file.losses);
     file.bytes = bytesOf(format.format, still.parts);
     if (file.bytes.empty()) {

@@ -194,13 +194,14 @@ TEST_F(StillsTest, LayersPassThroughAndAreNamedWhereTheyAreLost) {
 
 TEST_F(StillsTest, WhatStandsBesideThePixelsStaysOrIsNamed) {
     shell("convert deep.png -density 300 -units PixelsPerInch in.jpg; oiiotool in.jpg --attrib "
-          "ExposureTime 0.5 --attrib ImageDescription hello -o in.jpg");
+          "ExposureTime 0.2499 --attrib ImageDescription hello -o in.jpg");
     const Picture picture = readPicture(path("in.jpg"));
     for (const char* name : {"out.jpg", "out.tif", "out.exr", "out.png"}) {
         writePicture(path(name), picture);
         const std::string text = shell("oiiotool --info -v " + std::string(name));
-        EXPECT_THAT(text, testing::AllOf(HasSubstr("hello"), HasSubstr("XResolution: 300"),
-                                         HasSubstr("ExposureTime: 0.5")))
+        EXPECT_THAT(text, testing::AllOf(HasSubstr("hello"),
+                                         testing::ContainsRegex("XResolution: (300|299.99)"),
+                                         testing::ContainsRegex("ExposureTime: 0.(24|25)")))
             << name;
     }
     EXPECT_THAT(writePicture(path("out.hdr"), picture),
