@@ -12,7 +12,7 @@ using testing::IsEmpty;
 
 namespace {
 
-constexpr PictureRequest stored{WorldDepth::Stored};
+const PictureRequest stored{WorldDepth::Stored};
 
 // Files made and read a second time by other programs.
 class StillsTest : public MediaTest {
