@@ -135,12 +135,36 @@ std::string chunk(const std::string& type, std::string_view data) {
     return number(static_cast<std::uint32_t>(data.size())) + checked + number(~sum);
 }
 
+// The bytes in the form of zlib, not packed.
+std::string stored(const std::vector<std::uint8_t>& bytes) {
+    constexpr std::size_t most = 65535;
+    constexpr std::uint32_t prime = 65521;
+    std::string text = "\x78\x01";
+    std::uint32_t low = 1;
+    std::uint32_t high = 0;
+    for (std::size_t at = 0; at < bytes.size(); at += most) {
+        const std::size_t size = std::min(most, bytes.size() - at);
+        text += {static_cast<char>(at + size == bytes.size() ? 1 : 0), static_cast<char>(size),
+                 static_cast<char>(size >> 8U), static_cast<char>(~size),
+                 static_cast<char>(~size >> 8U)};
+        text.append(reinterpret_cast<const char*>(bytes.data()) + at, size);
+    }
+    for (const std::uint8_t byte : bytes) {
+        low = (low + byte) % prime;
+        high = (high + low) % prime;
+    }
+    return text += {static_cast<char>(high >> 8U), static_cast<char>(high),
+                    static_cast<char>(low >> 8U), static_cast<char>(low)};
+}
+
 } // namespace
 
 void carryMetadata(const StillPicture& picture, const StillFormat& format, ImageSpec& spec,
                    std::vector<std::string>& losses) {
     if (!picture.colorProfile.empty()) {
-        if (format.hasProfile) {
+        if (std::string_view(format.format) == "png") {
+            // Added behind the writer, whose library refuses the whole picture for an odd one.
+        } else if (format.hasProfile) {
             spec.attribute("ICCProfile",
                            TypeDesc(TypeDesc::UINT8, static_cast<int>(picture.colorProfile.size())),
                            picture.colorProfile.data());
@@ -164,11 +188,12 @@ void carryMetadata(const StillPicture& picture, const StillFormat& format, Image
 }
 
 void addPngMetadata(const StillPicture& picture, std::vector<std::uint8_t>& png) {
-    if (picture.extras == nullptr) {
-        return;
-    }
     std::string chunks;
-    ImageSpec spec = picture.extras->spec();
+    if (!picture.colorProfile.empty()) {
+        using namespace std::string_literals;
+        chunks += chunk("iCCP", "profile\0\0"s + stored(picture.colorProfile));
+    }
+    ImageSpec spec = picture.extras != nullptr ? picture.extras->spec() : ImageSpec();
     avoidUnitFractions(spec);
     if (has(spec, Kind::Exif)) {
         std::vector<char> exif;
