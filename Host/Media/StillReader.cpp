@@ -6,6 +6,7 @@
 #include "Host/Media/PictureData.h"
 #include "Host/Media/PngChunks.h"
 #include "Host/Media/SizeLimit.h"
+#include "Host/Media/StillHeader.h"
 #include "Host/Media/StillsModuleLoader.h"
 
 #include <cmath>
@@ -77,6 +78,7 @@ public:
     StillCall(const fs::path& file, const std::string& format, const ReadLimits& limits,
               const PictureRequest& request)
         : mSize(AV_CODEC_ID_NONE, limits.pixels) {
+        checkStillHeader(file, format, mSize);
         constexpr std::int64_t bytesPerPixel = 64;
         mRequest.file = file;
         mRequest.format = format;
