@@ -1,7 +1,9 @@
 /// Frames drawn in software, each in turn with a copy of the same memory, so that their ratio holds
 /// on a noisy machine; and the plug-in's frames in the same run. `copies` is the median of the
-/// ratios, and `bytes` that to the same frame of 8 bits. The frames are as many as no cache holds.
+/// ratios, `bytes` that to the same frame of 8 bits, and `drawn_frames` that to a frame drawn. The
+/// frames are as many as no cache holds.
 
+#include "Host/Color/LinearLight.h"
 #include "Host/Software/Software.h"
 #include "PrismDrift/Sources/Embedded.h"
 #include "Timing.h"
@@ -137,6 +139,21 @@ void againstBytes(benchmark::State& state, const Size& size, PF_PixelFormat form
     state.counters["bytes"] = compare(state, drawer(deep), drawer(bytes));
 }
 
+// To light and back, beside the same frame drawn with all that the threads can do.
+void linearLight(benchmark::State& state, const Size& size, Transfer transfer) {
+    Frames frames(size, PF_PixelFormat_ARGB128);
+    const auto change = [&] {
+        frames.next();
+        toLinear(frames.output(), transfer);
+        fromLinear(frames.output(), transfer);
+    };
+    const auto draw = [&] {
+        frames.next();
+        renderInSoftware(frames.input(), frames.output(), {cases[2].values, 0});
+    };
+    state.counters["drawn_frames"] = compare(state, change, draw);
+}
+
 void plugIn(benchmark::State& state, const Size& size) {
     Frames frames(size, PF_PixelFormat_ARGB32);
     HostedEffect effect(&EntryPointFunc);
@@ -182,6 +199,10 @@ void addAll(const Size& size) {
                 againstBytes(state, size, format.format, {cases[2].values, 1});
             });
         }
+    }
+    for (const Transfer transfer : {Transfer::Srgb, Transfer::Bt709, Transfer::Pq, Transfer::Hlg}) {
+        add(std::string(size.name) + "/floats/linear:" + nameOf(transfer),
+            [=](auto& state) { linearLight(state, size, transfer); });
     }
     add(std::string(size.name) + "/bytes/all/plug-in", [=](auto& state) { plugIn(state, size); });
 }
