@@ -51,7 +51,7 @@ TEST_P(DocumentationTest, ItsCommandsDoWhatItSays) {
 
 INSTANTIATE_TEST_SUITE_P(Pages, DocumentationTest,
                          testing::Values("README.md", "Documentation/command-line.md",
-                                         "Documentation/keyframes.md"),
+                                         "Documentation/keyframes.md", "Documentation/colour.md"),
                          [](const auto& page) {
                              std::string name = std::filesystem::path(page.param).stem().string();
                              name.erase(std::remove(name.begin(), name.end(), '-'), name.end());
