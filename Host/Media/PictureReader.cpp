@@ -10,6 +10,12 @@
 #include "Host/Media/StillsModuleLoader.h"
 #include "Host/Media/VideoDecoder.h"
 
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+
 namespace Vexorel::PrismDrift::Host {
 namespace {
 
@@ -53,6 +59,35 @@ Picture readByFFmpeg(const fs::path& file, const ReadLimits& limits,
             .readBy = std::string("FFmpeg, ") + avcodec_get_name(stream.codecpar->codec_id)};
 }
 
+// Both libraries may leave out the same.
+ReadLimits warningOnce(const ReadLimits& limits) {
+    ReadLimits once = limits;
+    if (limits.warn) {
+        once.warn = [warn = limits.warn,
+                     told = std::make_shared<std::set<std::string>>()](const Error& left) {
+            if (told->insert(left.what()).second) {
+                warn(left);
+            }
+        };
+    }
+    return once;
+}
+
+// The picture with what stands beside its pixels. The other library is loaded only now, when the
+// file is known to be whole.
+Picture withMetadata(Picture&& decoded, const fs::path& file, const StillLibrary& library,
+                     const ReadLimits& limits, const PictureRequest& request) {
+    const std::string missing = reasonWithoutStills();
+    if (missing.empty()) {
+        return readStillPicture(file, library.openImageIOFormat, limits, request,
+                                std::move(decoded));
+    }
+    if (limits.warn) {
+        limits.warn(Error("of " + nameOf(file) + " only the pixels are read: " + missing));
+    }
+    return std::move(decoded);
+}
+
 // Without the module of the other library: what FFmpeg shows right, with its pixels alone.
 Picture readWithoutModule(const fs::path& file, const ReadLimits& limits,
                           const PictureRequest& request, const std::string& reason) {
@@ -80,14 +115,14 @@ Picture readPicture(const fs::path& file, const ReadLimits& limits, const Pictur
         if (library.openImageIOFormat.empty()) {
             return readByFFmpeg(file, limits, request);
         }
+        if (library.isCheckedByFFmpeg) {
+            const ReadLimits once = warningOnce(limits);
+            return withMetadata(readByFFmpeg(file, once, request), file, library, once, request);
+        }
         if (const std::string missing = reasonWithoutStills(); !missing.empty()) {
             return readWithoutModule(file, limits, request, missing);
         }
-        if (!library.isCheckedByFFmpeg) {
-            return readStillPicture(file, library.openImageIOFormat, limits, request);
-        }
-        return readStillPicture(file, library.openImageIOFormat, limits, request,
-                                readByFFmpeg(file, limits, request));
+        return readStillPicture(file, library.openImageIOFormat, limits, request);
     } catch (const std::exception&) {
         rethrowWithPrefix(cannotRead(file));
     }

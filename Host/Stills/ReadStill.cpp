@@ -6,7 +6,9 @@
 #include <OpenImageIO/filesystem.h>
 
 #include <algorithm>
+#include <optional>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 namespace Vexorel::PrismDrift::Host {
@@ -112,6 +114,41 @@ std::int64_t bytesOf(const ImageSpec& spec) {
            static_cast<std::int64_t>(storedPixelBytes(spec));
 }
 
+// The most bytes of pixels that a byte of the file can stand for; nothing where there is no limit.
+std::optional<std::int64_t> mostBytesOfOne(const std::string& format, const ImageSpec& spec) {
+    if (format == "dpx" || format == "cineon") {
+        return 1;
+    }
+    constexpr std::pair<std::string_view, std::int64_t> most[] = {
+        {"none", 1},                     // as it is
+        {"rle", 128},                    // a count and a value
+        {"packbits", 64}, {"lzw", 2730}, // strings of up to 4094 bytes take 12 bits
+        {"zip", 1032},                   // strings of up to 258 bytes take two bits
+        {"zips", 1032},   {"jpeg", 512}, // an even block of 64 values takes a bit
+    };
+    const std::string compression =
+        format == "targa" ? "rle" : spec.get_string_attribute("compression");
+    for (const auto& [name, bytes] : most) {
+        if (compression == name) {
+            return bytes;
+        }
+    }
+    return std::nullopt;
+}
+
+// Before memory for pixels is taken that the file can't have.
+void checkData(const StillRequest& request, const ImageSpec& spec, std::int64_t bytes) {
+    constexpr std::int64_t unpacked = 32; // a bit may become the four bytes of a palette's colour
+    std::error_code failure;
+    const std::uintmax_t size = std::filesystem::file_size(request.file, failure);
+    const auto most = mostBytesOfOne(request.format, spec);
+    if (most && !failure && bytes > static_cast<std::int64_t>(size) * *most * unpacked) {
+        throw Error("its " + std::to_string(size) + " bytes cannot hold " +
+                    std::to_string(spec.width) + "x" + std::to_string(spec.height) +
+                    " pixels: it is cut off or damaged");
+    }
+}
+
 StoredPart readPart(ImageInput& input, int index, const ImageSpec& spec) {
     StoredPart part{spec, StoredBytes(static_cast<std::size_t>(bytesOf(spec)))};
     if (!input.read_image(index, 0, 0, spec.nchannels, OIIO::TypeUnknown, part.pixels.data()) ||
@@ -187,6 +224,7 @@ Still readStill(const StillRequest& request) {
         throw Error("its channels take " + std::to_string(bytes) +
                     " bytes of memory; the limit is " + std::to_string(request.mostBytes));
     }
+    checkData(request, specs.front(), bytes);
     if (!isNamed && !request.layer.empty()) {
         throw Error("it has no layer '" + request.layer + "': pictures of this format have none");
     }

@@ -19,13 +19,13 @@ protected:
                ":b=" + level + " -frames:v 1 -pix_fmt " + format + " " + name);
     }
 
-    // Red along the first row, of bytes or of 16 bits.
+    // Red, row by row, of bytes or of 16 bits.
     template <typename Value>
     std::vector<int> reds(const std::string& file) const {
         const std::string bytes = output("$FF -i " + file + " -frames:v 1 -f rawvideo -pix_fmt " +
                                          (sizeof(Value) == 1 ? "rgb24 -" : "rgb48le -"));
         std::vector<int> values;
-        for (std::size_t x = 0; x < 64; ++x) {
+        for (std::size_t x = 0; x < 64 * 64; ++x) {
             Value value = 0;
             std::memcpy(&value, bytes.data() + 3 * sizeof value * x, sizeof value);
             values.push_back(value);
@@ -99,9 +99,9 @@ TEST_F(DepthCommandTest, ValuesKeepTheirDepthAndDitherTheirMean) {
            "dithered.png again.png");
     double sum = 0;
     for (const int value : bytesOf("dithered.png")) {
-        sum += value / 64.0;
+        sum += value / 4096.0;
     }
-    EXPECT_THAT(sum, testing::AllOf(testing::Gt(100.05), testing::Lt(100.4)));
+    EXPECT_THAT(sum, testing::AllOf(testing::Gt(100.15), testing::Lt(100.25)));
     EXPECT_EQ(bytesOf("plain.png")[0], 100);
 }
 
