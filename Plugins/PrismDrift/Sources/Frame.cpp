@@ -149,6 +149,16 @@ void GLCommand::close() {
     }
 }
 
+void applyParameters(const PF_InData* in_data, const FrameParameters& parameters,
+                     PrismDriftRender& renderer) {
+    const ChannelValues values = channelValues(parameters, in_data->downsample_x.den);
+    renderer.setOrder(values.order);
+    renderer.setShiftDistance(values.distance);
+    renderer.setShiftAngle(values.angle);
+    renderer.setChannelOpacity(values.lightness[0], values.lightness[1], values.lightness[2]);
+    renderer.setChannelScale(values.scale[0], values.scale[1], values.scale[2]);
+}
+
 // glFinish ends each step: a driver that draws in software keeps the pictures of a step that is
 // under way when the next one begins, for many frames to come. The source is four times as large as
 // the finished picture, and so is the target.

@@ -2,6 +2,7 @@
 
 /// Draws one frame, and prepares the thread for any command that touches GL.
 
+#include "PrismDrift/Sources/FrameParameters.h"
 #include "PrismDrift/Sources/PrismDriftRender.h"
 
 #include "Platform/Effect/Effect.h"
@@ -45,6 +46,11 @@ private:
     const Platform::RecursiveMutexLock mLock;
     SaveRestoreGLContextMac mSaver;
 };
+
+/// Converts the values to the renderer's units and sets them, the distance at the host's
+/// downsample.
+void applyParameters(const PF_InData* in_data, const FrameParameters& parameters,
+                     PrismDriftRender& renderer);
 
 /// Draws the frame of `input` at the host's time into `output`, in the current context. Returns the
 /// first error from reading the parameters; the frame is drawn even then. Throws and leaves

@@ -128,14 +128,4 @@ PF_Err readParameters(const PF_InData* in_data, FrameParameters& values) {
     return reader.err();
 }
 
-void applyParameters(const PF_InData* in_data, const FrameParameters& parameters,
-                     PrismDriftRender& renderer) {
-    const ChannelValues values = channelValues(parameters, in_data->downsample_x.den);
-    renderer.setOrder(values.order);
-    renderer.setShiftDistance(values.distance);
-    renderer.setShiftAngle(values.angle);
-    renderer.setChannelOpacity(values.lightness[0], values.lightness[1], values.lightness[2]);
-    renderer.setChannelScale(values.scale[0], values.scale[1], values.scale[2]);
-}
-
 } // namespace Vexorel::PrismDrift

@@ -3,7 +3,6 @@
 /// The effect's parameters: their publication to the host, and their values for a frame.
 
 #include "PrismDrift/Sources/FrameParameters.h"
-#include "PrismDrift/Sources/PrismDriftRender.h"
 
 namespace Vexorel::PrismDrift {
 
@@ -13,10 +12,5 @@ PF_Err publishParameters(const PF_InData* in_data, PF_OutData* out_data);
 /// Checks the values out at the frame's time, and in again. Returns the host's first error. After
 /// an error nothing more is checked out, but everything is still checked in.
 PF_Err readParameters(const PF_InData* in_data, FrameParameters& values);
-
-/// Converts the values to the renderer's units and sets them, the distance at the host's
-/// downsample.
-void applyParameters(const PF_InData* in_data, const FrameParameters& parameters,
-                     PrismDriftRender& renderer);
 
 } // namespace Vexorel::PrismDrift

@@ -1,6 +1,6 @@
 // The renderer's values and transforms, to the bit. They need no context.
 
-#include "PrismDrift/Sources/Parameters.h"
+#include "PrismDrift/Sources/Frame.h"
 #include "PrismDrift/Sources/PrismDriftRender.h"
 #include "Shared/GL/AEOpenglMainFrameBuffer.h"
 
