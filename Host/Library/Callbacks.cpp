@@ -1,7 +1,6 @@
 #include "Host/Library/Callbacks.h"
 
 #include "Host/Library/Error.h"
-#include "Host/Library/OfferedSuites.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -109,7 +108,7 @@ PF_Err pixelData(PF_LayerDef* world, void* pixels, Pixel** pixel) {
 
 } // namespace
 
-PF_InData makeInData(PF_ProgressInfo& command) {
+PF_InData makeInData(PF_ProgressInfo& command, SPBasicSuite* suites) {
     static PF_UtilCallbacks utils = {
         {&std::sprintf, &std::strcpy}, &pixelData<PF_Pixel8>, &pixelData<PF_Pixel16>};
     PF_InData data{};
@@ -119,8 +118,33 @@ PF_InData makeInData(PF_ProgressInfo& command) {
     data.time_step = 1;
     data.time_scale = 1;
     data.downsample_x = data.downsample_y = {1, 1};
-    data.pica_basicP = basicSuite();
+    data.pica_basicP = suites;
     return data;
+}
+
+void fail(const std::string& what, PF_Err code, const PF_OutData& out, const std::string& refusal) {
+    std::string text = "the effect could not " + what + ": ";
+    if ((out.out_flags & PF_OutFlag_DISPLAY_ERROR_MESSAGE) != 0) {
+        text.append(out.return_msg, strnlen(out.return_msg, sizeof out.return_msg));
+    } else if (!refusal.empty()) {
+        text += refusal;
+    } else if (code == PF_Err_OUT_OF_MEMORY) {
+        text += "there is not enough memory";
+    } else {
+        text += "it gave the error " + std::to_string(code);
+    }
+    throw Error(text, code);
+}
+
+PF_OutData give(PF_EffectMain entry, PF_Cmd name, PF_ProgressInfo& command, SPBasicSuite* suites,
+                const char* purpose) {
+    PF_InData in = makeInData(command, suites);
+    PF_OutData out{};
+    const PF_Err code = entry(name, &in, &out, nullptr, nullptr, nullptr);
+    if (code != PF_Err_NONE) {
+        fail(purpose, code, out, command.refusal);
+    }
+    return out;
 }
 
 } // namespace Vexorel::PrismDrift::Host

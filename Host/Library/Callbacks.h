@@ -23,8 +23,17 @@ struct PF_ProgressInfo {
 
 namespace Vexorel::PrismDrift::Host {
 
-/// The record for a command: the callbacks, the suites and `command` as effect_ref. Time and scale
-/// are those of a still picture; the caller may change them.
-PF_InData makeInData(PF_ProgressInfo& command);
+/// The record for a command: the callbacks, these suites and `command` as effect_ref. Time and
+/// scale are those of a still picture; the caller may change them.
+PF_InData makeInData(PF_ProgressInfo& command, SPBasicSuite* suites);
+
+/// Throws the reason why a command failed: the effect's own message, else why the host refused a
+/// callback, else what the code says. `what` is what the effect could not do.
+[[noreturn]] void fail(const std::string& what, PF_Err code, const PF_OutData& out,
+                       const std::string& refusal);
+
+/// Gives the effect a command without pictures. Throws Error if it fails.
+PF_OutData give(PF_EffectMain entry, PF_Cmd name, PF_ProgressInfo& command, SPBasicSuite* suites,
+                const char* purpose);
 
 } // namespace Vexorel::PrismDrift::Host

@@ -2,6 +2,8 @@
 
 #include "Host/Library/Callbacks.h"
 #include "Host/Library/Error.h"
+#include "Host/Library/OfferedSuites.h"
+#include "Host/Library/PublishedParameters.h"
 #include "Platform/OpenGL/ContextFailure.h"
 #include "Platform/OpenGL/OpenGLContext.h"
 
@@ -24,23 +26,6 @@ struct SetUps {
 SetUps& setUps() {
     static auto* instance = new SetUps;
     return *instance;
-}
-
-// Throws the reason why a command failed: the effect's own message, else why the host refused a
-// callback, else what the code says.
-[[noreturn]] void fail(const std::string& what, PF_Err code, const PF_OutData& out,
-                       const std::string& refusal) {
-    std::string text = "the effect could not " + what + ": ";
-    if ((out.out_flags & PF_OutFlag_DISPLAY_ERROR_MESSAGE) != 0) {
-        text.append(out.return_msg, strnlen(out.return_msg, sizeof out.return_msg));
-    } else if (!refusal.empty()) {
-        text += refusal;
-    } else if (code == PF_Err_OUT_OF_MEMORY) {
-        text += "there is not enough memory";
-    } else {
-        text += "it gave the error " + std::to_string(code);
-    }
-    throw Error(text, code);
 }
 
 // An effect that draws with OpenGL gives the same code for a missing context as for other failures.
@@ -102,27 +87,15 @@ std::vector<PF_ParamDef> parameterRecords(const World& input, const ParameterVal
     return records;
 }
 
-// Gives the effect a command without pictures. `purpose` is what it could not do if it fails.
-PF_OutData give(PF_EffectMain entry, PF_Cmd name, PF_ProgressInfo& command, const char* purpose) {
-    PF_InData in = makeInData(command);
-    PF_OutData out{};
-    const PF_Err code = entry(name, &in, &out, nullptr, nullptr, nullptr);
-    if (code != PF_Err_NONE) {
-        fail(purpose, code, out, command.refusal);
-    }
-    return out;
-}
-
 } // namespace
 
-HostedEffect::HostedEffect(PF_EffectMain entry) : mEntry(entry) {
-    publish();
-}
+HostedEffect::HostedEffect(PF_EffectMain entry)
+    : mEntry(entry), mParameters(publishedParameters(entry, basicSuite())) {}
 
 HostedEffect::HostedEffect(const std::filesystem::path& plugin)
-    : mModule(openModule(plugin)), mEntry(entryOf(mModule.get(), plugin)) {
-    publish();
-}
+    : mModule(openModule(plugin)),
+      mEntry(entryOf(mModule.get(), plugin)),
+      mParameters(publishedParameters(mEntry, basicSuite())) {}
 
 HostedEffect::~HostedEffect() {
     try {
@@ -131,25 +104,9 @@ HostedEffect::~HostedEffect() {
     }
 }
 
-void HostedEffect::publish() {
-    std::vector<Parameter> parameters;
-    PF_ProgressInfo command;
-    command.published = &parameters;
-    const PF_OutData out = give(mEntry, PF_Cmd_PARAMS_SETUP, command, "publish its parameters");
-    if (out.num_params != static_cast<std::int32_t>(parameters.size()) + 1) {
-        throw Error("the effect announces " + std::to_string(out.num_params) +
-                    " parameters, the input among them, and publishes " +
-                    std::to_string(parameters.size()));
-    }
-    if (!command.openGroup.empty()) {
-        throw Error("the effect's parameter group \"" + command.openGroup + "\" has no end");
-    }
-    mParameters = std::make_shared<const std::vector<Parameter>>(std::move(parameters));
-}
-
 std::string HostedEffect::about() const {
     PF_ProgressInfo command;
-    const PF_OutData out = give(mEntry, PF_Cmd_ABOUT, command, "describe itself");
+    const PF_OutData out = give(mEntry, PF_Cmd_ABOUT, command, basicSuite(), "describe itself");
     std::string text(out.return_msg, strnlen(out.return_msg, sizeof out.return_msg));
     std::replace(text.begin(), text.end(), '\r', '\n');
     return text;
@@ -165,7 +122,7 @@ void HostedEffect::setUp() {
     int& count = all.counts[mEntry];
     if (count == 0) {
         PF_ProgressInfo command;
-        PF_InData in = makeInData(command);
+        PF_InData in = makeInData(command, basicSuite());
         PF_OutData out{};
         const PF_Err code = mEntry(PF_Cmd_GLOBAL_SETUP, &in, &out, nullptr, nullptr, nullptr);
         if (code != PF_Err_NONE) {
@@ -191,7 +148,7 @@ void HostedEffect::setDown() {
     }
     all.counts.erase(mEntry);
     PF_ProgressInfo command;
-    give(mEntry, PF_Cmd_GLOBAL_SETDOWN, command, "be set down");
+    give(mEntry, PF_Cmd_GLOBAL_SETDOWN, command, basicSuite(), "be set down");
 }
 
 void HostedEffect::render(const World& input, World& output, const ParameterValues& values,
@@ -204,7 +161,7 @@ void HostedEffect::render(const World& input, World& output, const ParameterValu
     PF_ProgressInfo command;
     command.values = &values;
     command.input = &input.layer();
-    PF_InData in = makeInData(command);
+    PF_InData in = makeInData(command, basicSuite());
     in.current_time = settings.time.value;
     in.time_step = settings.time.step;
     in.time_scale = settings.time.scale;

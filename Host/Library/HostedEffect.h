@@ -59,7 +59,6 @@ public:
     void setDown();
 
 private:
-    void publish();
     void setUp();
 
     std::shared_ptr<void> mModule; // the plug-in file, while loaded
