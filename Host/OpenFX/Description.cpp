@@ -1,0 +1,42 @@
+#include "Host/OpenFX/Description.h"
+
+#include "Host/OpenFX/Controls.h"
+#include "Host/OpenFX/Rendering.h"
+
+namespace Vexorel::PrismDrift::Host {
+
+void describe(const Suites& suites, OfxImageEffectHandle effect) {
+    OfxPropertySetHandle set = nullptr;
+    require(suites.effects->getPropertySet(effect, &set), "gives no properties of the effect");
+    const Properties properties(suites, set, "the effect");
+    properties.set(kOfxPropLabel, "Prism Drift");
+    properties.offer(kOfxImageEffectPluginPropGrouping, "Vexorel");
+    properties.offer(kOfxPropPluginDescription,
+                     "Moves the red, green and blue channels apart, each with a scale and a "
+                     "lightness of its own. What leaves the frame comes in on the other side.");
+    properties.set(kOfxImageEffectPropSupportedContexts, kOfxImageEffectContextFilter, 0);
+    properties.set(kOfxImageEffectPropSupportedContexts, kOfxImageEffectContextGeneral, 1);
+    properties.set(kOfxImageEffectPropSupportedPixelDepths, kOfxBitDepthByte, 0);
+    properties.set(kOfxImageEffectPropSupportedPixelDepths, kOfxBitDepthShort, 1);
+    properties.set(kOfxImageEffectPropSupportedPixelDepths, kOfxBitDepthFloat, 2);
+    properties.offer(kOfxImageEffectPluginRenderThreadSafety, kOfxImageEffectRenderFullySafe);
+    properties.offer(kOfxImageEffectPluginPropHostFrameThreading, 0);
+    properties.offer(kOfxImageEffectPropSupportsTiles, 0);
+    properties.offer(kOfxImageEffectPropSupportsMultiResolution, 0);
+    properties.offer(kOfxImageEffectPropTemporalClipAccess, 0);
+}
+
+void describeInContext(const Suites& suites, OfxImageEffectHandle effect) {
+    for (const char* name : {sourceClip, outputClip}) {
+        OfxPropertySetHandle set = nullptr;
+        require(suites.effects->clipDefine(effect, name, &set),
+                "refuses the clip " + std::string(name));
+        const Properties clip(suites, set, name);
+        clip.set(kOfxImageEffectPropSupportedComponents, kOfxImageComponentRGBA);
+        clip.offer(kOfxImageEffectPropTemporalClipAccess, 0);
+        clip.offer(kOfxImageEffectPropSupportsTiles, 0);
+    }
+    defineControls(suites, effect);
+}
+
+} // namespace Vexorel::PrismDrift::Host
