@@ -1,6 +1,6 @@
 #include "Host/OpenFX/Description.h"
 
-#include "Host/OpenFX/Controls.h"
+#include "Host/OpenFX/HostParameters.h"
 #include "Host/OpenFX/Rendering.h"
 
 namespace Vexorel::PrismDrift::Host {

@@ -2,7 +2,7 @@
 
 /// What the plug-in tells a host about itself. Both throw Refusal.
 
-#include "Host/OpenFX/Suites.h"
+#include "Host/OpenFX/HostSuites.h"
 
 namespace Vexorel::PrismDrift::Host {
 

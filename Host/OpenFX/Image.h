@@ -2,7 +2,7 @@
 
 /// The pictures of an OpenFX host: R, G, B, A in rows from the bottom, anywhere in the plane.
 
-#include "Host/OpenFX/Suites.h"
+#include "Host/OpenFX/HostSuites.h"
 
 #include <cstddef>
 #include <cstdint>

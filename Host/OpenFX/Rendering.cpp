@@ -1,6 +1,6 @@
 #include "Host/OpenFX/Rendering.h"
 
-#include "Host/OpenFX/Controls.h"
+#include "Host/OpenFX/HostParameters.h"
 #include "Host/OpenFX/Pixels.h"
 #include "Host/Software/Software.h"
 

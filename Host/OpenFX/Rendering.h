@@ -3,7 +3,7 @@
 /// The actions of an instance. Instances keep nothing: every action asks the host anew, so that any
 /// number of them may run at once, in any order. All throw Refusal or Error.
 
-#include "Host/OpenFX/Suites.h"
+#include "Host/OpenFX/HostSuites.h"
 
 namespace Vexorel::PrismDrift::Host {
 

@@ -1,4 +1,4 @@
-#include "Host/OpenFX/Controls.h"
+#include "Host/OpenFX/HostParameters.h"
 
 #include "Host/Library/Error.h"
 #include "Host/Library/PublishedParameters.h"

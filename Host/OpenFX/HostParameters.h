@@ -4,7 +4,7 @@
 /// the effect publishes.
 
 #include "Host/Library/ParameterValues.h"
-#include "Host/OpenFX/Suites.h"
+#include "Host/OpenFX/HostSuites.h"
 
 namespace Vexorel::PrismDrift::Host {
 

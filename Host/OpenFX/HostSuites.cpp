@@ -1,4 +1,4 @@
-#include "Host/OpenFX/Suites.h"
+#include "Host/OpenFX/HostSuites.h"
 
 #include "Platform/Threads/Mutex.h"
 
