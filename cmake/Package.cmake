@@ -13,7 +13,8 @@ needs no display.
 .
 The program prismdrift renders stills, sequences of pictures, video files and
 pipes, with keyframes. A frei0r module brings the same effect to ffmpeg, MLT
-and the editors built on it.")
+and the editors built on it, an OpenFX plug-in to compositors and editors that
+take those.")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 # Whatever the builder's umask.

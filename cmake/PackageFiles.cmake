@@ -24,7 +24,11 @@ file(
   "prismdrift (${CPACK_PACKAGE_VERSION}) stable; urgency=low\n\n"
   "  * Built from the sources of this version.\n\n"
   " -- ${CPACK_PACKAGE_CONTACT}  ${date}\n")
+# The OpenFX standard lays down its folder.
+file(WRITE "${share}/lintian/overrides/prismdrift"
+     "prismdrift: file-in-unusual-dir *usr/OFX/Plugins/*\n"
+     "prismdrift: non-standard-dir-in-usr *usr/OFX/*\n")
 file(GLOB texts "${share}/man/man1/*.1" "${share}/doc/prismdrift/changelog")
 run(gzip --best --no-name --force ${texts})
-file(GLOB_RECURSE texts "${share}/*.gz" "${share}/*/copyright")
+file(GLOB_RECURSE texts "${share}/*.gz" "${share}/*/copyright" "${share}/lintian/*")
 run(chmod 644 ${texts})
