@@ -4,6 +4,8 @@
 
 #include <cstdlib>
 #include <string>
+#include <sys/mman.h>
+#include <unistd.h>
 #include <utility>
 
 namespace Vexorel::PrismDrift::Host {
@@ -11,6 +13,23 @@ namespace {
 
 // Rows start at multiples of this, for wide vector instructions. All pixel sizes divide it.
 constexpr std::size_t alignment = 64;
+
+// Asks for large pages. The system clears a page when it is touched first, and for a picture of
+// several thousand small ones that takes longer than to draw it.
+void preferLargePages([[maybe_unused]] void* memory, [[maybe_unused]] std::size_t bytes) {
+#ifdef MADV_HUGEPAGE
+    constexpr std::size_t large = std::size_t{1} << 21;
+    if (bytes < 2 * large) {
+        return;
+    }
+    const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    void* first = memory;
+    if (std::align(page, large, first, bytes) != nullptr) {
+        madvise(first, bytes / page * page,
+                MADV_HUGEPAGE); // only advice: a failure changes nothing
+    }
+#endif
+}
 
 } // namespace
 
@@ -45,6 +64,7 @@ World::World(int width, int height, PF_PixelFormat format) : mFormat(format) {
     if (!mMemory) {
         throw Error("not enough memory for a picture of " + size);
     }
+    preferLargePages(mMemory.get(), bytes);
     void* first = mMemory.get();
     std::size_t space = bytes;
     mLayer.data = std::align(alignment, bytes - alignment, first, space);
