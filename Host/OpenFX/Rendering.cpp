@@ -60,9 +60,9 @@ Image scaled(const Image& image, const Properties& arguments) {
 void draw(const Image& source, const Image& output, const OfxRectI& window,
           const ChannelValues& values) {
     const OfxRectI& frame = source.region;
-    const bool isOpaque = isOpaqueBytes(source, frame);
-    const bool isStraight = isOpaque || !(source.isPremultiplied || output.isPremultiplied);
-    const bool asBytes = source.depth == Depth::Byte && isStraight;
+    const bool isStraight = !source.isPremultiplied && !output.isPremultiplied;
+    const bool asBytes =
+        source.depth == Depth::Byte && (isStraight || isOpaqueBytes(source, frame));
     if (!asBytes && isNeutral(values) && source.isPremultiplied == output.isPremultiplied) {
         copy(source, frame, window, output);
         return;
