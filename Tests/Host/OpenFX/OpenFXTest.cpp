@@ -126,7 +126,7 @@ TEST(OpenFX, ShiftsDownAtNinetyDegreesAndKeepsItsValuesInRange) {
             scene.source.set(i / 4 % 37, i / 148, i % 4, i % 4 == 3 ? 255 : 0);
         }
         for (int i = 0; i < 3; ++i) {
-            scene.source.set(18, 11, i, 255);
+            scene.source.set(18, 14, i, 255);
         }
         ASSERT_EQ(scene.render(), kOfxStatOK) << OpenFXHost::message;
         std::string lit;
@@ -136,7 +136,7 @@ TEST(OpenFX, ShiftsDownAtNinetyDegreesAndKeepsItsValuesInRange) {
                     "RGB"[i % 4] + std::to_string(i / 4 % 37) + "," + std::to_string(i / 148) + " ";
             }
         }
-        EXPECT_EQ(lit, "R18,7 G18,11 ");
+        EXPECT_EQ(lit, "R18,10 G18,14 ");
     }
 }
 
