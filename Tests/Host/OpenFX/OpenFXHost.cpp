@@ -215,17 +215,12 @@ const void* fetchSuite(OfxPropertySetHandle /*host*/, const char* name, int vers
                : found->second;
 }
 
-template <typename Value>
-double valueAt(const std::uint8_t* from) {
-    Value value;
-    std::memcpy(&value, from, sizeof value);
-    return static_cast<double>(value);
-}
-
-template <typename Value>
-void putValue(std::uint8_t* to, double number) {
-    const auto value = static_cast<Value>(number);
-    std::memcpy(to, &value, sizeof value);
+// Calls the function with a value of the type that has so many bytes.
+template <typename Function>
+auto withValue(std::size_t bytes, const Function& function) {
+    return bytes == 1   ? function(std::uint8_t{})
+           : bytes == 2 ? function(std::uint16_t{})
+                        : function(float{});
 }
 
 } // namespace
@@ -267,17 +262,17 @@ std::size_t OpenFXPicture::at(int x, int y, int channel) const {
 }
 
 double OpenFXPicture::get(int x, int y, int channel) const {
-    const std::uint8_t* from = &mMemory[at(x, y, channel)];
-    return mValueBytes == 1   ? valueAt<std::uint8_t>(from)
-           : mValueBytes == 2 ? valueAt<std::uint16_t>(from)
-                              : valueAt<float>(from);
+    return withValue(mValueBytes, [&](auto value) {
+        std::memcpy(&value, &mMemory[at(x, y, channel)], sizeof value);
+        return static_cast<double>(value);
+    });
 }
 
-void OpenFXPicture::set(int x, int y, int channel, double value) {
-    std::uint8_t* to = &mMemory[at(x, y, channel)];
-    mValueBytes == 1   ? putValue<std::uint8_t>(to, value)
-    : mValueBytes == 2 ? putValue<std::uint16_t>(to, value)
-                       : putValue<float>(to, value);
+void OpenFXPicture::set(int x, int y, int channel, double number) {
+    withValue(mValueBytes, [&](auto value) {
+        value = static_cast<decltype(value)>(number);
+        std::memcpy(&mMemory[at(x, y, channel)], &value, sizeof value);
+    });
 }
 
 bool OpenFXPicture::hasGuards() const {

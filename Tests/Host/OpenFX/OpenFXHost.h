@@ -29,7 +29,7 @@ struct OpenFXPicture {
 
     /// Channel 0 is red, 3 alpha; values are the depth's own.
     double get(int x, int y, int channel) const;
-    void set(int x, int y, int channel, double value);
+    void set(int x, int y, int channel, double number);
     bool hasGuards() const;
     double white() const;
 

@@ -15,6 +15,13 @@ void expectDrawn(const Scene& scene) {
     EXPECT_EQ(OpenFXHost::openPictures, 0) << scene.drawing.name;
 }
 
+template <typename Function>
+void forEachValue(const Function& function) {
+    for (int i = 0; i < 37 * 23 * 4; ++i) {
+        function(i / 4 % 37, i / (4 * 37), i % 4);
+    }
+}
+
 Drawing away(Drawing drawing, int x, int y) {
     for (OfxRectI* area : {&drawing.source, &drawing.region, &drawing.output, &drawing.window}) {
         *area = {area->x1 + x, area->y1 + y, area->x2 + x, area->y2 + y};
@@ -108,9 +115,7 @@ TEST(OpenFX, TakesWhatHostsLeaveOut) {
     Scene scene({.name = "no source"});
     scene.effect.clips["Source"].picture = nullptr;
     EXPECT_EQ(scene.render(), kOfxStatOK);
-    for (int i = 0; i < 37 * 23 * 4; ++i) {
-        ASSERT_EQ(scene.output.get(i / 4 % 37, i / 148, i % 4), 0);
-    }
+    forEachValue([&](int x, int y, int channel) { ASSERT_EQ(scene.output.get(x, y, channel), 0); });
 }
 
 TEST(OpenFX, ShiftsDownAtNinetyDegreesAndKeepsItsValuesInRange) {
@@ -122,20 +127,16 @@ TEST(OpenFX, ShiftsDownAtNinetyDegreesAndKeepsItsValuesInRange) {
         scene.set("lightnessG", 0);
         scene.set("lightnessB", -1e9); // black
         scene.set("channelOrder", 0);
-        for (int i = 0; i < 37 * 23 * 4; ++i) {
-            scene.source.set(i / 4 % 37, i / 148, i % 4, i % 4 == 3 ? 255 : 0);
-        }
-        for (int i = 0; i < 3; ++i) {
-            scene.source.set(18, 14, i, 255);
-        }
+        forEachValue([&](int x, int y, int channel) {
+            scene.source.set(x, y, channel, channel == 3 || (x == 18 && y == 14) ? 255 : 0);
+        });
         ASSERT_EQ(scene.render(), kOfxStatOK) << OpenFXHost::message;
         std::string lit;
-        for (int i = 0; i < 37 * 23 * 4; ++i) {
-            if (i % 4 != 3 && scene.output.get(i / 4 % 37, i / 148, i % 4) > 0) {
-                lit +=
-                    "RGB"[i % 4] + std::to_string(i / 4 % 37) + "," + std::to_string(i / 148) + " ";
+        forEachValue([&](int x, int y, int channel) {
+            if (channel != 3 && scene.output.get(x, y, channel) > 0) {
+                lit += "RGB"[channel] + std::to_string(x) + "," + std::to_string(y) + " ";
             }
-        }
+        });
         EXPECT_EQ(lit, "R18,10 G18,14 ");
     }
 }
@@ -206,10 +207,9 @@ TEST(OpenFX, PassesThroughWhatItWouldCopy) {
             EXPECT_EQ(valueOf<std::string>(scene.answers, kOfxPropName), "Source");
             EXPECT_EQ(valueOf<double>(scene.answers, kOfxPropTime), 3);
             EXPECT_EQ(scene.render(), kOfxStatOK);
-            for (int i = 0; i < 37 * 23 * 4; ++i) {
-                const int x = i / 4 % 37;
-                ASSERT_EQ(scene.output.get(x, i / 148, i % 4), scene.source.get(x, i / 148, i % 4));
-            }
+            forEachValue([&](int x, int y, int channel) {
+                ASSERT_EQ(scene.output.get(x, y, channel), scene.source.get(x, y, channel));
+            });
         }
         scene.arguments.values[kOfxPropTime] = {2.0};
         EXPECT_EQ(ask(), kOfxStatReplyDefault) << row.depth;
