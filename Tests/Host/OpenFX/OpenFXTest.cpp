@@ -6,6 +6,7 @@
 
 #include <cstdio>
 #include <thread>
+#include <utility>
 
 namespace Testing {
 namespace {
@@ -304,10 +305,20 @@ TEST(OpenFX, SurvivesEveryFailureOfTheHost) {
             OpenFXHost::failing = call;
             const OfxStatus describing = described(effect);
             OpenFXHost::failing = 0;
-            Scene scene({.name = "failing", .scale = {0.5, 0.5}, .drawnDistance = 2.625});
+            Scene scene({.name = "failing",
+                         .isPremultiplied = true,
+                         .scale = {0.5, 0.5},
+                         .drawnDistance = 2.625});
+            const char* const describingFailed = std::exchange(OpenFXHost::failed, "");
             OpenFXHost::failing = call;
             const int before = OpenFXHost::calls = 0;
             const OfxStatus drawing = scene.render();
+            // The standard's way to say that there is no picture.
+            const bool isMissing =
+                failure == kOfxStatFailed && OpenFXHost::failed == std::string("clipGetImage");
+            if (drawing == kOfxStatOK && !isMissing) {
+                expectDrawn(scene);
+            }
             for (const char* action :
                  {kOfxImageEffectActionIsIdentity, kOfxImageEffectActionGetRegionsOfInterest}) {
                 OpenFXHost::calls = before;
@@ -316,14 +327,10 @@ TEST(OpenFX, SurvivesEveryFailureOfTheHost) {
             }
             OpenFXHost::failing = 0;
             EXPECT_EQ(OpenFXHost::openPictures, 0) << OpenFXHost::failed;
-            if (*OpenFXHost::failed == '\0') {
+            if (*describingFailed == '\0' && *OpenFXHost::failed == '\0') {
                 break;
             }
             told += (describing != kOfxStatOK) + (drawing != kOfxStatOK);
-            const bool isMissing = failure == kOfxStatFailed && scene.output.get(9, 9, 3) == 0;
-            if (drawing == kOfxStatOK && !isMissing) {
-                expectDrawn(scene);
-            }
         }
         EXPECT_GT(told, 40);
     }
