@@ -140,7 +140,8 @@ int render(Host::HostedEffect& effect, const Arguments& arguments,
     // From here on there may be a temporary file to remove.
     const FirstSignalKept signals;
     const auto writer = Host::openClipWriter(output, input, *reader);
-    const int signal = renderClip({drawing, values, *reader, *writer, progress, signals});
+    const int signal =
+        renderClip({drawing, values, *reader, *writer, progress, signals, arguments.verbose});
     checkMemory(); // of a pipe
     progress.finish(signal == 0);
     if (signal != 0 && !arguments.quiet) {

@@ -305,7 +305,7 @@ const std::vector<Option> informationOptions = {
      .help = "Print errors only, no warnings and no progress",
      .store = [](Arguments& to, Text) { to.quiet = true; }},
     {.name = "--verbose",
-     .help = "Print what draws and why, and the plug-in's own messages, too",
+     .help = "Print what draws and why, what reads, and the plug-in's own messages, too",
      .store = [](Arguments& to, Text) { to.verbose = true; }},
 };
 

@@ -9,8 +9,10 @@
 #include <cmath>
 #include <csignal>
 #include <exception>
+#include <iostream>
 #include <limits>
 #include <pthread.h>
+#include <string>
 #include <thread>
 
 namespace Vexorel::PrismDrift::CommandLine {
@@ -129,10 +131,15 @@ double endOf(const Host::ClipFrame& frame, const Host::Ratio& unit) {
 // Draws what comes until it ends or the queue behind it is closed.
 void drawFrames(const ClipRendering& rendering, Queue& read, Queue& drawn) {
     const Host::ClipProperties& clip = rendering.reader.properties();
+    std::string readBy;
     while (auto item = read.pop()) {
         const std::size_t weight = weightOf(*item);
         double time = 0;
         if (auto* frame = std::get_if<Host::ClipFrame>(&*item)) {
+            if (rendering.isVerbose && frame->picture.readBy != readBy) {
+                readBy = frame->picture.readBy;
+                std::cerr << "prismdrift: reader: " << readBy << "\n";
+            }
             rendering.drawing.draw(frame->picture, clip.kind, rendering.values,
                                    frameTime(frame->index, clip.frameRate));
             time = endOf(*frame, clip.timeBase);

@@ -16,6 +16,7 @@ struct ClipRendering {
     Host::ClipWriter& writer;
     Progress& progress;
     const FirstSignalKept& signals;
+    bool isVerbose = false; ///< names what reads the pictures on standard error
 };
 
 /// Draws all that the reader gives and finishes the writer. A few frames are under way at a time,

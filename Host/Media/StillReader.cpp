@@ -155,6 +155,7 @@ Picture readStillPicture(const fs::path& file, const std::string& format, const 
         }
     }
     decoded.extras = std::move(still->extras);
+    decoded.readBy += "; what stands beside its pixels by OpenImageIO";
     return std::move(decoded);
 }
 

@@ -157,8 +157,12 @@ Picture VideoReader::pictureOf(AVFrame& frame) {
         std::swap(frame.sample_aspect_ratio.num, frame.sample_aspect_ratio.den);
     }
     const bool isAssociated = layout.isAlphaAssociated && world.format() == PF_PixelFormat_ARGB128;
-    return {asShown(std::move(world), layout), profileOf(frame), propertiesOf(frame), depth,
-            isAssociated};
+    return {.world = asShown(std::move(world), layout),
+            .colorProfile = profileOf(frame),
+            .source = propertiesOf(frame),
+            .depth = depth,
+            .isAssociated = isAssociated,
+            .readBy = std::string("FFmpeg, ") + avcodec_get_name(stream().codecpar->codec_id)};
 }
 
 std::optional<std::int64_t> VideoReader::frameCount() {

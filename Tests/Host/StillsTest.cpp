@@ -74,8 +74,10 @@ TEST_F(StillsTest, EachKindOfFileIsReadAsItIs) {
         const char* readBy;
         const char* options = "";
     } rows[] = {
-        {"deep.png", "", 16, false, exact, "FFmpeg, png"},
-        {"clear.png", "", 16, false, exact, "FFmpeg, png"},
+        {"deep.png", "", 16, false, exact,
+         "FFmpeg, png; what stands beside its pixels by OpenImageIO"},
+        {"clear.png", "", 16, false, exact,
+         "FFmpeg, png; what stands beside its pixels by OpenImageIO"},
         {"a.tif", "convert clear.png a.tif", 16, false, exact, "OpenImageIO, tiff"},
         {"a.tif", "convert clear.png -define tiff:alpha=associated a.tif", 16, false, level,
          "OpenImageIO, tiff"},
