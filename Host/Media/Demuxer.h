@@ -21,8 +21,8 @@ void checkReadable(const std::filesystem::path& file);
 /// Whether it is a file whose bytes can be read more than once. Standard input, "-", is not.
 bool isPlainFile(const std::filesystem::path& file);
 
-/// Whether OpenImageIO or FFmpeg takes the file for a single picture. False where it can't tell. Throws Error,
-/// which names the file, where the file can't be read.
+/// Whether OpenImageIO or FFmpeg takes the file for a single picture. False where it can't tell.
+/// Throws Error, which names the file, where the file can't be read.
 bool isStillPicture(const std::filesystem::path& file);
 
 /// Its functions throw Error with the reason alone.

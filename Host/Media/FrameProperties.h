@@ -2,8 +2,8 @@
 
 /// What a decoded frame has beside its pixels. Internal to the media library.
 
-#include "Host/Media/FFmpeg.h"
 #include "Host/Library/Orientation.h"
+#include "Host/Media/FFmpeg.h"
 
 #include <cstdint>
 #include <memory>

@@ -3,9 +3,9 @@
 /// The frames of a video file or pipe, with what else the file holds. Internal to the media
 /// library.
 
+#include "Host/Library/Orientation.h"
 #include "Host/Media/Clip.h"
 #include "Host/Media/Demuxer.h"
-#include "Host/Library/Orientation.h"
 #include "Host/Media/PixelConversion.h"
 #include "Host/Media/TimeIndex.h"
 #include "Host/Media/VideoDecoder.h"

@@ -123,4 +123,18 @@ TEST_F(DepthCommandTest, LinearLightMixesLightAndNeedsAKnownTransfer) {
     EXPECT_THAT(files(), testing::Not(testing::Contains("o.mkv")));
 }
 
+TEST_F(DepthCommandTest, AssociatedColoursAreDrawnFreeOfAlphaAndNeutralOnesKept) {
+    // Alpha is 1/4, colours go up by a 512th from column to column; without alpha at the bottom.
+    output("oiiotool --create 64x64 4 --fill:left=0,0,0,.25:right=.125,.125,.125,.25 64x32 "
+           "--fill:color=.5,.5,.5,0 64x32+0+32 -d half -o in.exr");
+    output("$PROGRAM in.exr same.exr; oiiotool --diff --fail 0 in.exr same.exr");
+    const Result moved = run("$PROGRAM in.exr lighter.exr --channel-lightness 50");
+    EXPECT_EQ(moved.status, 0) << moved.errors;
+    EXPECT_THAT(moved.errors, HasSubstr("light that covers nothing"));
+    // Half way to white, which is the alpha in associated colours.
+    output("oiiotool in.exr --cut 64x32+0+0 --mulc .5,.5,.5,1 --addc .125,.125,.125,0 -o "
+           "expected.exr; oiiotool lighter.exr --cut 64x32+0+0 -o found.exr; "
+           "oiiotool --diff --fail .0002 expected.exr found.exr");
+}
+
 } // namespace
