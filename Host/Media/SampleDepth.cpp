@@ -1,7 +1,8 @@
 #include "Host/Media/SampleDepth.h"
 
+#include "Host/Library/DitherPattern.h"
+
 #include <array>
-#include <cstddef>
 
 namespace Vexorel::PrismDrift::Host {
 namespace {
@@ -20,24 +21,6 @@ void round(const float* from, int count, unsigned full, Level* to) {
     for (int x = 0; x < count; ++x) {
         to[x] = static_cast<Level>(static_cast<int>(scaled(from[x], full) + half));
     }
-}
-
-constexpr unsigned side = 8; // of the pattern
-
-// Bayer's ordering: the places of a square are numbered so that the first ones of any count are
-// spread evenly. Bits of a place's number are those of x ^ y and y in turn, the lowest first.
-constexpr std::array<std::array<double, side>, side> makeThresholds() {
-    std::array<std::array<double, side>, side> thresholds{};
-    for (unsigned y = 0; y < side; ++y) {
-        for (unsigned x = 0; x < side; ++x) {
-            unsigned number = 0;
-            for (unsigned bit = 1; bit < side; bit *= 2) {
-                number = number * 4 + (((x ^ y) & bit) != 0 ? 2U : 0U) + ((y & bit) != 0 ? 1U : 0U);
-            }
-            thresholds[y][x] = (number + 0.5) / (side * side);
-        }
-    }
-    return thresholds;
 }
 
 } // namespace
@@ -64,10 +47,9 @@ void toLevels(const float* from, int count, std::uint8_t* to) {
 }
 
 void toDitheredLevels(const float* from, int count, int y, std::uint8_t* to) {
-    static constexpr auto thresholds = makeThresholds();
-    const auto& row = thresholds[static_cast<unsigned>(y) % side];
+    const std::array<float, ditherSide>& row = ditherRow(y);
     for (int x = 0; x < count; ++x) {
-        const double level = scaled(from[x], byteFull) + row[static_cast<unsigned>(x) % side];
+        const double level = scaled(from[x], byteFull) + row[static_cast<unsigned>(x) % ditherSide];
         to[x] = static_cast<std::uint8_t>(static_cast<int>(level));
     }
 }

@@ -1,5 +1,7 @@
 #include "Host/Stills/PartOfWorld.h"
 
+#include "Host/Library/DitherPattern.h"
+
 #include <OpenImageIO/half.h>
 
 #include <algorithm>
@@ -42,18 +44,6 @@ void associate(Pixel& pixel, const ColourSteps& steps) {
     for (std::size_t i = 1; i < pixel.size() && (multiplies || divides) && pixel[0] != 1.F; ++i) {
         pixel[i] = multiplies ? pixel[i] * pixel[0] : pixel[i] / pixel[0];
     }
-}
-
-// The same of every frame: the thresholds of an ordered pattern of 8x8, from 0 to 1.
-float threshold(int x, int y) {
-    unsigned rank = 0;
-    for (unsigned bit = 0; bit < 3; ++bit) {
-        const unsigned column = static_cast<unsigned>(x) >> bit & 1U;
-        const unsigned line = static_cast<unsigned>(y) >> bit & 1U;
-        rank = rank << 2U | ((column ^ line) << 1U | line);
-    }
-    constexpr float count = 64;
-    return (static_cast<float>(rank) + .5F) / count;
 }
 
 template <typename Number>
@@ -109,6 +99,7 @@ void store(const World& world, const ColourChannels& colours, const ColourSteps&
         offsets[i] = offsetOf(part.spec, std::max(0, colours.argb[i]));
     }
     for (int y = 0; y < shown.height; ++y) {
+        const std::array<float, ditherSide>& row = ditherRow(y);
         std::byte* to = part.row(shown.y - part.spec.y + y) +
                         step * static_cast<std::size_t>(shown.x - part.spec.x);
         for (int x = 0; x < shown.width; ++x, to += step) {
@@ -117,7 +108,8 @@ void store(const World& world, const ColourChannels& colours, const ColourSteps&
             for (std::size_t i = 0; i < pixel.size(); ++i) {
                 const bool dithers = steps.dithers && isDeep && i > 0 && types[i].size() == 1;
                 if (colours.argb[i] >= 0) {
-                    putChannel(types[i], steps.bits, pixel[i], dithers ? threshold(x, y) : .5F,
+                    putChannel(types[i], steps.bits, pixel[i],
+                               dithers ? row[static_cast<unsigned>(x) % ditherSide] : .5F,
                                to + offsets[i]);
                 }
             }
