@@ -38,7 +38,7 @@ _prismdrift() {
     --depth) words='8 16 half float' ;;
     --output-format)
       words='mp4 mov matroska webm nut rawvideo yuv4mpegpipe
-        png jpg tif webp bmp tga ppm pam sgi qoi'
+        png jpg tif webp bmp tga ppm pam sgi qoi exr dpx hdr'
       ;;
     --renderer) words='auto gl software' ;;
     --progress) words='bar lines kv none' ;;

@@ -33,7 +33,7 @@ complete -c prismdrift -n 'not __prismdrift_sheet' -l quality -x -d '0 to 100; h
 complete -c prismdrift -n 'not __prismdrift_sheet' -l encoder-preset -x -a 'ultrafast superfast veryfast faster fast medium slow slower veryslow placebo 5 4 3 2 1 0' -d 'Slower ones make smaller files; numbers are for vp9'
 complete -c prismdrift -n 'not __prismdrift_sheet' -l depth -x -a '8 16 half float' -d 'Bits a channel, or floats'
 complete -c prismdrift -n 'not __prismdrift_sheet' -l dither -d 'Where more than 8 bits become 8'
-complete -c prismdrift -n 'not __prismdrift_sheet' -l output-format -x -a 'mp4 mov matroska webm nut rawvideo yuv4mpegpipe png jpg tif webp bmp tga ppm pam sgi qoi' -d 'For pipes and names without an ending'
+complete -c prismdrift -n 'not __prismdrift_sheet' -l output-format -x -a 'mp4 mov matroska webm nut rawvideo yuv4mpegpipe png jpg tif webp bmp tga ppm pam sgi qoi exr dpx hdr' -d 'For pipes and names without an ending'
 complete -c prismdrift -n 'not __prismdrift_sheet' -l output-pixel-format -x -a 'rgba argb bgra rgb24 bgr24 gray yuv420p yuv422p yuv444p yuva420p yuva444p' -d 'Of the written video'
 
 # A contact sheet
