@@ -87,6 +87,17 @@ void HdrMetadata::addTo(AVStream& stream) const {
     }
 }
 
+bool hasDynamicHdr(const AVFrame& frame) {
+    for (const AVFrameSideDataType type :
+         {AV_FRAME_DATA_DYNAMIC_HDR_PLUS, AV_FRAME_DATA_DYNAMIC_HDR_VIVID,
+          AV_FRAME_DATA_DOVI_METADATA, AV_FRAME_DATA_DOVI_RPU_BUFFER}) {
+        if (av_frame_get_side_data(&frame, type) != nullptr) {
+            return true;
+        }
+    }
+    return false;
+}
+
 void addHdrMetadata(const AVStream& stream, AVFrame& frame) {
     copySideData(stream, AV_PKT_DATA_MASTERING_DISPLAY_METADATA, frame,
                  AV_FRAME_DATA_MASTERING_DISPLAY_METADATA);

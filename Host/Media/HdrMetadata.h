@@ -30,6 +30,10 @@ struct HdrMetadata {
     void addTo(AVStream& stream) const;
 };
 
+/// Whether a frame has HDR metadata of its own, HDR10+'s or Dolby Vision's. They would not fit
+/// another picture.
+bool hasDynamicHdr(const AVFrame& frame);
+
 /// Gives a frame what its stream says of all and the frame itself doesn't. Throws std::bad_alloc.
 void addHdrMetadata(const AVStream& stream, AVFrame& frame);
 

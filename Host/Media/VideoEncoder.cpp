@@ -182,6 +182,9 @@ FFmpegPtr<AVCodecContext> openContext(const EncoderSettings& settings, const Cli
     if (!settings.container.saysHdr) {
         warnOfLostTags(settings, *source, hdr);
     }
+    if (hasDynamicHdr(*source)) {
+        settings.output.warn("HDR metadata of each frame (HDR10+, Dolby Vision) are lost");
+    }
     Dictionary options(encoderOptions(codec, settings.output.quality.value_or(defaultQuality),
                                       settings.output.encoderPreset, hdr));
     checkResult(avcodec_open2(context.get(), encoder, options.pointer()));

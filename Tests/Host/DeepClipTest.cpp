@@ -9,6 +9,10 @@ using namespace Vexorel::PrismDrift::Host;
 using testing::AnyOf;
 using testing::HasSubstr;
 
+extern "C" {
+#include <libavutil/frame.h>
+}
+
 namespace {
 
 // Clips of more than 8 bits, read into floats and written again.
@@ -172,6 +176,25 @@ TEST_F(DeepClipTest, WhatHdrPicturesSayIsKept) {
     for (const char* name : {"o.y4m", "o.nut", "o.raw"}) {
         EXPECT_THAT(copy("i.mkv", name), HasSubstr("has no place for what HDR pictures say"));
     }
+}
+
+TEST_F(DeepClipTest, HdrMetadataOfEachFrameAreSaidToBeLost) {
+    makeNoise("yuv420p10le", "-c:v ffv1 i.mkv");
+    const auto reader = openClip(input("i.mkv"));
+    std::string warnings;
+    ClipOutput output;
+    output.file = path("o.mkv");
+    output.warn = [&](const std::string& text) { warnings += text; };
+    const auto writer = openClipWriter(output, input("i.mkv"), *reader);
+    auto item = reader->next();
+    auto& source = std::get<ClipFrame>(*item).picture.source;
+    AVFrame* dynamic = av_frame_alloc();
+    ASSERT_EQ(av_frame_copy_props(dynamic, source.get()), 0);
+    dynamic->format = source->format;
+    ASSERT_NE(av_frame_new_side_data(dynamic, AV_FRAME_DATA_DYNAMIC_HDR_PLUS, 64), nullptr);
+    source = {dynamic, [](AVFrame* frame) { av_frame_free(&frame); }};
+    writer->write(std::move(*item));
+    EXPECT_THAT(warnings, HasSubstr("HDR metadata of each frame"));
 }
 
 // The pictures of formats that hold 16 bits have every value of the clip's.
