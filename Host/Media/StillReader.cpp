@@ -85,6 +85,9 @@ public:
         if (format == "png") {
             mBytes = pngBytes(file, limits);
             mRequest.bytes = &mBytes;
+        } else if (format == "jpeg") {
+            mBytes = bytesOf(file);
+            mRequest.bytes = &mBytes;
         }
         mRequest.worlds = request.worlds;
         mRequest.layer = request.layer;

@@ -99,7 +99,8 @@ void addLosses(const StillExtras& extras, const StillFormat& format,
                          (channels.size() == 1 ? " further channel (" : " further channels (") +
                          listed(channels) + ")");
     }
-    if (has(extras.spec(), Kind::Exif) && !format.hasExif) {
+    const bool isThere = has(extras.spec(), Kind::Exif) || !extras.raw.isEmpty();
+    if (isThere && !format.hasExif) {
         losses.push_back(noPlace + "EXIF, IPTC and XMP");
     }
     if (has(extras.spec(), Kind::Film) && !isTaken(Kind::Film, "", format, false)) {
@@ -157,7 +158,45 @@ std::string stored(const std::vector<std::uint8_t>& bytes) {
                     static_cast<char>(low >> 8U), static_cast<char>(low)};
 }
 
+bool takesRaw(const StillFormat& format) {
+    return isAmong(format.format, {"jpeg", "png"});
+}
+
 } // namespace
+
+std::vector<std::string> lossesIn(const StillExtras& extras, const std::string& name) {
+    std::vector<std::string> losses;
+    const StillFormat format{"", "", name.c_str(), {}};
+    addLosses(extras, format, losses);
+    if (has(extras.spec(), Kind::Text)) {
+        losses.push_back(name + " is written without texts");
+    }
+    return losses;
+}
+
+void addUnwritten(const StillExtras& extras, const StillFormat& format, const ImageSpec& spec,
+                  std::vector<std::string>& losses) {
+    std::vector<std::string> names;
+    for (const OIIO::ParamValue& value : extras.spec().extra_attribs) {
+        const std::string name = value.name().string();
+        const Kind kind = kindOf(name);
+        const bool isMeant = kind == Kind::Text || (kind == Kind::Exif && format.hasExif);
+        // Of how the values are stored, and of the file's own time.
+        const bool isTechnical =
+            isAmong(name, {"DateTime", "Exif:YCbCrPositioning", "Exif:ComponentsConfiguration",
+                           "Exif:ExifVersion", "Exif:FlashPixVersion", "GPS:VersionID"});
+        if (isMeant && !isTechnical && spec.find_attribute(name) == nullptr) {
+            names.push_back(name);
+        }
+    }
+    if (!names.empty()) {
+        losses.push_back(std::string(format.name) + " is written without " + listed(names));
+    }
+    if (!extras.raw.xmp.empty() && format.hasExif) {
+        losses.push_back(std::string(format.name) +
+                         " is written with those XMP properties alone that OpenImageIO knows");
+    }
+}
 
 void carryMetadata(const StillPicture& picture, const StillFormat& format, ImageSpec& spec,
                    std::vector<std::string>& losses) {
@@ -176,8 +215,12 @@ void carryMetadata(const StillPicture& picture, const StillFormat& format, Image
         return;
     }
     const bool isSameFormat = picture.extras->format == format.format;
+    const bool isRaw = takesRaw(format) && !picture.extras->raw.isEmpty();
     for (const OIIO::ParamValue& value : picture.extras->spec().extra_attribs) {
         const std::string name = value.name().string();
+        if (isRaw && kindOf(name) == Kind::Exif) {
+            continue; // added behind the writer
+        }
         if (isTaken(kindOf(name), name, format, isSameFormat) && name != "ICCProfile" &&
             spec.find_attribute(name) == nullptr) {
             spec.attribute(name, value.type(), value.data());
@@ -195,13 +238,17 @@ void addPngMetadata(const StillPicture& picture, std::vector<std::uint8_t>& png)
     }
     ImageSpec spec = picture.extras != nullptr ? picture.extras->spec() : ImageSpec();
     avoidUnitFractions(spec);
-    if (has(spec, Kind::Exif)) {
+    RawMetadata raw = picture.extras != nullptr ? picture.extras->raw : RawMetadata();
+    if (raw.exif.empty() && has(spec, Kind::Exif)) {
         std::vector<char> exif;
         OIIO::encode_exif(spec, exif);
-        chunks += exif.empty() ? "" : chunk("eXIf", {exif.data(), exif.size()});
-        const std::string xmp = OIIO::encode_xmp(spec, true);
-        constexpr std::string_view head("XML:com.adobe.xmp\0\0\0\0\0", 22);
-        chunks += xmp.empty() ? "" : chunk("iTXt", std::string(head) + xmp);
+        raw.exif.assign(exif.data(), exif.size());
+    }
+    if (raw.xmp.empty() && has(spec, Kind::Exif)) { // IPTC's texts, too
+        raw.xmp = OIIO::encode_xmp(spec, true);
+    }
+    for (const auto& [type, data] : pngChunksOf(raw)) {
+        chunks += chunk(type, data);
     }
     constexpr std::ptrdiff_t behindHeader = 33;
     png.insert(png.begin() + behindHeader, chunks.begin(), chunks.end());

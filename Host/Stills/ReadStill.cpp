@@ -208,6 +208,9 @@ Still readStill(const StillRequest& request) {
     auto extras = std::make_shared<StillExtras>();
     extras->format = request.format;
     extras->layer = request.layer;
+    if (request.bytes != nullptr) {
+        extras->raw = rawMetadataOf(*request.bytes, static_cast<std::size_t>(request.metadata));
+    }
     std::int64_t bytes = 0;
     bool isLarge = false;
     for (ImageSpec& spec : specs) {

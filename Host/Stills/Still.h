@@ -73,6 +73,8 @@ struct StillFunctions {
     /// world and the picture's own file have.
     StillFile (*encodedStill)(const StillPicture& picture, const std::string& ending,
                               std::optional<Depth> depth, bool dithers);
+    /// A line for each thing of the extras that a file without any of them loses.
+    std::vector<std::string> (*lossesIn)(const StillExtras& extras, const std::string& name);
     std::string (*stillsVersion)();
 };
 

@@ -4,6 +4,7 @@
 /// Internal to the library of stills.
 
 #include "Host/Stills/Layers.h"
+#include "Host/Stills/RawMetadata.h"
 #include "Host/Stills/Still.h"
 #include "Host/Stills/StillFormats.h"
 
@@ -18,6 +19,7 @@ struct StillExtras {
     std::vector<StoredPart> parts; ///< upright; without pixels where only the colours matter
     ChosenLayer chosen;
     std::string layer; ///< as it was asked for
+    RawMetadata raw;   ///< of a JPEG or a PNG
 
     const StoredPart& part() const { return parts[static_cast<std::size_t>(chosen.part)]; }
     const ImageSpec& spec() const { return part().spec; }
@@ -34,6 +36,14 @@ std::vector<std::uint8_t> profileOf(const ImageSpec& spec);
 /// format has a place for it, and adds a line for each thing that it has none for.
 void carryMetadata(const StillPicture& picture, const StillFormat& format, ImageSpec& spec,
                    std::vector<std::string>& losses);
+
+/// A line for each thing of the extras that a file without any of them loses.
+std::vector<std::string> lossesIn(const StillExtras& extras, const std::string& name);
+
+/// Adds a line for what of the picture's own file OpenImageIO has left out of the file that it
+/// wrote as `spec`.
+void addUnwritten(const StillExtras& extras, const StillFormat& format, const ImageSpec& spec,
+                  std::vector<std::string>& losses);
 
 /// Adds to a PNG's bytes what OpenImageIO doesn't write into one: EXIF and XMP.
 void addPngMetadata(const StillPicture& picture, std::vector<std::uint8_t>& png);

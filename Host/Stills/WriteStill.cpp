@@ -171,6 +171,23 @@ std::vector<std::uint8_t> bytesOf(const std::string& format, const std::vector<S
     return std::move(bytes.buffer());
 }
 
+// What the written file says of itself; nothing where that takes a file.
+std::optional<ImageSpec> writtenSpec(const std::string& format,
+                                     const std::vector<std::uint8_t>& bytes) {
+    const auto input = ImageInput::create(format);
+    if (input == nullptr || input->supports("ioproxy") == 0) {
+        return std::nullopt;
+    }
+    OIIO::Filesystem::IOMemReader reader(bytes.data(), bytes.size());
+    input->set_ioproxy(&reader);
+    ImageSpec spec;
+    if (!input->open("still." + format, spec)) {
+        throwErrorOf(*input, "what was written can't be read");
+    }
+    input->close();
+    return spec;
+}
+
 // What to write into, and what of its depth gets lost.
 Depth writtenDepth(const StillFormat& format, const StillPicture& picture,
                    const std::optional<Depth>& depth, std::vector<std::string>& losses) {
@@ -223,6 +240,15 @@ StillFile encodedStill(const StillPicture& picture, const std::string& ending,
     }
     if (std::string(format.format) == "png") {
         addPngMetadata(picture, file.bytes);
+        if (picture.extras != nullptr && !picture.extras->raw.segments.empty()) {
+            file.losses.emplace_back("PNG has no place for IPTC");
+        }
+    } else if (picture.extras != nullptr && std::string(format.format) == "jpeg") {
+        addToJpeg(picture.extras->raw, file.bytes);
+    } else if (picture.extras != nullptr) {
+        if (const auto spec = writtenSpec(format.format, file.bytes)) {
+            addUnwritten(*picture.extras, format, *spec, file.losses);
+        }
     }
     return file;
 }

@@ -6,6 +6,8 @@
 #include <cstring>
 
 using namespace Vexorel::PrismDrift::Host;
+using testing::AllOf;
+using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -207,7 +209,7 @@ TEST_F(StillsTest, WhatStandsBesideThePixelsStaysOrIsNamed) {
             << name;
     }
     EXPECT_THAT(writePicture(path("out.hdr"), picture),
-                ElementsAre(HasSubstr("Radiance HDR has no place for EXIF, IPTC and XMP")));
+                Contains(HasSubstr("Radiance HDR has no place for EXIF, IPTC and XMP")));
 }
 
 TEST_F(StillsTest, WhatIsCutOffOrShownWrongIsRefused) {
@@ -232,6 +234,40 @@ TEST_F(StillsTest, WhatIsCutOffOrShownWrongIsRefused) {
     limits.pixels = 37 * 29 - 1;
     EXPECT_EQ(errorOf([&] { readPicture(path("a.exr"), limits); }),
               "cannot read 'a.exr': its 37x29 pixels are more than 1072");
+}
+
+// EXIF, XMP and IPTC that no library takes apart come back byte for byte, but for the orientation.
+TEST_F(StillsTest, BlocksBesideThePixelsAreCarriedAsTheyAre) {
+    using namespace std::string_literals;
+    shell("convert -size 24x16 gradient:red-blue plain.jpg");
+    const auto contents = [&](const std::string& name) {
+        std::ostringstream text;
+        text << std::ifstream(path(name), std::ios::binary).rdbuf();
+        return text.str();
+    };
+    const auto exif = [](char orientation) { // two entries, the second of a maker's own
+        return "Exif\0\0MM\0*\0\0\0\x08\0\x02\x01\x12\0\x03\0\0\0\x01\0"s + orientation +
+               "\0\0\xC6\x01\0\x02\0\0\0\x04own\0\0\0\0\0"s;
+    };
+    const std::string xmp = "<x:xmpmeta xmlns:x='adobe:ns:meta/'><own>\xC3\xA9</own></x:xmpmeta>";
+    const auto segment = [](char type, const std::string& data) {
+        return "\xFF"s + type + '\0' + static_cast<char>(data.size() + 2) + data;
+    };
+    const std::string iptc = segment('\xED', "Photoshop 3.0\0 8BIM of its own"s);
+    std::string file = contents("plain.jpg");
+    file.insert(2, segment('\xE1', exif(6)) +
+                       segment('\xE1', "http://ns.adobe.com/xap/1.0/\0"s + xmp) + iptc);
+    std::ofstream(path("in.jpg"), std::ios::binary) << file;
+    const Picture picture = readPicture(path("in.jpg"));
+    EXPECT_EQ(picture.world.width(), 16);
+    EXPECT_THAT(writePicture(path("out.jpg"), picture), IsEmpty());
+    const std::string jpeg = contents("out.jpg");
+    EXPECT_THAT(jpeg, AllOf(HasSubstr(exif(1)), HasSubstr(xmp), HasSubstr(iptc)));
+    EXPECT_EQ(readPicture(path("out.jpg")).world.width(), 16);
+    EXPECT_THAT(writePicture(path("out.png"), picture), ElementsAre(HasSubstr("IPTC")));
+    EXPECT_THAT(contents("out.png"), AllOf(HasSubstr("eXIf" + exif(1).substr(6)), HasSubstr(xmp)));
+    EXPECT_EQ(readPicture(path("out.png")).world.width(), 16);
+    EXPECT_THAT(writePicture(path("out.webp"), picture), Contains(HasSubstr("no place for EXIF")));
 }
 
 } // namespace
