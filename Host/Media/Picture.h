@@ -36,7 +36,7 @@ struct Picture {
     bool isAssociated = false;
     /// The library and the format that its file was read by: "OpenImageIO, tiff". Empty for a
     /// picture that is not from a file.
-    std::string readBy = "";
+    std::string readBy = {};
     /// What OpenImageIO has read of its file beside the pixels, for files that it writes; or null.
     std::shared_ptr<const StillExtras> extras = nullptr;
 };
@@ -46,12 +46,12 @@ struct PictureRequest {
     WorldDepth worlds = WorldDepth::Bits8;
     /// Of a file with several layers, the one whose channels begin with this name and a point, or
     /// the part of this name. Empty for the main colours. One that is not there is an error.
-    std::string layer = "";
+    std::string layer = {};
 };
 
 /// How a picture is written.
 struct PictureOutput {
-    std::string ending = ""; ///< of the format to write; empty for that of the file's name
+    std::string ending = {}; ///< of the format to write; empty for that of the file's name
     /// What to write where the format can; otherwise, and where the format can't, the nearest to
     /// what the world and the picture's own file have.
     std::optional<Depth> depth = {};

@@ -246,7 +246,7 @@ std::vector<std::string> writePicture(const fs::path& file, const Picture& pictu
     }
     replaceFile(file, encoded.bytes.data(), encoded.bytes.size());
     for (std::string& loss : encoded.losses) {
-        loss = nameOf(file) + ": " + loss;
+        loss.insert(0, nameOf(file) + ": ");
     }
     return encoded.losses;
 }

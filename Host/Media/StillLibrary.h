@@ -11,7 +11,7 @@ struct StillLibrary {
     /// The name of the format by which OpenImageIO reads the file; empty where FFmpeg does: pipes
     /// and video, animated pictures, bare PNGs of 8 bits, which must not wait for another library,
     /// formats that OpenImageIO doesn't know or reads worse, and what can't be opened.
-    std::string openImageIOFormat = "";
+    std::string openImageIOFormat = {};
     /// Whether FFmpeg decodes the file as well, since it finds damage that OpenImageIO passes over.
     /// It then gives the pixels, as far as it has them all.
     bool isCheckedByFFmpeg = false;

@@ -132,7 +132,8 @@ bool isEmptyOutside(const World& world, const Window& frame, const Window& windo
     return !anyPixel(world, [&](const Pixel& pixel, int x, int y) {
         const bool isInside = frame.x + x >= window.x && frame.x + x < window.x + window.width &&
                               frame.y + y >= window.y && frame.y + y < window.y + window.height;
-        return !isInside && pixel != Pixel{};
+        return !isInside &&
+               std::any_of(pixel.begin(), pixel.end(), [](float value) { return value != 0; });
     });
 }
 

@@ -42,7 +42,7 @@ struct StillRequest {
     const std::vector<std::uint8_t>* bytes = nullptr;
     bool hasPixels = true; ///< false for what the file has beside them
     WorldDepth worlds = WorldDepth::Bits8;
-    std::string layer = ""; ///< of its channels, or one of its parts; empty for the main colours
+    std::string layer = {}; ///< of its channels, or one of its parts; empty for the main colours
     /// Throws for more pixels than may be read. Called before any is unpacked.
     std::function<void(int width, int height)> checkSize;
     std::int64_t mostBytes = 0; ///< that all channels of all parts may take, unpacked

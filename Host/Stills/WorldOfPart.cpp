@@ -1,5 +1,7 @@
 #include "Host/Stills/StoredPart.h"
 
+#include "Host/Library/ReducedWorld.h"
+
 #include <OpenImageIO/half.h>
 
 #include <algorithm>
@@ -109,9 +111,7 @@ void divideByAlpha(const std::array<StoredChannel, channelCount>& channels, floa
 }
 
 std::uint8_t byteOf(float value) {
-    constexpr float full = 255;
-    // Not a number becomes 0.
-    return value > 0 ? static_cast<std::uint8_t>(std::min(value, 1.F) * full + .5F) : 0;
+    return nearestLevel<std::uint8_t>(value, 255);
 }
 
 bool isOfBytes(const std::array<StoredChannel, channelCount>& channels) {

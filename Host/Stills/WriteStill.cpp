@@ -8,6 +8,7 @@
 #include <OpenImageIO/filesystem.h>
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace Vexorel::PrismDrift::Host {
@@ -131,9 +132,8 @@ void writePart(ImageOutput& output, const StoredPart& part) {
 void writeParts(ImageOutput& output, const std::string& name,
                 const std::vector<StoredPart>& parts) {
     std::vector<ImageSpec> specs;
-    for (const StoredPart& part : parts) {
-        specs.push_back(part.spec);
-    }
+    std::transform(parts.begin(), parts.end(), std::back_inserter(specs),
+                   [](const StoredPart& part) { return part.spec; });
     const bool isOpen = specs.size() == 1
                             ? output.open(name, specs[0])
                             : output.open(name, static_cast<int>(specs.size()), specs.data());
