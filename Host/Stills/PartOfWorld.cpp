@@ -123,8 +123,10 @@ bool isTransparent(const World& world) {
 
 bool isGrayWorld(const World& world) {
     return !anyPixel(world, [](const Pixel& pixel, int, int) {
-        return std::memcmp(&pixel[1], &pixel[2], sizeof(float)) != 0 ||
-               std::memcmp(&pixel[1], &pixel[3], sizeof(float)) != 0;
+        const auto differ = [](float left, float right) { // NaN is as good as NaN
+            return left != right && !(std::isnan(left) && std::isnan(right));
+        };
+        return differ(pixel[1], pixel[2]) || differ(pixel[1], pixel[3]);
     });
 }
 
