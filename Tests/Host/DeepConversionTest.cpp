@@ -49,7 +49,8 @@ void set(AVFrame& frame, int component, int x, int y, unsigned value) {
 FFmpegPtr<AVFrame> clearedFrame(int width, int height, AVPixelFormat format) {
     auto frame = newFrame(width, height, format);
     for (int plane = 0; plane < av_pix_fmt_count_planes(format); ++plane) {
-        std::memset(frame->data[plane], 0, std::size_t(frame->linesize[plane]) * height);
+        std::memset(frame->data[plane], 0,
+                    std::size_t(frame->linesize[plane]) * std::size_t(height));
     }
     return frame;
 }
