@@ -256,10 +256,8 @@ void makeSheet(Host::HostedEffect& effect, const std::vector<ParameterOption>& o
     Host::ClipInput input = common.input;
     std::vector<std::string> warnings;
     input.limits.warn = [&](const Host::Error& left) { warnings.push_back(textWithOptions(left)); };
-    // In linear light the values are those of floats, which OpenGL doesn't draw.
-    const auto renderer = rendererFor(effect, common);
     if (common.linear) {
-        input.picture.worlds = worldsFor(common, *renderer);
+        input.picture.worlds = Host::WorldDepth::Floats;
     }
     Frame frame = readFrame(input, cells);
     const std::string chosen =
@@ -267,6 +265,10 @@ void makeSheet(Host::HostedEffect& effect, const std::vector<ParameterOption>& o
     const SheetText text = sheetText(common, frame, cells, chosen);
     const SheetLayout layout = layoutOf(arguments, variations, frame.picture.world, text);
     Host::checkPictureSize(common.output.file, layout.width(), layout.height());
+    const auto renderer = rendererFor(effect, common);
+    if (common.linear) {
+        worldsFor(common, *renderer); // throws where it draws no floats
+    }
     Progress progress(common.progressStyle(), !common.quiet,
                       static_cast<std::int64_t>(cells.size()));
     for (const std::string& warning : warnings) {
