@@ -175,6 +175,9 @@ EncodedPicture encodedByFFmpeg(const Format& format, const Picture& picture,
         encoded.losses.push_back(std::string(format.name) +
                                  " has no transparency: the alpha is lost");
     }
+    if (!picture.colorProfile.empty() && std::string_view(format.ending) != "png") {
+        encoded.losses.push_back(std::string(format.name) + " is written without a colour profile");
+    }
     if (picture.extras != nullptr) {
         for (std::string& loss : stills().lossesIn(*picture.extras, format.name)) {
             encoded.losses.push_back(std::move(loss));

@@ -72,7 +72,23 @@ std::string upright(std::string exif) {
             exif[entry + 9] = isBigEndian ? '\1' : '\0';
         }
     }
+    const std::size_t next = directory + 2 + count * entrySize; // the directory of a thumbnail
+    for (std::size_t i = next; i < std::min(next + 4, exif.size()); ++i) {
+        exif[i] = '\0';
+    }
     return exif;
+}
+
+// XMP may repeat the orientation.
+std::string uprightXmp(std::string xmp) {
+    for (const std::string_view name :
+         {"tiff:Orientation=\""sv, "tiff:Orientation='"sv, "<tiff:Orientation>"sv}) {
+        const std::size_t at = xmp.find(name);
+        if (at != std::string::npos && at + name.size() < xmp.size()) {
+            xmp[at + name.size()] = '1';
+        }
+    }
+    return xmp;
 }
 
 RawMetadata ofJpeg(std::string_view file) {
@@ -83,7 +99,7 @@ RawMetadata ofJpeg(std::string_view file) {
         if (segment->type == app1 && startsWith(data, exifHead) && found.exif.empty()) {
             found.exif = upright(std::string(data.substr(exifHead.size())));
         } else if (segment->type == app1 && startsWith(data, xmpHead) && found.xmp.empty()) {
-            found.xmp = data.substr(xmpHead.size());
+            found.xmp = uprightXmp(std::string(data.substr(xmpHead.size())));
         } else if (segment->type == app13 || segment->type == app1) {
             found.segments.emplace_back(whole);
         }
@@ -104,7 +120,7 @@ RawMetadata ofPng(std::string_view file) {
         if (name == "eXIf") {
             found.exif = upright(std::string(data));
         } else if (name == "iTXt" && startsWith(data, pngXmpHead)) {
-            found.xmp = data.substr(pngXmpHead.size());
+            found.xmp = uprightXmp(std::string(data.substr(pngXmpHead.size())));
         }
         at += size + frame;
     }

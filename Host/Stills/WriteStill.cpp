@@ -220,6 +220,9 @@ StillFile encodedStill(const StillPicture& picture, const std::string& ending,
     StoredPart& part = still.parts[still.chosen];
     ColourSteps steps{picture.isAssociated, format.alpha, dithers};
     steps.bits = written.isFloat ? 0 : written.bits;
+    if (picture.isAssociated && written.isFloat && format.alpha == Alpha::Straight) {
+        steps.wanted = Alpha::Associated; // which a TIFF can be, and stays
+    }
     if (steps.wanted == Alpha::Straight) {
         part.spec.attribute("oiio:UnassociatedAlpha", 1);
     }
