@@ -18,7 +18,7 @@ void PictureDrawing::draw(Host::Picture& picture, Host::ClipKind kind,
     if (picture.depth.isDeep() && world.format() == PF_PixelFormat_ARGB32) {
         warnOnce(mIsDepthTold,
                  "the input has " + textOf(picture.depth) + "; the renderer keeps 8 bits");
-    } else if (mSettings.writtenDepth && picture.depth.exceeds(*mSettings.writtenDepth)) {
+    } else if (mSettings.writtenDepth && !mSettings.writtenDepth->holds(picture.depth)) {
         warnOnce(mIsDepthTold, "the input has " + textOf(picture.depth) + "; " +
                                    textOf(*mSettings.writtenDepth) + " are kept");
     }

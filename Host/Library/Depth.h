@@ -12,9 +12,14 @@ struct Depth {
 
     /// Whether worlds of 8 bits would lose something.
     bool isDeep() const { return bits > 8; }
-    /// Whether pixels of this depth lose something in the other.
-    bool exceeds(const Depth& other) const {
-        return bits > other.bits || (isFloat && !other.isFloat);
+    /// Whether every value of the other depth is a value of this one.
+    bool holds(const Depth& other) const {
+        constexpr int bitsOfHalf = 16;
+        constexpr int wholeBitsOfHalf = 11;
+        if (!isFloat || other.isFloat) {
+            return isFloat == other.isFloat && bits >= other.bits;
+        }
+        return bits > bitsOfHalf || other.bits <= wholeBitsOfHalf;
     }
     bool operator==(const Depth& other) const {
         return bits == other.bits && isFloat == other.isFloat;
@@ -43,7 +48,7 @@ inline std::string textOf(const Depth& depth) {
 /// bits a channel, not 16". Empty for nothing.
 inline std::string depthLoss(const std::string& holder, const Depth& held, const Depth& wanted) {
     const bool isCut = wanted.isFloat && !held.isFloat;
-    if (held.bits >= wanted.bits && !isCut) {
+    if (held.holds(wanted)) {
         return "";
     }
     return holder + " holds " + textOf(held) + ", not " +

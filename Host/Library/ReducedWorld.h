@@ -16,10 +16,8 @@ Level nearestLevel(float value, Level full) {
     return !(level > 0) ? Level{0} : level >= static_cast<float>(full) ? full : Level(level);
 }
 
-/// The world in 8 bits a channel. Where colours are dithered, those between two levels become the
-/// one or the other in a pattern of 8x8 pixels, so that areas keep their mean; a level itself stays
-/// what it is, to a hundredth, and alpha is rounded in any case. The same bytes every time. Throws
-/// Error for a world of another format than floats.
-World reducedTo8Bits(const World& world, bool dithers);
+/// The world in 8 bits a channel, each value rounded to the nearest. Throws Error for a world of
+/// another format than floats.
+World reducedTo8Bits(const World& world);
 
 } // namespace Vexorel::PrismDrift::Host

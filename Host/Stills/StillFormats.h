@@ -30,7 +30,4 @@ const StillFormat& stillFormat(const std::string& ending);
 /// The format's depth that is as deep as `wanted`, else the deepest.
 Depth nearestDepth(const StillFormat& format, const Depth& wanted);
 
-/// What is lost of pixels of the depth `wanted` in those of `written`, in words; empty for nothing.
-std::string depthLoss(const StillFormat& format, const Depth& wanted, const Depth& written);
-
 } // namespace Vexorel::PrismDrift::Host

@@ -194,7 +194,7 @@ Depth writtenDepth(const StillFormat& format, const StillPicture& picture,
     const bool isDeep = picture.world.format() == PF_PixelFormat_ARGB128;
     const Depth wanted = depth.value_or(isDeep ? picture.depth : Depth());
     const Depth written = nearestDepth(format, wanted);
-    const std::string loss = depthLoss(format, wanted, written);
+    const std::string loss = depthLoss(format.name, written, wanted);
     if (!loss.empty()) {
         losses.push_back(loss);
     }

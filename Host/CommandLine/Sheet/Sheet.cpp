@@ -213,7 +213,7 @@ void drawCell(const SheetLayout& layout, Host::World& sheet, int index, const Ho
     if (world.format() == PF_PixelFormat_ARGB32) {
         layout.draw(sheet, index, world);
     } else {
-        layout.draw(sheet, index, Host::reducedTo8Bits(world, false));
+        layout.draw(sheet, index, Host::reducedTo8Bits(world));
     }
 }
 
