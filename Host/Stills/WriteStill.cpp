@@ -8,6 +8,7 @@
 #include <OpenImageIO/filesystem.h>
 
 #include <algorithm>
+#include <array>
 #include <iterator>
 #include <utility>
 
@@ -188,6 +189,17 @@ std::optional<ImageSpec> writtenSpec(const std::string& format,
     return spec;
 }
 
+// How a part is packed: as it was in its file, but never with a loss, which each writing would add
+// to.
+void pack(ImageSpec& spec, const char* usual, bool keeps) {
+    const std::string own = spec.get_string_attribute("compression");
+    constexpr std::array lossless = {"none", "rle", "zip", "zips", "piz"};
+    if (!keeps || std::find(lossless.begin(), lossless.end(), own) == lossless.end()) {
+        spec.attribute("compression", usual);
+        spec.erase_attribute("openexr:dwaCompressionLevel");
+    }
+}
+
 // What to write into, and what of its depth gets lost.
 Depth writtenDepth(const StillFormat& format, const StillPicture& picture,
                    const std::optional<Depth>& depth, std::vector<std::string>& losses) {
@@ -230,8 +242,8 @@ StillFile encodedStill(const StillPicture& picture, const std::string& ending,
     if (!written.isFloat) {
         part.spec.attribute("oiio:BitsPerSample", written.bits);
     }
-    if (!isLayered || part.spec.get_string_attribute("compression").empty()) {
-        part.spec.attribute("compression", format.compression);
+    for (StoredPart& packed : still.parts) {
+        pack(packed.spec, format.compression, isLayered);
     }
     if (std::string(format.format) == "jpeg") {
         part.spec.attribute("jpeg:subsampling", "4:4:4");

@@ -151,9 +151,10 @@ TEST_F(StillsTest, EveryOrientationIsTurnedUpright) {
 TEST_F(StillsTest, NeutralFilesComeBackToTheBit) {
     shell(
         "oiiotool deep.png -d half --mulc 3 -o half.exr; oiiotool deep.png -d float -o float.exr; "
-        "convert clear.png clear.tif; ffmpeg -v error -i deep.png -pix_fmt gbrp10be ten.dpx");
-    for (const std::string name :
-         {"deep.png", "clear.png", "half.exr", "float.exr", "clear.tif", "ten.dpx"}) {
+        "convert clear.png clear.tif; ffmpeg -v error -i deep.png -pix_fmt gbrp10be ten.dpx; "
+        "for i in dwaa b44; do oiiotool deep.png -d half --compression $i -o $i.exr; done");
+    for (const std::string name : {"deep.png", "clear.png", "half.exr", "float.exr", "dwaa.exr",
+                                   "b44.exr", "clear.tif", "ten.dpx"}) {
         const Picture picture = readPicture(path(name), {}, stored);
         EXPECT_THAT(writePicture(path("again-" + name), picture), IsEmpty());
         const Picture again = readPicture(path("again-" + name), {}, stored);
