@@ -3,37 +3,49 @@
 #include "Host/Library/Error.h"
 
 #include <cerrno>
-#include <cstdlib>
-#include <fstream>
+#include <sys/mman.h>
+#include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
 
 namespace Vexorel::PrismDrift::Host {
+namespace {
 
-namespace fs = std::filesystem;
+[[noreturn]] void refuse(const std::string& what) {
+    throw Error("a file in memory can't be " + what + ": " +
+                std::generic_category().message(errno));
+}
 
-TemporaryFile::TemporaryFile(const std::string& ending) {
-    std::error_code ignored;
-    std::string name = (fs::temp_directory_path(ignored) / "prismdrift-XXXXXX").string() + ending;
-    const int descriptor = mkstemps(name.data(), static_cast<int>(ending.size()));
-    if (descriptor < 0) {
-        throw Error("the temporary file '" + name + "': " + std::generic_category().message(errno));
+} // namespace
+
+TemporaryFile::TemporaryFile() : mDescriptor(memfd_create("prismdrift", MFD_CLOEXEC)) {
+    if (mDescriptor < 0) {
+        refuse("made");
     }
-    close(descriptor);
-    mPath = name;
 }
 
 TemporaryFile::~TemporaryFile() {
-    std::error_code ignored;
-    fs::remove(mPath, ignored);
+    close(mDescriptor);
+}
+
+std::string TemporaryFile::name() const {
+    return "/proc/self/fd/" + std::to_string(mDescriptor);
 }
 
 std::vector<std::uint8_t> TemporaryFile::bytes() const {
-    std::vector<std::uint8_t> bytes(static_cast<std::size_t>(fs::file_size(mPath)));
-    std::ifstream stream(mPath, std::ios::binary);
-    stream.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-    if (!stream) {
-        throw Error("the temporary file '" + mPath.string() + "' can't be read");
+    struct stat status = {};
+    if (fstat(mDescriptor, &status) != 0) {
+        refuse("read");
+    }
+    std::vector<std::uint8_t> bytes(static_cast<std::size_t>(status.st_size));
+    std::size_t at = 0;
+    while (at < bytes.size()) {
+        const ssize_t count =
+            pread(mDescriptor, bytes.data() + at, bytes.size() - at, static_cast<off_t>(at));
+        if (count <= 0) {
+            refuse("read");
+        }
+        at += static_cast<std::size_t>(count);
     }
     return bytes;
 }

@@ -1,28 +1,27 @@
 #pragma once
 
 #include <cstdint>
-#include <filesystem>
 #include <string>
 #include <vector>
 
 namespace Vexorel::PrismDrift::Host {
 
-/// A file for writers that can't write into memory, in the system's folder for such. Its destructor
-/// removes it. Internal to the library of stills.
+/// A file in memory for writers that take nothing but a name: nothing of it is left behind, however
+/// the program ends. Internal to the library of stills.
 class TemporaryFile {
 public:
     /// Throws Error where it can't be made.
-    explicit TemporaryFile(const std::string& ending);
+    TemporaryFile();
     TemporaryFile(const TemporaryFile&) = delete;
     TemporaryFile& operator=(const TemporaryFile&) = delete;
     ~TemporaryFile();
 
-    const std::filesystem::path& path() const { return mPath; }
+    std::string name() const;
     /// What has been written. Throws Error where it can't be read.
     std::vector<std::uint8_t> bytes() const;
 
 private:
-    std::filesystem::path mPath;
+    int mDescriptor;
 };
 
 } // namespace Vexorel::PrismDrift::Host

@@ -160,8 +160,8 @@ std::vector<std::uint8_t> bytesOf(const std::string& format, const std::vector<S
     }
     // A TIFF with EXIF comes broken from memory, and several parts go past it.
     if (output->supports("ioproxy") == 0 || format == "tiff" || parts.size() > 1) {
-        const TemporaryFile file("." + format);
-        writeParts(*output, file.path().string(), parts);
+        const TemporaryFile file;
+        writeParts(*output, file.name(), parts);
         return file.bytes();
     }
     OIIO::Filesystem::IOVecOutput bytes;
