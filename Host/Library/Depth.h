@@ -16,10 +16,11 @@ struct Depth {
     bool holds(const Depth& other) const {
         constexpr int bitsOfHalf = 16;
         constexpr int wholeBitsOfHalf = 11;
+        constexpr int wholeBitsOfFloat = 24;
         if (!isFloat || other.isFloat) {
             return isFloat == other.isFloat && bits >= other.bits;
         }
-        return bits > bitsOfHalf || other.bits <= wholeBitsOfHalf;
+        return other.bits <= (bits > bitsOfHalf ? wholeBitsOfFloat : wholeBitsOfHalf);
     }
     bool operator==(const Depth& other) const {
         return bits == other.bits && isFloat == other.isFloat;
@@ -41,7 +42,9 @@ inline std::string textOf(const Depth& depth) {
     if (!depth.isFloat) {
         return std::to_string(depth.bits) + " bits a channel";
     }
-    return depth.bits <= halfFloats.bits ? "half floats" : "floats";
+    return depth.bits <= halfFloats.bits ? "half floats"
+           : depth.bits <= floats.bits   ? "floats"
+                                         : "floats of double precision";
 }
 
 /// What gets lost where `holder`, a format or a codec, holds less than it should: "JPEG holds 8

@@ -37,11 +37,10 @@ public:
 
     ImageInput& input() { return *mInput; }
 
-    // The parts' descriptions, or the first one's only.
-    std::vector<ImageSpec> specs(bool all) {
+    std::vector<ImageSpec> specs() {
         std::vector<ImageSpec> specs;
         constexpr int most = 1024;
-        for (int i = 0; i < most && (i == 0 || all) && mInput->seek_subimage(i, 0); ++i) {
+        for (int i = 0; i < most && mInput->seek_subimage(i, 0); ++i) {
             specs.push_back(mInput->spec());
         }
         mInput->geterror(); // of the part behind the last one
@@ -55,6 +54,17 @@ private:
     std::unique_ptr<OIIO::Filesystem::IOMemReader> mBytes; // outlives the input
     ImageInput::unique_ptr mInput;
 };
+
+// Pages, and what else a file holds but smaller forms and masks of its first picture.
+void warnOfFurtherPictures(const std::vector<ImageSpec>& specs, const StillRequest& request) {
+    constexpr int smallerOrMask = 1 | 4;
+    const auto count = std::count_if(specs.begin() + 1, specs.end(), [](const ImageSpec& spec) {
+        return (spec.get_int_attribute("tiff:subfiletype", 0) & smallerOrMask) == 0;
+    });
+    if (count > 0) {
+        request.warn("only the first of " + std::to_string(count + 1) + " pictures is read");
+    }
+}
 
 bool hasNamedChannels(const std::string& format) {
     return format == "openexr";
@@ -170,10 +180,21 @@ void warnOfCropping(const StoredPart& part, const StillRequest& request) {
     }
 }
 
+// What worlds hold of it.
+Depth readDepth(const Depth& depth, const StillRequest& request) {
+    if (floats.holds(depth)) {
+        return depth;
+    }
+    if (request.worlds != WorldDepth::Bits8) {
+        request.warn(textOf(depth) + " are read as floats of 32 bits, which round them");
+    }
+    return floats;
+}
+
 Still stillOf(std::shared_ptr<StillExtras> extras, const StillRequest& request) {
     const StoredPart& part = extras->part();
     const ColourChannels& colours = extras->chosen.colours;
-    const Depth depth = depthOf(part.spec, colours);
+    const Depth depth = readDepth(depthOf(part.spec, colours), request);
     const bool isDeep = request.worlds == WorldDepth::Floats ||
                         (request.worlds == WorldDepth::Stored && depth.isDeep());
     const bool isAssociated = colours.hasAlpha() && isAlphaAssociated(extras->format, part.spec);
@@ -187,6 +208,9 @@ Still stillOf(std::shared_ptr<StillExtras> extras, const StillRequest& request) 
                     isAssociated && !keepsAssociated);
     }
     still.colorProfile = profileOf(part.spec);
+    if (still.colorProfile.empty() && part.spec.find_attribute("ICCProfile") != nullptr) {
+        request.warn(otherProfile);
+    }
     std::tie(still.primaries, still.transfer) = colourCodes(part.spec);
     still.pixelAspect = part.spec.get_float_attribute("PixelAspectRatio", 1.F);
     still.extras = std::move(extras);
@@ -204,7 +228,11 @@ bool isAlphaAssociated(const std::string& format, const ImageSpec& spec) {
 Still readStill(const StillRequest& request) {
     OpenStill file(request);
     const bool isNamed = hasNamedChannels(request.format);
-    std::vector<ImageSpec> specs = file.specs(isNamed);
+    std::vector<ImageSpec> specs = file.specs();
+    if (!isNamed) {
+        warnOfFurtherPictures(specs, request);
+        specs.resize(1);
+    }
     auto extras = std::make_shared<StillExtras>();
     extras->format = request.format;
     extras->layer = request.layer;

@@ -35,6 +35,10 @@ struct Still {
     std::shared_ptr<const StillExtras> extras = nullptr;
 };
 
+/// What to warn of where a picture's profile isn't one of RGB.
+constexpr const char* otherProfile =
+    "its colour profile, which isn't one of RGB colours, is left out";
+
 struct StillRequest {
     std::filesystem::path file;
     std::string format; ///< by OpenImageIO's names: "tiff"

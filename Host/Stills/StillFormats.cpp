@@ -32,7 +32,7 @@ const std::vector<StillFormat>& formats() {
          Alpha::Associated,
          yes,
          yes,
-         yes,
+         !yes,
          "zip"},
         {"dpx", "dpx", "DPX", {eight, ten, twelve, sixteen}, Alpha::Straight},
         {"hdr", "hdr", "Radiance HDR", {floats}},

@@ -76,7 +76,7 @@ Depth depthOf(const ImageSpec& spec, const ColourChannels& colours) {
         const TypeDesc type = spec.channelformat(channel);
         if (type.is_floating_point()) {
             const int bits = depth.isFloat ? depth.bits : 0;
-            depth = {std::max(bits, std::min(wholeBits(type), floats.bits)), true};
+            depth = {std::max(bits, wholeBits(type)), true};
         } else if (type.is_signed()) {
             throw Error("it holds whole numbers with a sign, which aren't read: save it with 8 or "
                         "16 bits a channel, or floats");
