@@ -36,7 +36,7 @@ void PictureDrawing::draw(Host::Picture& picture, Host::ClipKind kind,
 
 void PictureDrawing::prepare(Host::Picture& picture, Host::ClipKind kind) {
     if (std::exchange(picture.isAssociated, false) && Host::divideByAlpha(picture.world)) {
-        warnOnce(mIsLightTold, "light that covers nothing, colour at an alpha of 0, is lost");
+        warnOnce(mIsLightTold, Host::bareLightLoss);
     }
     if (mSettings.isLinear) {
         const Host::PictureTransfer found = Host::transferOf(picture, kind);

@@ -13,6 +13,9 @@ namespace Vexorel::PrismDrift::Host {
 /// format.
 bool divideByAlpha(World& world);
 
+/// What to say where there was such light.
+constexpr const char* bareLightLoss = "light that covers nothing, colour at an alpha of 0, is lost";
+
 /// Multiplies each colour by its pixel's alpha, in a world of floats. Throws Error for another
 /// format.
 void multiplyByAlpha(World& world);

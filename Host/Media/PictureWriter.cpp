@@ -1,5 +1,6 @@
 #include "Host/Media/Picture.h"
 
+#include "Host/Library/AssociatedAlpha.h"
 #include "Host/Library/ReplaceFile.h"
 #include "Host/Library/Text.h"
 #include "Host/Media/ClipError.h"
@@ -136,12 +137,11 @@ FFmpegPtr<AVCodecContext> openEncoder(const Format& format, const AVCodec& codec
     return context;
 }
 
-FFmpegPtr<AVPacket> encode(const Format& format, const Picture& picture, AVPixelFormat pixelFormat,
-                           bool dithers) {
+FFmpegPtr<AVPacket> encode(const Format& format, const Picture& picture, const World& straight,
+                           AVPixelFormat pixelFormat, bool dithers) {
     keepFirstLoggedError();
     const AVCodec& codec = *avcodec_find_encoder_by_name(format.encoder);
-    std::optional<World> straight;
-    auto frame = frameFromWorld(straightWorld(picture, straight), pixelFormat, {dithers, true});
+    auto frame = frameFromWorld(straight, pixelFormat, {dithers, true});
     frame->pts = 0;
     if (!picture.colorProfile.empty()) {
         AVFrameSideData* profile = av_frame_new_side_data(frame.get(), AV_FRAME_DATA_ICC_PROFILE,
@@ -166,7 +166,8 @@ EncodedPicture encodedByFFmpeg(const Format& format, const Picture& picture,
     const Depth wanted = wantedDepth(output.depth, picture);
     const AVPixelFormat pixelFormat =
         pixelFormatFor(*avcodec_find_encoder_by_name(format.encoder), alpha, wanted);
-    const auto packet = encode(format, picture, pixelFormat, output.dithers);
+    const StraightWorld straight(picture);
+    const auto packet = encode(format, picture, straight.world(), pixelFormat, output.dithers);
     EncodedPicture encoded{{packet->data, packet->data + packet->size}, {}};
     if (std::string loss = depthLoss(format.name, depthOf(pixelFormat), wanted); !loss.empty()) {
         encoded.losses.push_back(std::move(loss));
@@ -174,6 +175,8 @@ EncodedPicture encodedByFFmpeg(const Format& format, const Picture& picture,
     if (alpha && !carriesAlpha(pixelFormat)) {
         encoded.losses.push_back(std::string(format.name) +
                                  " has no transparency: the alpha is lost");
+    } else if (straight.losesLight()) {
+        encoded.losses.emplace_back(bareLightLoss);
     }
     if (!picture.colorProfile.empty() && std::string_view(format.ending) != "png") {
         encoded.losses.push_back(std::string(format.name) + " is written without a colour profile");

@@ -23,13 +23,11 @@ World copyOf(const World& world) {
     return copy;
 }
 
-const World& straightWorld(const Picture& picture, std::optional<World>& straight) {
-    if (!picture.isAssociated) {
-        return picture.world;
+StraightWorld::StraightWorld(const Picture& picture) : mWorld(picture.world) {
+    if (picture.isAssociated) {
+        mCopy = copyOf(picture.world);
+        mLosesLight = divideByAlpha(*mCopy);
     }
-    straight = copyOf(picture.world);
-    divideByAlpha(*straight);
-    return *straight;
 }
 
 } // namespace Vexorel::PrismDrift::Host

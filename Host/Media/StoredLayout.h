@@ -21,8 +21,20 @@ World asShown(World world, const StoredLayout& layout);
 
 World copyOf(const World& world);
 
-/// The picture's world, or where its colours are multiplied by alpha a copy in `straight` in which
-/// they aren't.
-const World& straightWorld(const Picture& picture, std::optional<World>& straight);
+/// The picture's world, or where its colours are multiplied by alpha a copy in which they aren't.
+/// The picture must outlive it.
+class StraightWorld {
+public:
+    explicit StraightWorld(const Picture& picture);
+
+    const World& world() const { return mCopy ? *mCopy : mWorld; }
+    /// Whether there is colour at an alpha of 0 that was light and now shows nothing.
+    bool losesLight() const { return mLosesLight; }
+
+private:
+    const World& mWorld;
+    std::optional<World> mCopy;
+    bool mLosesLight = false;
+};
 
 } // namespace Vexorel::PrismDrift::Host

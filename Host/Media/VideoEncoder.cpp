@@ -1,5 +1,6 @@
 #include "Host/Media/VideoEncoder.h"
 
+#include "Host/Library/AssociatedAlpha.h"
 #include "Host/Media/ClipError.h"
 #include "Host/Media/HdrMetadata.h"
 #include "Host/Media/PixelFormats.h"
@@ -215,8 +216,12 @@ void VideoEncoder::send(const ClipFrame& frame, std::int64_t time) {
     picture->sample_aspect_ratio = context.sample_aspect_ratio;
     picture->pts = time;
     picture->pkt_duration = frame.duration;
-    std::optional<World> straight;
-    mConverter.convert(straightWorld(frame.picture, straight), *picture);
+    const StraightWorld straight(frame.picture);
+    if (straight.losesLight() && carriesAlpha(mContext->pix_fmt) &&
+        !std::exchange(mIsLightTold, true)) {
+        mOutput.warn(bareLightLoss);
+    }
+    mConverter.convert(straight.world(), *picture);
     mDurations[time] = frame.duration;
     checkResult(avcodec_send_frame(mContext.get(), picture.get()));
     ++mSent;

@@ -46,6 +46,7 @@ private:
     std::map<std::int64_t, std::int64_t> mDurations; // by time, of the frames in the encoder
     std::int64_t mSent = 0;                          // frames
     bool mMayLoseAlpha;                              // and has not warned of it yet
+    bool mIsLightTold = false;
 };
 
 } // namespace Vexorel::PrismDrift::Host

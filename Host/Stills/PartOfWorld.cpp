@@ -121,6 +121,12 @@ bool isTransparent(const World& world) {
     return anyPixel(world, [](const Pixel& pixel, int, int) { return pixel[0] != 1.F; });
 }
 
+bool hasBareLight(const World& world) {
+    return anyPixel(world, [](const Pixel& pixel, int, int) {
+        return pixel[0] == 0.F && (pixel[1] != 0.F || pixel[2] != 0.F || pixel[3] != 0.F);
+    });
+}
+
 bool isGrayWorld(const World& world) {
     return !anyPixel(world, [](const Pixel& pixel, int, int) {
         const auto differ = [](float left, float right) { // NaN is as good as NaN

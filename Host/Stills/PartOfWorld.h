@@ -22,6 +22,8 @@ void store(const World& world, const ColourChannels& colours, const ColourSteps&
 
 /// Whether any pixel is not opaque.
 bool isTransparent(const World& world);
+/// Whether there is colour at an alpha of 0.
+bool hasBareLight(const World& world);
 /// Whether red, green and blue are the same everywhere.
 bool isGrayWorld(const World& world);
 /// Whether all pixels outside of the window, which lies in the frame, are 0 throughout.

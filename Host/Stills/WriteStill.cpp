@@ -1,5 +1,6 @@
 #include "Host/Stills/WriteStill.h"
 
+#include "Host/Library/AssociatedAlpha.h"
 #include "Host/Library/Error.h"
 #include "Host/Stills/PartOfWorld.h"
 #include "Host/Stills/StillExtras.h"
@@ -237,6 +238,14 @@ StillFile encodedStill(const StillPicture& picture, const std::string& ending,
     }
     if (steps.wanted == Alpha::Straight) {
         part.spec.attribute("oiio:UnassociatedAlpha", 1);
+    }
+    if (picture.isAssociated && steps.wanted == Alpha::Straight && hasBareLight(picture.world)) {
+        file.losses.emplace_back(bareLightLoss);
+    }
+    if (std::string(format.format) == "hdr" &&
+        (picture.extras == nullptr || picture.extras->format != format.format)) {
+        file.losses.emplace_back("Radiance HDR holds 8 bits a channel with one exponent for all "
+                                 "three, and nothing below 0");
     }
     store(picture.world, still.colours, steps, part);
     if (!written.isFloat) {
