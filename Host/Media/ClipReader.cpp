@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <set>
 #include <utility>
 
 extern "C" {
@@ -129,11 +130,14 @@ private:
         return std::binary_search(mNumbers.begin(), mNumbers.end(), number);
     }
 
-    // All pictures may have large or damaged metadata: each kind is told of at the first one.
+    // What is left out of one picture may be of all: each kind is told of at the first one.
     void warnOnce(const std::function<void(const Error&)>& warn, const Error& left) {
         const auto* large = dynamic_cast<const ClipError*>(&left);
-        bool& isTold = large != nullptr ? mIsLargeTold : mIsDamagedTold;
-        if (!warn || std::exchange(isTold, true)) {
+        std::string kind = left.what();
+        if (const std::size_t at = kind.find(mReading); at != std::string::npos) {
+            kind.erase(at, mReading.size());
+        }
+        if (!warn || !mTold.insert(kind).second) {
             return;
         }
         const std::string text = left.what() + std::string(", and so on");
@@ -147,9 +151,11 @@ private:
     // A picture that is held for the next number too is kept in memory: its file may have been
     // overwritten by then.
     Picture pictureFor(std::int64_t held) {
+        const std::filesystem::path file = mPattern.file(held);
+        mReading = nameOf(file);
         Picture picture = mKept && mKeptNumber == held
                               ? std::move(*mKept)
-                              : readPicture(mPattern.file(held), mInput.limits, mInput.picture);
+                              : readPicture(file, mInput.limits, mInput.picture);
         mKept.reset();
         if (mInput.missing == Missing::Hold && mNext && heldFor(*mNext) == held) {
             mKept = copyOf(picture);
@@ -204,7 +210,8 @@ private:
     }
 
     std::atomic<bool> mIsStopped = false;
-    bool mIsLargeTold = false, mIsDamagedTold = false;
+    std::string mReading;        // the file's name for messages
+    std::set<std::string> mTold; // of what is left out, without the files' names
     ClipInput mInput;
     SequencePattern mPattern;
     std::vector<std::int64_t> mNumbers;

@@ -31,7 +31,6 @@ int openNoOther(AVFormatContext* context, AVIOContext** /*io*/, const char* url,
     return AVERROR(EACCES);
 }
 
-// Whether the format is that of a single picture, or of one after the other.
 bool isStillFormat(const AVInputFormat& format) {
     const std::string_view name = format.name;
     constexpr std::string_view ending = "_pipe";
@@ -100,7 +99,7 @@ bool isStillPicture(const fs::path& file) {
     }
     try {
         const auto demuxer = Demuxer::openAlone(inputOf(file));
-        return isStillFormat(*demuxer->context().iformat);
+        return demuxer->isOfStills();
     } catch (const InputFailure&) {
         rethrowWithPrefix(cannotRead(file));
     } catch (const Error&) {
@@ -145,7 +144,8 @@ void Demuxer::open(const ClipInput& input) {
     const std::string name = fs::absolute(input.file).string(); // its ending tells of the format
     const int result = avformat_open_input(&context, name.c_str(), wanted, options.pointer());
     if (result == AVERROR_INVALIDDATA) {
-        throw Error(input.format.empty()
+        throw Error(mFile->isEmpty() ? "it is empty"
+                    : input.format.empty()
                         ? "it is no picture or video of a known format"
                         : "it is damaged or not of the format '" + input.format + "'");
     }
@@ -185,7 +185,7 @@ void Demuxer::findStreams() {
     }
     keepFirstLoggedError();
     // FFmpeg decodes frames for it with contexts of its own. A picture needs none of that.
-    const bool isStill = isStillFormat(*mFormat->iformat);
+    const bool isStill = isOfStills();
     if (isStill) {
         constexpr std::int64_t least = 32;
         mFormat->probesize = least;
@@ -223,6 +223,10 @@ AVStream& Demuxer::pictureStream() {
         throw Error("there is no picture in it");
     }
     return *stream;
+}
+
+bool Demuxer::isOfStills() const {
+    return isStillFormat(*mFormat->iformat);
 }
 
 bool Demuxer::mayStartBroken() const {

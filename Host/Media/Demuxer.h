@@ -46,6 +46,9 @@ public:
     /// The stream of the picture, of several the best. Describes the streams if it has to.
     AVStream& pictureStream();
 
+    /// Whether the format is that of a single picture, or of one after the other.
+    bool isOfStills() const;
+
     /// Whether the format may begin in the middle of a stream, with packets that can't be decoded.
     bool mayStartBroken() const;
 

@@ -74,6 +74,7 @@ int InputFile::read(void* opaque, std::uint8_t* bytes, int size) {
             const auto end = std::make_reverse_iterator(bytes);
             const auto last = std::find_if(std::make_reverse_iterator(bytes + count), end,
                                            [](std::uint8_t byte) { return byte != 0; });
+            self.mIsEmpty = self.mIsEmpty && count == 0;
             self.mLastByte = last != end ? *last : self.mLastByte;
             return count > 0 ? static_cast<int>(count) : AVERROR_EOF;
         }

@@ -34,6 +34,8 @@ public:
     /// Throws InputFailure with the reason alone if a call has failed.
     void check() const;
 
+    bool isEmpty() const { return mIsEmpty; } ///< as far as it was read
+
     /// The last byte that was read and isn't zero.
     std::uint8_t lastByte() const { return mLastByte; }
 
@@ -47,6 +49,7 @@ private:
     const std::atomic<bool>* mIsStopped;
     int mDescriptor = 0; // standard input, which is left open
     int mError = 0;
+    bool mIsEmpty = true;
     std::uint8_t mLastByte = 0;
     AVIOContext* mContext = nullptr;
 };

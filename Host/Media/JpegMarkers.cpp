@@ -14,7 +14,9 @@ enum Marker : std::uint8_t {
     Restart = 0xD0, // and the seven that follow
     Start = 0xD8,
     End = 0xD9,
-    Scan = 0xDA
+    Scan = 0xDA,
+    ExifOrXmp = 0xE1,
+    Iptc = 0xED
 };
 
 // Pixels hold a byte 255 only with a zero or a restart behind it.
@@ -23,6 +25,16 @@ bool isInPixels(std::uint8_t second) {
 }
 
 } // namespace
+
+bool hasJpegMetadata(const std::uint8_t* data, std::size_t size) {
+    for (std::size_t at = 2; at + 3 < size && data[at] == 0xFF && data[at + 1] != Scan;
+         at += static_cast<std::size_t>(data[at + 2] << 8 | data[at + 3]) + 2) {
+        if (data[at + 1] == ExifOrXmp || data[at + 1] == Iptc) {
+            return true;
+        }
+    }
+    return false;
+}
 
 void checkJpeg(const std::uint8_t* data, std::size_t size) {
     bool isCodedByTables = false;

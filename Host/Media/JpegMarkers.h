@@ -7,6 +7,9 @@
 
 namespace Vexorel::PrismDrift::Host {
 
+/// Whether EXIF, XMP or IPTC stand before its pixels.
+bool hasJpegMetadata(const std::uint8_t* data, std::size_t size);
+
 /// Throws Error, with the reason alone, for a file without the tables that its pixels are coded by,
 /// and for a progressive one that breaks off, which the decoder shows coarse.
 void checkJpeg(const std::uint8_t* data, std::size_t size);

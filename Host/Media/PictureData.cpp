@@ -1,6 +1,7 @@
 #include "Host/Media/PictureData.h"
 
 #include "Host/Media/ClipError.h"
+#include "Host/Media/Demuxer.h"
 #include "Host/Media/FrameProperties.h"
 #include "Host/Media/JpegMarkers.h"
 #include "Host/Media/TiffLayout.h"
@@ -27,11 +28,18 @@ void warnOfDamagedMetadata(const std::filesystem::path& file, const ReadLimits& 
     }
 }
 
+PictureData::PictureData(AVCodecID codec, ClipKind kind, const ClipInput& input)
+    : mCodec(codec), mKind(kind), mFile(input.file), mLimits(input.limits) {
+    // Of a picture in a file another reader takes them.
+    mMetadata.isTold = kind == ClipKind::Still && isPlainFile(mFile);
+}
+
 // An animated PNG's header is kept apart from its frames.
 void PictureData::limit(AVCodecContext& context) {
     if (!isPng() || context.extradata_size <= 0) {
         return;
     }
+    noteMetadata(context.extradata, static_cast<std::size_t>(context.extradata_size));
     const auto png = smallerPng(context.extradata, static_cast<std::size_t>(context.extradata_size),
                                 mLimits.metadata);
     if (note(png)) {
@@ -47,9 +55,17 @@ bool PictureData::note(const std::optional<SmallerPng>& png) {
     return png.has_value();
 }
 
+void PictureData::noteMetadata(const std::uint8_t* data, std::size_t size) {
+    if (!mMetadata.isTold && !mMetadata.isThere) {
+        mMetadata.isThere = isPng() ? hasPngMetadata(data, size)
+                                    : mCodec == AV_CODEC_ID_MJPEG && hasJpegMetadata(data, size);
+    }
+}
+
 const AVPacket& PictureData::checked(const AVPacket& packet) {
     const auto size = static_cast<std::size_t>(packet.size);
     const AVPacket* result = &packet;
+    noteMetadata(packet.data, size);
     if (mCodec == AV_CODEC_ID_TIFF) {
         mTiff = tiffLayout(packet.data, size);
     } else if (mCodec == AV_CODEC_ID_MJPEG && mKind == ClipKind::Still) {
@@ -112,6 +128,11 @@ void PictureData::warn() {
     }
     if (mDamaged.isThere && !std::exchange(mDamaged.isTold, true)) {
         warnOfDamagedMetadata(mFile, mLimits);
+    }
+    if (mMetadata.isThere && !std::exchange(mMetadata.isTold, true)) {
+        mLimits.warn(Error("of " + nameOf(mFile) +
+                           " EXIF, XMP, IPTC and texts of its pictures are left out: only those "
+                           "of pictures in files are carried along"));
     }
     if (mUnknown.isThere && !std::exchange(mUnknown.isTold, true)) {
         mLimits.warn(Error("of " + nameOf(mFile) + " is left out what its decoder doesn't know: " +

@@ -18,8 +18,7 @@ void warnOfDamagedMetadata(const std::filesystem::path& file, const ReadLimits& 
 /// wrong without an error, or take too much memory for.
 class PictureData {
 public:
-    PictureData(AVCodecID codec, ClipKind kind, const ClipInput& input)
-        : mCodec(codec), mKind(kind), mFile(input.file), mLimits(input.limits) {}
+    PictureData(AVCodecID codec, ClipKind kind, const ClipInput& input);
 
     /// Leaves large and damaged metadata out of what the decoder is opened with.
     void limit(AVCodecContext& context);
@@ -42,6 +41,7 @@ private:
     };
 
     bool note(const std::optional<SmallerPng>& png);
+    void noteMetadata(const std::uint8_t* data, std::size_t size);
     void warn();
 
     const AVCodecID mCodec;
@@ -51,7 +51,7 @@ private:
     std::vector<std::uint8_t> mPngStart; // of an APNG
     StoredLayout mTiff;                  // of the last packet
     FFmpegPtr<AVPacket> mSmaller;
-    Loss mLarge, mDamaged, mUnknown;
+    Loss mLarge, mDamaged, mUnknown, mMetadata;
 };
 
 } // namespace Vexorel::PrismDrift::Host

@@ -9,6 +9,7 @@
 #include "Host/Media/StillReader.h"
 #include "Host/Media/StillsModuleLoader.h"
 #include "Host/Media/VideoDecoder.h"
+#include "Host/Stills/Still.h"
 
 #include <memory>
 #include <optional>
@@ -45,14 +46,22 @@ Picture readByFFmpeg(const fs::path& file, const ReadLimits& limits,
     input.limits = limits;
     input.picture = request;
     Demuxer demuxer(input);
+    if (!isPlainFile(file)) { // whose end isn't known, so that the packets need a parser
+        demuxer.findStreams();
+    }
     const AVStream& stream = demuxer.pictureStream();
     VideoDecoder decoder(stream, ClipKind::Still, input);
     const AVFrame& frame = firstFrame(demuxer, stream, decoder);
     const Depth depth = depthOf(static_cast<AVPixelFormat>(frame.format));
     const PF_PixelFormat format = worldFormatFor(request.worlds, depth);
     const StoredLayout layout = decoder.layout();
+    std::vector<std::uint8_t> profile = profileOf(frame);
+    if (profile.empty() && limits.warn &&
+        av_frame_get_side_data(&frame, AV_FRAME_DATA_ICC_PROFILE) != nullptr) {
+        limits.warn(Error("of " + nameOf(file) + " " + otherProfile));
+    }
     return {.world = asShown(worldFromFrame(frame, format), layout),
-            .colorProfile = profileOf(frame),
+            .colorProfile = std::move(profile),
             .source = propertiesOf(frame),
             .depth = depth,
             .isAssociated = layout.isAlphaAssociated && format == PF_PixelFormat_ARGB128,

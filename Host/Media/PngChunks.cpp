@@ -192,6 +192,15 @@ std::vector<std::uint8_t> withMetadataFirst(const std::vector<std::uint8_t>& png
     return {first.begin(), first.end()};
 }
 
+bool hasPngMetadata(const std::uint8_t* data, std::size_t size) {
+    std::string_view rest(reinterpret_cast<const char*>(data), size);
+    const std::vector<Chunk> chunks = chunksOf(rest);
+    return std::any_of(chunks.begin(), chunks.end(), [](const Chunk& chunk) {
+        constexpr std::array<std::string_view, 4> types = {"eXIf", "iTXt", "tEXt", "zTXt"};
+        return std::find(types.begin(), types.end(), chunk.type) != types.end();
+    });
+}
+
 std::vector<std::uint8_t> pngStart(const std::uint8_t* data, std::size_t size) {
     std::string_view rest = viewOf(data, size);
     const std::vector<Chunk> chunks = chunksOf(rest);

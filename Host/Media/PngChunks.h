@@ -25,6 +25,9 @@ std::optional<SmallerPng> smallerPng(const std::uint8_t* data, std::size_t size,
 /// profile and what belongs to its palette.
 std::vector<std::uint8_t> withMetadataFirst(const std::vector<std::uint8_t>& png);
 
+/// Whether EXIF or texts stand in these chunks.
+bool hasPngMetadata(const std::uint8_t* data, std::size_t size);
+
 /// The header and the palette in the part of an APNG that comes before its frames.
 std::vector<std::uint8_t> pngStart(const std::uint8_t* data, std::size_t size);
 

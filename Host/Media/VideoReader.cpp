@@ -25,6 +25,13 @@ std::optional<std::int64_t> chosenBelow(const FrameNumbers& frames, std::int64_t
     return chosen;
 }
 
+// Whether FFmpeg finds where a picture ends and the next one begins.
+bool hasParser(const AVStream& stream) {
+    AVCodecParserContext* parser = av_parser_init(stream.codecpar->codec_id);
+    av_parser_close(parser);
+    return parser != nullptr;
+}
+
 } // namespace
 
 VideoReader::VideoReader(const ClipInput& input) : mInput(input) {
@@ -41,6 +48,11 @@ VideoReader::VideoReader(const ClipInput& input) : mInput(input) {
 void VideoReader::openStream() {
     mDemuxer->findStreams();
     mProperties.videoStream = mDemuxer->pictureStream().index;
+    if (!isPlainFile(mInput.file) && mDemuxer->isOfStills() && !hasParser(stream())) {
+        throw Error("a picture in the format " +
+                    std::string(avcodec_get_name(stream().codecpar->codec_id)) +
+                    " can't come from a pipe: give the name of its file");
+    }
     mDecoder.emplace(stream(), ClipKind::Video, mInput, mDemuxer->mayStartBroken());
     std::size_t size = 0;
     const void* matrix = av_stream_get_side_data(&stream(), AV_PKT_DATA_DISPLAYMATRIX, &size);

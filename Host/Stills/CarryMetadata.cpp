@@ -181,10 +181,11 @@ void addUnwritten(const StillExtras& extras, const StillFormat& format, const Im
         const std::string name = value.name().string();
         const Kind kind = kindOf(name);
         const bool isMeant = kind == Kind::Text || (kind == Kind::Exif && format.hasExif);
-        // Of how the values are stored, and of the file's own time.
+        // Of how the values are stored, and of the file's own making.
         const bool isTechnical =
             isAmong(name, {"DateTime", "Exif:YCbCrPositioning", "Exif:ComponentsConfiguration",
-                           "Exif:ExifVersion", "Exif:FlashPixVersion", "GPS:VersionID"});
+                           "Exif:ImageHistory", "Exif:ExifVersion", "Exif:FlashPixVersion",
+                           "GPS:VersionID"});
         if (isMeant && !isTechnical && spec.find_attribute(name) == nullptr) {
             names.push_back(name);
         }
