@@ -1,3 +1,4 @@
+#include "Host/Media/Clip.h"
 #include "Host/Media/Picture.h"
 
 #include "Tests/Host/MediaTest.h"
@@ -213,6 +214,55 @@ TEST_F(StillsTest, WhatStandsBesideThePixelsStaysOrIsNamed) {
                 Contains(HasSubstr("Radiance HDR has no place for EXIF, IPTC and XMP")));
 }
 
+TEST_F(StillsTest, WhatIsLeftOutIsNamed) {
+    shell("convert deep.png deep.png pages.tif; oiiotool deep.png -d uint32 -o whole.tif; "
+          "oiiotool deep.png -d double -o double.tif; oiiotool clear.png --ch R,G,B,A=0 -d float "
+          "-o light.exr; convert deep.png -set comment hello -depth 8 text.png; mkfifo pipe");
+    const std::string light = "light that covers nothing, colour at an alpha of 0, is lost";
+    const struct {
+        const char *in, *out;
+        std::vector<std::string> lines; // parts of them
+    } rows[] = {
+        {"pages.tif", "out.tif", {"only the first of 2 pictures is read"}},
+        {"whole.tif", "out.tif", {"32 bits a channel are read as floats of 32"}},
+        {"double.tif", "out.tif", {"floats of double precision are read as fl"}},
+        {"light.exr", "out.png", {"PNG holds 16 bits a channel, not floats", light}},
+        {"light.exr",
+         "out.pam",
+         {"PAM holds 16 bits a channel, not floats", light, "EXIF", "texts"}},
+        {"light.exr", "out.tif", {}},
+        {"light.exr", "out.exr", {}},
+        {"deep.png", "out.hdr", {"Radiance HDR holds 8 bits a channel with one exponent for all"}},
+    };
+    std::vector<std::string> lines;
+    ReadLimits limits;
+    limits.warn = [&](const Error& left) { lines.emplace_back(left.what()); };
+    for (const auto& row : rows) {
+        lines.clear();
+        const Picture picture = readPicture(path(row.in), limits, stored);
+        const std::vector<std::string> losses = writePicture(path(row.out), picture);
+        lines.insert(lines.end(), losses.begin(), losses.end());
+        ASSERT_EQ(lines.size(), row.lines.size()) << testing::PrintToString(lines);
+        for (std::size_t i = 0; i < lines.size(); ++i) {
+            EXPECT_THAT(lines[i], HasSubstr(row.lines[i])) << row.in << row.out;
+        }
+    }
+    lines.clear();
+    shell("(exec > /dev/null 2>&1; cat text.png > pipe) &");
+    readPicture(path("pipe"), limits);
+    EXPECT_THAT(lines, ElementsAre(HasSubstr("EXIF, XMP, IPTC and texts of its pic")));
+    shell("(exec > /dev/null 2>&1; cat pages.tif > pipe) &");
+    ClipInput input;
+    input.file = path("pipe");
+    EXPECT_EQ(errorOf([&] { openClip(input); }),
+              "cannot read 'pipe': a picture in the format tiff can't come from a pipe: give the "
+              "name of its file");
+    Picture profiled = readPicture(path("deep.png"));
+    profiled.colorProfile.resize(200);
+    EXPECT_THAT(writePicture(path("out.exr"), profiled),
+                ElementsAre(HasSubstr("OpenEXR has no place for a colour profile")));
+}
+
 TEST_F(StillsTest, WhatIsCutOffOrShownWrongIsRefused) {
     shell(
         "convert deep.png a.tif; convert deep.png a.dpx; convert deep.png a.hdr; convert deep.png "
@@ -254,12 +304,18 @@ TEST_F(StillsTest, BlocksBesideThePixelsAreCarriedAsTheyAre) {
     const auto segment = [](char type, const std::string& data) {
         return "\xFF"s + type + '\0' + static_cast<char>(data.size() + 2) + data;
     };
+    const std::string profile = segment('\xE2', "ICC_PROFILE\0\1\1"s + std::string(16, '\0') +
+                                                    "GRAY"s + std::string(120, '\0'));
     const std::string iptc = segment('\xED', "Photoshop 3.0\0 8BIM of its own"s);
     std::string file = contents("plain.jpg");
     file.insert(2, segment('\xE1', exif(6)) +
-                       segment('\xE1', "http://ns.adobe.com/xap/1.0/\0"s + xmp) + iptc);
+                       segment('\xE1', "http://ns.adobe.com/xap/1.0/\0"s + xmp) + iptc + profile);
     std::ofstream(path("in.jpg"), std::ios::binary) << file;
-    const Picture picture = readPicture(path("in.jpg"));
+    std::vector<std::string> lines;
+    ReadLimits limits;
+    limits.warn = [&](const Error& left) { lines.emplace_back(left.what()); };
+    const Picture picture = readPicture(path("in.jpg"), limits);
+    EXPECT_THAT(lines, ElementsAre(HasSubstr("which isn't one of RGB colours, is left out")));
     EXPECT_EQ(picture.world.width(), 16);
     EXPECT_THAT(writePicture(path("out.jpg"), picture), IsEmpty());
     const std::string jpeg = contents("out.jpg");
