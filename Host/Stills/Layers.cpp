@@ -4,6 +4,7 @@
 #include "Host/Library/Text.h"
 
 #include <algorithm>
+#include <iterator>
 #include <optional>
 #include <string_view>
 
@@ -73,12 +74,26 @@ std::vector<std::string> layersOf(const std::vector<ImageSpec>& parts) {
     return layers;
 }
 
-[[noreturn]] void refuse(const std::vector<ImageSpec>& parts, const std::string& layer) {
-    const std::vector<std::string> layers = layersOf(parts);
+std::vector<std::string> channelsOf(const std::vector<ImageSpec>& parts) {
     std::vector<std::string> channels;
     for (const ImageSpec& spec : parts) {
         std::for_each(spec.channelnames.begin(), spec.channelnames.end(),
                       [&](const std::string& name) { addOnce(channels, name); });
+    }
+    return channels;
+}
+
+[[noreturn]] void refuse(const std::vector<ImageSpec>& parts, const std::string& layer) {
+    const std::vector<std::string> layers = layersOf(parts);
+    const std::vector<std::string> channels = channelsOf(parts);
+    std::vector<std::string> own;
+    std::copy_if(channels.begin(), channels.end(), std::back_inserter(own),
+                 [&](const std::string& name) { return prefixOf(name) == layer; });
+    if (!layer.empty() && !own.empty()) {
+        throw Error("its layer '" + layer +
+                    "' has no red, green and blue, and no gray; its "
+                    "channels are " +
+                    listed(own));
     }
     std::string text = layer.empty() ? "it has no red, green and blue, and no gray"
                                      : "it has no layer '" + layer + "'";

@@ -15,6 +15,8 @@ constexpr std::string_view xmpHead = "http://ns.adobe.com/xap/1.0/\0"sv;
 constexpr std::string_view pngXmpHead = "XML:com.adobe.xmp\0\0\0\0\0"sv; // not packed
 
 constexpr unsigned char app1 = 0xE1;
+constexpr unsigned char app2 = 0xE2;
+constexpr unsigned char comment = 0xFE;
 constexpr unsigned char app13 = 0xED;
 
 bool startsWith(std::string_view text, std::string_view start) {
@@ -93,6 +95,7 @@ std::string uprightXmp(std::string xmp) {
 
 RawMetadata ofJpeg(std::string_view file) {
     RawMetadata found;
+    found.isOfJpeg = true;
     for (auto segment = segmentAt(file, 2); segment; segment = segmentAt(file, segment->end)) {
         const std::string_view whole = file.substr(segment->begin, segment->end - segment->begin);
         const std::string_view data = whole.substr(4);
@@ -100,8 +103,10 @@ RawMetadata ofJpeg(std::string_view file) {
             found.exif = upright(std::string(data.substr(exifHead.size())));
         } else if (segment->type == app1 && startsWith(data, xmpHead) && found.xmp.empty()) {
             found.xmp = uprightXmp(std::string(data.substr(xmpHead.size())));
-        } else if (segment->type == app13 || segment->type == app1) {
+        } else if (segment->type == app13 || segment->type == app1 || segment->type == comment) {
             found.segments.emplace_back(whole);
+        } else if (segment->type == app2 && startsWith(data, "MPF\0"sv)) {
+            found.hasFurtherPictures = true;
         }
     }
     return found;
@@ -142,6 +147,12 @@ std::string segmentOf(std::string_view head, const std::string& data) {
 
 } // namespace
 
+bool RawMetadata::hasIptc() const {
+    return std::any_of(segments.begin(), segments.end(), [](const std::string& segment) {
+        return static_cast<unsigned char>(segment[1]) != comment;
+    });
+}
+
 RawMetadata rawMetadataOf(const std::vector<std::uint8_t>& file, std::size_t most) {
     const std::string_view bytes(reinterpret_cast<const char*>(file.data()), file.size());
     RawMetadata found;
@@ -154,7 +165,12 @@ RawMetadata rawMetadataOf(const std::vector<std::uint8_t>& file, std::size_t mos
     for (const std::string& segment : found.segments) {
         size += segment.size();
     }
-    return size <= most ? found : RawMetadata();
+    if (size > most) {
+        found.exif.clear();
+        found.xmp.clear();
+        found.segments.clear();
+    }
+    return found;
 }
 
 void addToJpeg(const RawMetadata& metadata, std::vector<std::uint8_t>& file) {
@@ -162,9 +178,10 @@ void addToJpeg(const RawMetadata& metadata, std::vector<std::uint8_t>& file) {
     const auto isReplaced = [&](unsigned char type, std::string_view data) {
         const bool isExif = type == app1 && startsWith(data, exifHead);
         const bool isXmp = type == app1 && startsWith(data, xmpHead);
-        return isExif  ? !metadata.exif.empty()
-               : isXmp ? !metadata.xmp.empty()
-                       : type == app13 && !metadata.segments.empty();
+        return isExif            ? !metadata.exif.empty()
+               : isXmp           ? !metadata.xmp.empty()
+               : type == comment ? metadata.isOfJpeg
+                                 : type == app13 && !metadata.segments.empty();
     };
     std::string kept;
     std::size_t end = 2;

@@ -13,8 +13,11 @@ namespace Vexorel::PrismDrift::Host {
 struct RawMetadata {
     std::string exif;                  ///< from its TIFF header on; of an upright picture
     std::string xmp;                   ///< the packet
-    std::vector<std::string> segments; ///< a JPEG's others of the kind, such as IPTC's
+    std::vector<std::string> segments; ///< a JPEG's others of the kind: IPTC's, comments
+    bool isOfJpeg = false;
+    bool hasFurtherPictures = false; ///< behind the first one, such as a gain map
 
+    bool hasIptc() const;
     bool isEmpty() const { return exif.empty() && xmp.empty() && segments.empty(); }
 };
 

@@ -239,6 +239,9 @@ Still readStill(const StillRequest& request) {
     if (request.bytes != nullptr) {
         extras->raw = rawMetadataOf(*request.bytes, static_cast<std::size_t>(request.metadata));
     }
+    if (extras->raw.hasFurtherPictures) {
+        request.warn("further pictures, such as a gain map or a preview, are left out");
+    }
     std::int64_t bytes = 0;
     bool isLarge = false;
     for (ImageSpec& spec : specs) {

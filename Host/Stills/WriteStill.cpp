@@ -264,7 +264,7 @@ StillFile encodedStill(const StillPicture& picture, const std::string& ending,
     }
     if (std::string(format.format) == "png") {
         addPngMetadata(picture, file.bytes);
-        if (picture.extras != nullptr && !picture.extras->raw.segments.empty()) {
+        if (picture.extras != nullptr && picture.extras->raw.hasIptc()) {
             file.losses.emplace_back("PNG has no place for IPTC");
         }
     } else if (picture.extras != nullptr && std::string(format.format) == "jpeg") {

@@ -309,17 +309,20 @@ TEST_F(StillsTest, BlocksBesideThePixelsAreCarriedAsTheyAre) {
     const std::string iptc = segment('\xED', "Photoshop 3.0\0 8BIM of its own"s);
     std::string file = contents("plain.jpg");
     file.insert(2, segment('\xE1', exif(6)) +
-                       segment('\xE1', "http://ns.adobe.com/xap/1.0/\0"s + xmp) + iptc + profile);
+                       segment('\xE1', "http://ns.adobe.com/xap/1.0/\0"s + xmp) + iptc +
+                       segment('\xFE', "a comment") + segment('\xE2', "MPF\0"s) + profile);
     std::ofstream(path("in.jpg"), std::ios::binary) << file;
     std::vector<std::string> lines;
     ReadLimits limits;
     limits.warn = [&](const Error& left) { lines.emplace_back(left.what()); };
     const Picture picture = readPicture(path("in.jpg"), limits);
-    EXPECT_THAT(lines, ElementsAre(HasSubstr("which isn't one of RGB colours, is left out")));
+    EXPECT_THAT(lines, ElementsAre(HasSubstr("which isn't one of RGB colours, is left out"),
+                                   HasSubstr("further pictures, such as a gain map")));
     EXPECT_EQ(picture.world.width(), 16);
     EXPECT_THAT(writePicture(path("out.jpg"), picture), IsEmpty());
     const std::string jpeg = contents("out.jpg");
-    EXPECT_THAT(jpeg, AllOf(HasSubstr(exif(1)), HasSubstr(xmp), HasSubstr(iptc)));
+    EXPECT_THAT(jpeg, AllOf(HasSubstr(exif(1)), HasSubstr(xmp), HasSubstr(iptc),
+                            HasSubstr(segment('\xFE', "a comment"))));
     EXPECT_EQ(readPicture(path("out.jpg")).world.width(), 16);
     EXPECT_THAT(writePicture(path("out.png"), picture), ElementsAre(HasSubstr("IPTC")));
     EXPECT_THAT(contents("out.png"), AllOf(HasSubstr("eXIf" + exif(1).substr(6)), HasSubstr(xmp)));
