@@ -1,5 +1,7 @@
 #include "Host/OpenFX/Pixels.h"
 
+#include "Host/Library/Bands.h"
+
 #include <algorithm>
 #include <cstring>
 #include <limits>
@@ -125,13 +127,27 @@ std::size_t worldOffset(const World& world, const OfxRectI& frame, int x) {
     return static_cast<std::size_t>(x - frame.x1) * world.pixelBytes();
 }
 
+// Calls the function for each row from `first` to before `last`, on several threads.
+template <typename Function>
+void forRows(int first, int last, int columns, const Function& row) {
+    const int rows = columns > 0 ? std::max(0, last - first) : 0;
+    const std::size_t bands =
+        bandCount(static_cast<std::size_t>(std::max(0, columns)), static_cast<std::size_t>(rows));
+    runBands(bands, [&](std::size_t band) {
+        const int end = bandEdge(band + 1, bands, rows);
+        for (int y = bandEdge(band, bands, rows); y < end; ++y) {
+            row(first + y);
+        }
+    });
+}
+
 // Fills the window, the frame's part of it by calls of `row` with the place to write to, the row's
 // height in the plane, and its columns.
 template <typename Function>
 void fill(const OfxRectI& window, const OfxRectI& frame, const Image& image, const Function& row) {
     const OfxRectI target = intersection(window, image.bounds);
     const OfxRectI drawn = intersection(target, frame);
-    for (int y = target.y1; y < target.y2 && target.x1 < target.x2; ++y) {
+    forRows(target.y1, target.y2, widthOf(target), [&](int y) {
         const bool isDrawn = y >= drawn.y1 && y < drawn.y2 && drawn.x1 < drawn.x2;
         if (!isDrawn || widthOf(drawn) < widthOf(target)) {
             std::memset(image.at(target.x1, y), 0,
@@ -140,7 +156,7 @@ void fill(const OfxRectI& window, const OfxRectI& frame, const Image& image, con
         if (isDrawn) {
             row(image.at(drawn.x1, y), y, drawn);
         }
-    }
+    });
 }
 
 } // namespace
@@ -149,11 +165,11 @@ World worldOf(const Image& image, const OfxRectI& frame, PF_PixelFormat format) 
     World world(widthOf(frame), frame.y2 - frame.y1, format);
     const OfxRectI there = intersection(frame, image.bounds);
     const Row row = taking(image.depth, format);
-    for (int y = there.y1; y < there.y2 && there.x1 < there.x2; ++y) {
+    forRows(there.y1, there.y2, widthOf(there), [&](int y) {
         row(image.at(there.x1, y),
             world.row(frame.y2 - 1 - y) + worldOffset(world, frame, there.x1), widthOf(there),
             image.isPremultiplied);
-    }
+    });
     return world;
 }
 

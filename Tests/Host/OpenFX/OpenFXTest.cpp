@@ -52,6 +52,9 @@ std::vector<Drawing> drawings() {
         one.window = {50, 50, 60, 60};
         all.push_back(one);
     }
+    Drawing large{.name = "several bands", .depth = kOfxBitDepthFloat};
+    large.source = large.region = large.output = large.window = {-7, 3, 393, 353};
+    all.push_back(large);
     using Pair = std::array<double, 2>;
     const auto scaled = [&](const char* name, Pair scale, double aspect, double angle,
                             double distance, double drawnAngle) {
