@@ -5,6 +5,7 @@
 #include "Host/Media/FFmpeg.h"
 #include "Host/Media/HeifDepth.h"
 #include "Host/Media/PictureData.h"
+#include "Host/Media/PixelFormats.h"
 #include "Host/Media/PngChunks.h"
 #include "Host/Media/SizeLimit.h"
 #include "Host/Media/StillHeader.h"
@@ -144,14 +145,18 @@ Picture readStillPicture(const fs::path& file, const std::string& format, const 
     const bool wantsFloats = request.worlds == WorldDepth::Floats ||
                              (request.worlds == WorldDepth::Stored && decoded.depth.isDeep());
     const bool hasFloats = decoded.world.format() == PF_PixelFormat_ARGB128;
+    // FFmpeg rounds CMYK down, to up to four levels too few.
+    const bool isOfInks =
+        format == "jpeg" && carriesAlpha(static_cast<AVPixelFormat>(decoded.source->format));
+    const bool takesPixels = isOfInks || (wantsFloats && !hasFloats);
     std::optional<Still> still;
     try {
-        still = call.read(wantsFloats && !hasFloats);
+        still = call.read(takesPixels);
     } catch (const Error&) { // its pixels are fine
         warnOfDamagedMetadata(file, limits);
         return std::move(decoded);
     }
-    if (wantsFloats && !hasFloats) {
+    if (takesPixels) {
         Picture picture = pictureOf(std::move(*still), format);
         picture.colorProfile = decoded.colorProfile;
         return picture;
