@@ -63,9 +63,10 @@ bool isTaken(Kind kind, std::string_view name, const StillFormat& format, bool i
     case Kind::Space:
         return isAmong(format.format, {"png", "openexr"});
     default: // those of the same format, but for how it was packed
-        return isSameFormat && (startsWith(name, "dpx:") ||
-                                (std::string_view(format.format) == "openexr" &&
-                                 !startsWith(name, "oiio:") && !startsWith(name, "openexr:")));
+        return isSameFormat &&
+               (startsWith(name, "dpx:") ||
+                (std::string_view(format.format) == "openexr" && !startsWith(name, "oiio:") &&
+                 !startsWith(name, "openexr:") && name != "textureformat"));
     }
 }
 

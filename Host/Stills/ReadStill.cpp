@@ -229,6 +229,9 @@ Still readStill(const StillRequest& request) {
     OpenStill file(request);
     const bool isNamed = hasNamedChannels(request.format);
     std::vector<ImageSpec> specs = file.specs();
+    if (specs.front().find_attribute("textureformat") != nullptr) {
+        request.warn("the smaller sizes of its texture are left out");
+    }
     if (!isNamed) {
         warnOfFurtherPictures(specs, request);
         specs.resize(1);

@@ -191,13 +191,16 @@ std::optional<ImageSpec> writtenSpec(const std::string& format,
 }
 
 // How a part is packed: as it was in its file, but never with a loss, which each writing would add
-// to.
+// to, and in its full size alone.
 void pack(ImageSpec& spec, const char* usual, bool keeps) {
     const std::string own = spec.get_string_attribute("compression");
     constexpr std::array lossless = {"none", "rle", "zip", "zips", "piz"};
     if (!keeps || std::find(lossless.begin(), lossless.end(), own) == lossless.end()) {
         spec.attribute("compression", usual);
         spec.erase_attribute("openexr:dwaCompressionLevel");
+    }
+    for (const char* name : {"openexr:levelmode", "openexr:roundingmode", "textureformat"}) {
+        spec.erase_attribute(name);
     }
 }
 

@@ -12,6 +12,7 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 
 namespace {
 
@@ -220,7 +221,8 @@ TEST_F(StillsTest, WhatStandsBesideThePixelsStaysOrIsNamed) {
 TEST_F(StillsTest, WhatIsLeftOutIsNamed) {
     shell("convert deep.png deep.png pages.tif; oiiotool deep.png -d uint32 -o whole.tif; "
           "oiiotool deep.png -d double -o double.tif; oiiotool clear.png --ch R,G,B,A=0 -d float "
-          "-o light.exr; convert deep.png -set comment hello -depth 8 text.png; mkfifo pipe");
+          "-o light.exr; oiiotool deep.png -d half -otex levels.exr; convert deep.png -set comment "
+          "hello -depth 8 text.png; mkfifo pipe");
     const std::string light = "light that covers nothing, colour at an alpha of 0, is lost";
     const struct {
         const char *in, *out;
@@ -235,6 +237,7 @@ TEST_F(StillsTest, WhatIsLeftOutIsNamed) {
          {"PAM holds 16 bits a channel, not floats", light, "EXIF", "texts"}},
         {"light.exr", "out.tif", {}},
         {"light.exr", "out.exr", {}},
+        {"levels.exr", "out.exr", {"the smaller sizes of its texture are left out"}},
         {"deep.png", "out.hdr", {"Radiance HDR holds 8 bits a channel with one exponent for all"}},
     };
     std::vector<std::string> lines;
@@ -250,6 +253,7 @@ TEST_F(StillsTest, WhatIsLeftOutIsNamed) {
             EXPECT_THAT(lines[i], HasSubstr(row.lines[i])) << row.in << row.out;
         }
     }
+    EXPECT_THAT(shell("oiiotool --info -v out.exr"), Not(HasSubstr("MIP-map levels")));
     lines.clear();
     shell("(exec > /dev/null 2>&1; cat text.png > pipe) &");
     readPicture(path("pipe"), limits);
