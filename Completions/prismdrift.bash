@@ -15,7 +15,7 @@ _prismdrift() {
     --video-size --pixel-format --layer --max-pixels --max-metadata --downsample --linear
     --renderer --plugin
     --help -h --progress --quiet --verbose'
-  local render="$both --save-preset --codec --quality --encoder-preset --depth --dither
+  local render="$both --save-preset --drawn --codec --quality --encoder-preset --depth --dither
     --output-format --output-pixel-format
     --list-parameters --about --script --version"
   local sheet="$both --vary --columns --cell-width"
@@ -61,7 +61,7 @@ _prismdrift() {
       compopt +o default
       return
       ;;
-    --script | --save-preset) return ;; # any file, which readline offers by itself
+    --script | --save-preset | --drawn) return ;; # any file, which readline offers by itself
     *)
       if [[ $cur == -* ]]; then
         words=$render

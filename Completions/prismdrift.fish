@@ -15,6 +15,7 @@ complete -c prismdrift -l channel-scale -x -d 'R,G,B in percent, 0 to 200'
 complete -c prismdrift -l channel-lightness -x -d 'R,G,B, -100 to 100'
 complete -c prismdrift -l preset -x -a '(__fish_complete_suffix .json)' -d 'Take the values in a preset'
 complete -c prismdrift -n 'not __prismdrift_sheet' -l save-preset -r -F -d 'Save all values as a preset'
+complete -c prismdrift -n 'not __prismdrift_sheet' -l drawn -r -F -d 'Frames of a farm, in place of drawing'
 
 # Input
 complete -c prismdrift -l frames -x -d 'Render only these, such as 10-99 or 1-100x2,200'

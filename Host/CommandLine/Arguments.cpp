@@ -102,6 +102,27 @@ void checkPipes(const Arguments& arguments) {
     }
 }
 
+// Frames that are drawn already can't be drawn otherwise.
+void checkDrawn(const Arguments& arguments) {
+    const std::string without = "--drawn takes frames that are drawn already; leave out ";
+    if (arguments.drawn.empty()) {
+        return;
+    }
+    if (!arguments.values.empty()) {
+        throw UsageError(without + arguments.values.front().option->name);
+    }
+    for (const auto& [option, isGiven] : {std::pair("--preset", !arguments.preset.empty()),
+                                          {"--linear", arguments.linear},
+                                          {"--downsample", arguments.downsample != 1}}) {
+        if (isGiven) {
+            throw UsageError(without + option);
+        }
+    }
+    if (arguments.drawn == "-") {
+        throw UsageError("--drawn takes a sequence or a clip in a file, not standard input");
+    }
+}
+
 // What is wrong with every file is wrong usage. Where no input is named or described there is
 // nothing to check, and no need to load what would.
 void checkInput(const Host::ClipInput& input) {
@@ -141,6 +162,7 @@ Arguments readArguments(const ParsedLine& line, const std::vector<ParameterOptio
     arguments.renderer = rendererRequest(line);
     checkFiles(arguments);
     checkPipes(arguments);
+    checkDrawn(arguments);
     checkInput(arguments.input);
     return arguments;
 }

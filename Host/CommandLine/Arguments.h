@@ -35,6 +35,7 @@ struct Arguments {
     std::uint32_t downsample = 1;
     bool linear = false;
     Host::ClipInput input;
+    std::filesystem::path drawn;                      ///< frames that were drawn before, or empty
     Host::ClipOutput output;                          ///< without its descriptor and its warnings
     std::filesystem::path script, preset, savePreset; ///< empty where not given
     std::vector<EffectArgument> values;               ///< at most one for each option

@@ -104,6 +104,19 @@ void sayInterrupted(std::int64_t frames) {
     std::cerr << "prismdrift: interrupted" << text << "\n";
 }
 
+// The drawn frames that stand in for those that `input` would be drawn to; nothing without any.
+std::optional<DrawnFrames> drawnFrames(const Arguments& arguments, const Host::ClipInput& input) {
+    if (arguments.drawn.empty()) {
+        return std::nullopt;
+    }
+    Host::ClipInput drawn;
+    drawn.file = arguments.drawn;
+    drawn.frames = input.frames;
+    drawn.picture.worlds = input.picture.worlds;
+    drawn.limits = input.limits;
+    return DrawnFrames(drawn);
+}
+
 // Gives the signal that ended it early, 0 for none.
 int render(Host::HostedEffect& effect, const Arguments& arguments,
            const StandardOutput& standardOutput) {
@@ -127,6 +140,7 @@ int render(Host::HostedEffect& effect, const Arguments& arguments,
         }
     };
     const auto reader = Host::openClip(input);
+    auto drawn = drawnFrames(arguments, input);
     values.resolve({[&] { return reader->frameCount(); },
                     [&](double seconds) { return reader->frameAt(seconds); }});
     const Host::ClipProperties& clip = reader->properties();
@@ -140,8 +154,8 @@ int render(Host::HostedEffect& effect, const Arguments& arguments,
     // From here on there may be a temporary file to remove.
     const FirstSignalKept signals;
     const auto writer = Host::openClipWriter(output, input, *reader);
-    const int signal =
-        renderClip({drawing, values, *reader, *writer, progress, signals, arguments.verbose});
+    const int signal = renderClip({drawing, values, *reader, *writer, progress, signals,
+                                   arguments.verbose, drawn ? &*drawn : nullptr});
     checkMemory(); // of a pipe
     progress.finish(signal == 0);
     if (signal != 0 && !arguments.quiet) {

@@ -168,6 +168,12 @@ const std::vector<Option> inputOptions = {
      .sheetTakes = "N",
      .sheetHelp = "Show this frame instead of the first. A sequence is numbered by its file "
                   "names, a video from 0"},
+    {.name = "--drawn",
+     .takes = "FRAMES",
+     .help = "Draw nothing: take the drawn frames of a farm from this sequence or clip, and all "
+             "else from INPUT",
+     .store = [](Arguments& to, Text text) { to.drawn = text; },
+     .onlyIn = Command::Render},
     {.name = "--missing",
      .takes = "skip|hold",
      .help = "Where a sequence lacks a picture, leave the frame out or repeat the picture "

@@ -140,8 +140,12 @@ void drawFrames(const ClipRendering& rendering, Queue& read, Queue& drawn) {
                 readBy = frame->picture.readBy;
                 std::cerr << "prismdrift: reader: " << readBy << "\n";
             }
-            rendering.drawing.draw(frame->picture, clip.kind, rendering.values,
-                                   frameTime(frame->index, clip.frameRate));
+            if (rendering.drawn != nullptr) {
+                rendering.drawn->replace(*frame);
+            } else {
+                rendering.drawing.draw(frame->picture, clip.kind, rendering.values,
+                                       frameTime(frame->index, clip.frameRate));
+            }
             time = endOf(*frame, clip.timeBase);
         }
         if (!drawn.push(std::move(*item), weight)) {
@@ -150,6 +154,9 @@ void drawFrames(const ClipRendering& rendering, Queue& read, Queue& drawn) {
         if (weight == frameWeight) {
             rendering.progress.frameDone(time);
         }
+    }
+    if (rendering.drawn != nullptr && !read.isClosed()) {
+        rendering.drawn->end();
     }
 }
 

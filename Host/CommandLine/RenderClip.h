@@ -2,6 +2,7 @@
 
 /// Draws a clip with the effect, frame after frame: reading and writing run beside it.
 
+#include "Host/CommandLine/DrawnFrames.h"
 #include "Host/CommandLine/Interruption.h"
 #include "Host/CommandLine/PictureDrawing.h"
 #include "Host/CommandLine/Progress.h"
@@ -16,7 +17,8 @@ struct ClipRendering {
     Host::ClipWriter& writer;
     Progress& progress;
     const FirstSignalKept& signals;
-    bool isVerbose = false; ///< names what reads the pictures on standard error
+    bool isVerbose = false;       ///< names what reads the pictures on standard error
+    DrawnFrames* drawn = nullptr; ///< stand in for what would be drawn
 };
 
 /// Draws all that the reader gives and finishes the writer. A few frames are under way at a time,

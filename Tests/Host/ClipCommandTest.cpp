@@ -69,6 +69,36 @@ TEST_P(ClipDrawing, PartsOfARunGiveTheSameBytes) {
     EXPECT_EQ(frames("out.mov"), frames("still.%d.png"));
 }
 
+// Clips whose frames have times of their own, with sound, of 8 bits and of 10.
+TEST_F(ClipCommandTest, FramesOfAFarmMakeTheSameFile) {
+    output("$SOURCE=s=48x32:r=25 -f lavfi -i sine -t 0.5 -vf \"select='not(eq(mod(n,5),2))',"
+           "setsar=4/3\" -vsync vfr -color_range pc -colorspace bt709 -pix_fmt yuv420p -c:v "
+           "libx264 -c:a aac -shortest in.mp4; $FF -i in.mp4 -vsync passthrough -pix_fmt "
+           "yuv422p10le -c:v prores -color_trc smpte2084 -c:a copy deep.mov");
+    const std::string look = " --shift-distance '0=0; -1=9' --channel-scale 100,110,90";
+    for (const std::string job : {"in.mp4 png --codec=qtrle", "deep.mov exr --depth=float"}) {
+        output("run() { $PROGRAM $1 whole.mov" + look +
+               " ${3/--depth*}; for part in 0-3 4-9; do $PROGRAM $1 d%02d.$2 --frames $part" +
+               look +
+               " ${3/--codec*}; done; $PROGRAM $1 joined.mov --drawn d%02d.$2 ${3/--depth*}; }; "
+               "set -e; run " +
+               job + "; cmp whole.mov joined.mov; rm whole.mov joined.mov");
+    }
+    for (const auto& [change, message] :
+         {std::pair("mv d00.png kept", "--drawn: 'd%02d.png' lacks frame 0\n"),
+          {"mv d05.png kept", "--drawn: 'd05.png' is missing\n"},
+          {"mv d09.png kept", "--drawn: 'd%02d.png' lacks frame 9\n"},
+          {"cp d09.png d10.png", "has a frame 10, which the clip doesn't have\n"},
+          {"$SOURCE=s=46x32 -frames:v 1 d03.png", "46x32 pixels at frame 3, the clip 48x32 pixels"},
+          {"cp d03.exr d03.png", "more than 8 bits a channel at frame 3, the clip 8 bits; draw"}}) {
+        const Result result = run("mkdir was; cp d*.png was; " + std::string(change) +
+                                  "; ! $PROGRAM in.mp4 out.mov --drawn d%02d.png; rm d*.png; "
+                                  "mv was/* .; rm -r was; test ! -e out.mov");
+        EXPECT_EQ(result.status, 0) << change;
+        EXPECT_THAT(result.errors, HasSubstr(message)) << change;
+    }
+}
+
 TEST_F(ClipCommandTest, EverythingElseInTheFileIsHandedOn) {
     std::ofstream(path("s.srt")) << "1\n00:00:00,200 --> 00:00:00,700\nOne\n";
     std::ofstream(path("m.txt"))
