@@ -13,6 +13,7 @@
 #include <string_view>
 
 extern "C" {
+#include <libavutil/cpu.h>
 #include <libavutil/pixdesc.h>
 }
 
@@ -461,6 +462,10 @@ std::string encoderOptions(const VideoCodec& codec, double quality, const std::s
     std::string parameters = codec.parameters;
     if (codec.masteringDisplay != nullptr) {
         parameters += hdr.parameters(codec.masteringDisplay, codec.contentLight);
+    }
+    // With AVX-512 x264 decides by memory that it hasn't filled: each run gives other bytes.
+    if (std::string_view(codec.name) == "h264" && (av_get_cpu_flags() & AV_CPU_FLAG_AVX512) != 0) {
+        parameters += ":asm=avx2";
     }
     if (codec.parametersOption != nullptr && !parameters.empty()) {
         add(codec.parametersOption, escaped(parameters));

@@ -99,6 +99,16 @@ TEST_F(ClipCommandTest, FramesOfAFarmMakeTheSameFile) {
     }
 }
 
+// Whatever was in the memory that an encoder is given.
+TEST_F(ClipCommandTest, EachRunEncodesTheSameBytes) {
+    output("$SOURCE=s=320x180 -t 2 -pix_fmt yuv420p -c:v libx264 in.mp4");
+    for (const char* codec : {"h264", "hevc"}) {
+        output("for fill in 1 77 200; do MALLOC_PERTURB_=$fill $PROGRAM $FAKE in.mp4 $fill.mp4 "
+               "--codec " +
+               std::string(codec) + " || exit; cmp 1.mp4 $fill.mp4 || exit; done");
+    }
+}
+
 TEST_F(ClipCommandTest, EverythingElseInTheFileIsHandedOn) {
     std::ofstream(path("s.srt")) << "1\n00:00:00,200 --> 00:00:00,700\nOne\n";
     std::ofstream(path("m.txt"))
