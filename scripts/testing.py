@@ -8,12 +8,15 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 LIBRARY = "Tests/Host/libfail_calls.so"
 
 
-def build_folder(given):
-    """The build to use: the given one, which has to be complete, or the release build, brought up
-    to date."""
+PROGRAM = "Host/CommandLine/prismdrift"
+
+
+def build_folder(given, files=(PROGRAM, "Tests/Host/libfake_effect.so", LIBRARY)):
+    """The build to use: the given one, which has to have these files, or the release build, brought
+    up to date."""
     if given:
         folder = given.resolve()
-        for file in ("Host/CommandLine/prismdrift", "Tests/Host/libfake_effect.so", LIBRARY):
+        for file in files:
             if not (folder / file).is_file():
                 sys.exit(f"{sys.argv[0]}: the build '{folder}' has no {file}")
         return folder
