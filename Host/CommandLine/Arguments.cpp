@@ -112,7 +112,6 @@ void checkDrawn(const Arguments& arguments) {
         throw UsageError(without + arguments.values.front().option->name);
     }
     for (const auto& [option, isGiven] : {std::pair("--preset", !arguments.preset.empty()),
-                                          {"--linear", arguments.linear},
                                           {"--downsample", arguments.downsample != 1}}) {
         if (isGiven) {
             throw UsageError(without + option);

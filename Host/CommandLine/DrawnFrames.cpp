@@ -21,10 +21,6 @@ std::string sizeOf(const Host::World& world) {
     return std::to_string(world.width()) + "x" + std::to_string(world.height()) + " pixels";
 }
 
-const char* depthOf(const Host::World& world) {
-    return world.format() == PF_PixelFormat_ARGB32 ? "8 bits" : "more than 8 bits";
-}
-
 } // namespace
 
 DrawnFrames::DrawnFrames(const Host::ClipInput& input)
@@ -42,10 +38,11 @@ void DrawnFrames::replace(Host::ClipFrame& frame) {
         throw Host::Error(mName + "has " + sizeOf(world) + " at " + number + ", the clip " +
                           sizeOf(expected));
     }
-    if (world.format() != expected.format()) {
-        throw Host::Error(mName + "has " + depthOf(world) + " a channel at " + number +
-                          ", the clip " + depthOf(expected) +
-                          "; draw it as floats for a clip of more than 8 bits, else with 8");
+    const Host::Depth needed =
+        expected.format() == PF_PixelFormat_ARGB32 ? Host::Depth{} : Host::floats;
+    if (drawn->picture.depth != needed) { // was rounded, or will be
+        throw Host::Error(mName + "has " + textOf(drawn->picture.depth) + " at " + number +
+                          "; here it has to have " + textOf(needed));
     }
     if (drawn->picture.isAssociated) {
         Host::divideByAlpha(world);
