@@ -257,7 +257,13 @@ std::unique_ptr<ClipReader> openClip(const ClipInput& input) {
         refuseRawSettings(input);
         return std::make_unique<StillReader>(input);
     }
-    return std::make_unique<VideoReader>(input);
+    auto video = std::make_unique<VideoReader>(input);
+    if (!input.picture.layer.empty()) {
+        throw ClipError(ClipReason::SettingNotTaken, {ClipSetting::Layer},
+                        cannotRead(input.file) + "it has no layer '" + input.picture.layer +
+                            "': only pictures have layers");
+    }
+    return video;
 }
 
 } // namespace Vexorel::PrismDrift::Host
