@@ -149,8 +149,7 @@ int render(Host::HostedEffect& effect, const Arguments& arguments,
     Host::ClipOutput output = arguments.output;
     output.standardOutput = standardOutput.descriptor();
     output.warn = [&](const std::string& text) { progress.warn(text); };
-    PictureDrawing drawing(
-        *renderer, {arguments.downsample, arguments.linear, arguments.output.depth}, output.warn);
+    PictureDrawing drawing(*renderer, {arguments.downsample, arguments.linear}, output.warn);
     // From here on there may be a temporary file to remove.
     const FirstSignalKept signals;
     const auto writer = Host::openClipWriter(output, input, *reader);

@@ -16,11 +16,9 @@ void PictureDrawing::draw(Host::Picture& picture, Host::ClipKind kind,
                           const Host::ParameterValues& values, const Host::FrameTime& time) {
     Host::World& world = picture.world;
     if (picture.depth.isDeep() && world.format() == PF_PixelFormat_ARGB32) {
-        warnOnce(mIsDepthTold,
-                 "the input has " + textOf(picture.depth) + "; the renderer keeps 8 bits");
-    } else if (mSettings.writtenDepth && !mSettings.writtenDepth->holds(picture.depth)) {
-        warnOnce(mIsDepthTold, "the input has " + textOf(picture.depth) + "; " +
-                                   textOf(*mSettings.writtenDepth) + " are kept");
+        warnOnce(mIsDepthTold, "the input has " + textOf(picture.depth) +
+                                   "; the renderer keeps 8 bits a channel" +
+                                   cutOff(picture.depth, {}));
     }
     if (mRenderer.changesNothing(world, values, {time, mSettings.downsample})) {
         return;

@@ -14,8 +14,7 @@ namespace Vexorel::PrismDrift::CommandLine {
 
 struct DrawingSettings {
     std::uint32_t downsample = 1;
-    bool isLinear = false;                        ///< draws in linear light
-    std::optional<Host::Depth> writtenDepth = {}; ///< that was asked for
+    bool isLinear = false; ///< draws in linear light
 };
 
 class PictureDrawing {

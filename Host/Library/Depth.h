@@ -2,6 +2,7 @@
 
 /// How finely the channels of pixels are stored.
 
+#include <optional>
 #include <string>
 
 namespace Vexorel::PrismDrift::Host {
@@ -47,16 +48,26 @@ inline std::string textOf(const Depth& depth) {
                                          : "floats of double precision";
 }
 
-/// What gets lost where `holder`, a format or a codec, holds less than it should: "JPEG holds 8
-/// bits a channel, not 16". Empty for nothing.
-inline std::string depthLoss(const std::string& holder, const Depth& held, const Depth& wanted) {
-    const bool isCut = wanted.isFloat && !held.isFloat;
-    if (held.holds(wanted)) {
-        return "";
+/// To follow a line that says that such pixels become others.
+inline std::string cutOff(const Depth& from, const Depth& into) {
+    return from.isFloat && !into.isFloat ? ": what lies beyond 0 to 1 is cut off" : "";
+}
+
+/// What gets lost where `holder`, a format or a codec, is written with pixels that hold so much,
+/// for an input of the depth `own`: "JPEG holds 8 bits a channel, not 16", or what was asked for
+/// costs: "the input has 16 bits a channel; 8 bits a channel are kept". Empty for nothing.
+inline std::string depthLoss(const std::string& holder, const Depth& held,
+                             const std::optional<Depth>& asked, const Depth& own) {
+    const Depth wanted = asked.value_or(own);
+    if (!held.holds(wanted)) {
+        return holder + " holds " + textOf(held) + ", not " +
+               (wanted.isFloat ? textOf(wanted) : std::to_string(wanted.bits)) + cutOff(own, held);
     }
-    return holder + " holds " + textOf(held) + ", not " +
-           (wanted.isFloat ? textOf(wanted) : std::to_string(wanted.bits)) +
-           (isCut ? ": what lies beyond 0 to 1 is cut off" : "");
+    if (!held.holds(own)) {
+        return "the input has " + textOf(own) + "; " + textOf(held) + " are kept" +
+               cutOff(own, held);
+    }
+    return "";
 }
 
 } // namespace Vexorel::PrismDrift::Host

@@ -169,7 +169,9 @@ EncodedPicture encodedByFFmpeg(const Format& format, const Picture& picture,
     const StraightWorld straight(picture);
     const auto packet = encode(format, picture, straight.world(), pixelFormat, output.dithers);
     EncodedPicture encoded{{packet->data, packet->data + packet->size}, {}};
-    if (std::string loss = depthLoss(format.name, depthOf(pixelFormat), wanted); !loss.empty()) {
+    if (std::string loss =
+            depthLoss(format.name, depthOf(pixelFormat), output.depth, wantedDepth({}, picture));
+        !loss.empty()) {
         encoded.losses.push_back(std::move(loss));
     }
     if (alpha && !carriesAlpha(pixelFormat)) {

@@ -32,23 +32,6 @@ std::shared_ptr<const AVFrame> sourceOf(const ClipFrame& frame) {
     return {none.release(), FFmpegDeleter()};
 }
 
-struct Encoding {
-    const VideoCodec& codec;
-    AVPixelFormat format;
-};
-
-// Warns of what the format loses of the wanted depth.
-void warnOfDepth(const ClipOutput& output, const Encoding& encoding, const Depth& wanted) {
-    const Depth held = depthOf(encoding.format);
-    const std::string loss = depthLoss(encoding.codec.name, held, wanted);
-    if (!loss.empty() && (output.pixelFormat.empty() || output.depth)) {
-        output.warn(loss);
-    }
-    if (output.codec == "h264" && output.pixelFormat.empty() && held.isDeep()) {
-        output.warn("h264 of " + textOf(held) + " isn't shown by some players");
-    }
-}
-
 // The format with a chroma value for each pixel, and as many bits.
 AVPixelFormat fullChroma(AVPixelFormat format) {
     const int bits = depthOf(format).bits;
@@ -90,7 +73,9 @@ Encoding chooseEncoding(const EncoderSettings& settings, const AVFrame& source,
     }
     const AVPixelFormat format =
         choosePixelFormat(settings.container, codec, output.pixelFormat, source, depth);
-    warnOfDepth(output, {codec, format}, depth);
+    if (output.codec == "h264" && output.pixelFormat.empty() && depthOf(format).isDeep()) {
+        output.warn("h264 of " + textOf(depthOf(format)) + " isn't shown by some players");
+    }
     if (!needsEvenSides(codec, format, width, height)) {
         return {codec, format};
     }
@@ -157,10 +142,11 @@ void warnOfLostTags(const EncoderSettings& settings, const AVFrame& source,
     }
 }
 
-FFmpegPtr<AVCodecContext> openContext(const EncoderSettings& settings, const ClipFrame& first) {
+FFmpegPtr<AVCodecContext> openContext(const EncoderSettings& settings, const Encoding& encoding,
+                                      const ClipFrame& first) {
     const auto source = sourceOf(first);
     const World& world = first.picture.world;
-    const auto [codec, format] = chooseEncoding(settings, *source, first.picture);
+    const auto& [codec, format] = encoding;
     const AVCodec* encoder = avcodec_find_encoder_by_name(codec.encoder);
     auto context = owned(avcodec_alloc_context3(encoder));
     context->width = world.width();
@@ -196,16 +182,16 @@ FFmpegPtr<AVCodecContext> openContext(const EncoderSettings& settings, const Cli
 } // namespace
 
 VideoEncoder::VideoEncoder(const EncoderSettings& settings, const ClipFrame& first)
-    : mOutput(settings.output),
-      mContext(openContext(settings, first)),
+    : mEncoding(chooseEncoding(settings, *sourceOf(first), first.picture)),
+      mContext(openContext(settings, mEncoding, first)),
       mConverter({mContext->width, mContext->height, mContext->pix_fmt, mContext->colorspace,
                   mContext->color_range, mContext->chroma_sample_location},
-                 first.picture.world.format(), {mOutput.dithers, !isYuvFrame(*sourceOf(first))}),
-      mMayLoseAlpha(!carriesAlpha(mContext->pix_fmt)) {}
+                 first.picture.world.format(),
+                 {settings.output.dithers, !isYuvFrame(*sourceOf(first))}),
+      mLosses(settings.output, mEncoding.codec.name, mEncoding.format) {}
 
 void VideoEncoder::send(const ClipFrame& frame, std::int64_t time) {
     checkSize(frame);
-    warnOfLostAlpha(frame);
     const AVCodecContext& context = *mContext;
     auto picture = newFrame(context.width, context.height, context.pix_fmt);
     picture->color_range = context.color_range;
@@ -217,10 +203,7 @@ void VideoEncoder::send(const ClipFrame& frame, std::int64_t time) {
     picture->pts = time;
     picture->pkt_duration = frame.duration;
     const StraightWorld straight(frame.picture);
-    if (straight.losesLight() && carriesAlpha(mContext->pix_fmt) &&
-        !std::exchange(mIsLightTold, true)) {
-        mOutput.warn(bareLightLoss);
-    }
+    mLosses.of(frame.picture, straight);
     mConverter.convert(straight.world(), *picture);
     mDurations[time] = frame.duration;
     checkResult(avcodec_send_frame(mContext.get(), picture.get()));
@@ -256,18 +239,6 @@ void VideoEncoder::checkSize(const ClipFrame& frame) const {
         throw Error("frame " + std::to_string(frame.number) + " has " +
                     sizeText(world.width(), world.height()) + " pixels, the frames before it " +
                     sizeText(mContext->width, mContext->height));
-    }
-}
-
-void VideoEncoder::warnOfLostAlpha(const ClipFrame& frame) {
-    const AVFrame* source = frame.picture.source.get();
-    const bool mayHaveAlpha =
-        source == nullptr || carriesAlpha(static_cast<AVPixelFormat>(source->format));
-    if (mMayLoseAlpha && mayHaveAlpha && hasAlpha(frame.picture.world)) {
-        mMayLoseAlpha = false;
-        mOutput.warn("the alpha of '" + mOutput.file.string() +
-                     "' is lost: " + mContext->codec->name + " in " +
-                     av_get_pix_fmt_name(mContext->pix_fmt) + " has none");
     }
 }
 

@@ -3,6 +3,7 @@
 /// Encodes the frames of a clip. Internal to the media library.
 
 #include "Host/Media/Clip.h"
+#include "Host/Media/FrameLosses.h"
 #include "Host/Media/PixelConversion.h"
 #include "Host/Media/VideoFormats.h"
 
@@ -18,6 +19,11 @@ struct EncoderSettings {
     bool hasGlobalHeader = false; ///< the container keeps the codec's header apart
 };
 
+struct Encoding {
+    const VideoCodec& codec;
+    AVPixelFormat format;
+};
+
 /// Its functions throw Error with the reason alone.
 class VideoEncoder {
 public:
@@ -27,7 +33,7 @@ public:
 
     const AVCodecContext& context() const { return *mContext; }
 
-    /// The frame has the size of the first. Warns, once, when alpha gets lost.
+    /// The frame has the size of the first. Warns once of each kind of thing that gets lost.
     void send(const ClipFrame& frame, std::int64_t time);
 
     /// No more frames come.
@@ -38,15 +44,13 @@ public:
 
 private:
     void checkSize(const ClipFrame& frame) const;
-    void warnOfLostAlpha(const ClipFrame& frame);
 
-    const ClipOutput& mOutput;
+    const Encoding mEncoding;
     FFmpegPtr<AVCodecContext> mContext;
     WorldToFrame mConverter;
     std::map<std::int64_t, std::int64_t> mDurations; // by time, of the frames in the encoder
     std::int64_t mSent = 0;                          // frames
-    bool mMayLoseAlpha;                              // and has not warned of it yet
-    bool mIsLightTold = false;
+    FrameLosses mLosses;
 };
 
 } // namespace Vexorel::PrismDrift::Host

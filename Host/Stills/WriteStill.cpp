@@ -208,9 +208,9 @@ void pack(ImageSpec& spec, const char* usual, bool keeps) {
 Depth writtenDepth(const StillFormat& format, const StillPicture& picture,
                    const std::optional<Depth>& depth, std::vector<std::string>& losses) {
     const bool isDeep = picture.world.format() == PF_PixelFormat_ARGB128;
-    const Depth wanted = depth.value_or(isDeep ? picture.depth : Depth());
-    const Depth written = nearestDepth(format, wanted);
-    const std::string loss = depthLoss(format.name, written, wanted);
+    const Depth own = isDeep ? picture.depth : Depth();
+    const Depth written = nearestDepth(format, depth.value_or(own));
+    const std::string loss = depthLoss(format.name, written, depth, own);
     if (!loss.empty()) {
         losses.push_back(loss);
     }

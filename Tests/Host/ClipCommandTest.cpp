@@ -241,7 +241,7 @@ TEST_F(ClipCommandTest, WhatGetsLostIsSaid) {
            "vfr.mov");
     const std::pair<const char*, const char*> cases[] = {
         {"a.%d.png a.mov", "the alpha of 'a.mov' is lost"},
-        {"a.%d.png b.mov", "the input has 16 bits a channel; the renderer keeps 8 bits"},
+        {"a.%d.png b.mov", "the input has 16 bits a channel; the renderer keeps 8 bits a channel"},
         {"vfr.mov a.y4m", ".y4m has one frame rate: the frames' own times are lost"},
         {"vfr.mov b.mov --quality 50", "qtrle has no quality to choose"},
         {"vfr.mov b.mov --encoder-preset fast", "qtrle has no encoder presets to choose"},

@@ -84,11 +84,12 @@ TEST_F(DeepClipTest, TheCodecAndThePixelFormatKeepTheDepth) {
         {"yuv420p10le -c:v ffv1 i.mkv", "o.mp4", "h264", 0, "h264|yuv420p10le",
          "h264 of 10 bits a channel isn't shown by some players\n"},
         {"yuv420p10le -c:v libvpx-vp9 i.mkv", "o.mp4", "", 0, "hevc|yuv420p10le"},
-        {"yuv420p10le -c:v libvpx-vp9 i.mkv", "o.mp4", "", 8, "h264|yuv420p"},
+        {"yuv420p10le -c:v libvpx-vp9 i.mkv", "o.mp4", "", 8, "h264|yuv420p",
+         "the input has 10 bits a channel; 8 bits a channel are kept\n"},
         {"yuv444p12le -c:v libvpx-vp9 i.mkv", "o.webm", "", 0, "vp9|yuv444p12le"},
         {"yuv444p12le -c:v libvpx-vp9 i.mkv", "o.mp4", "h264", 0, "h264|yuv444p10le",
-         "h264 holds 10 bits a channel, not 12\nh264 of 10 bits a channel isn't shown by some "
-         "players\n"},
+         "h264 of 10 bits a channel isn't shown by some players\nh264 holds 10 bits a channel, "
+         "not 12\n"},
         {"yuv422p12le -c:v ffv1 i.mkv", "o.mp4", "", 0, "hevc|yuv422p12le"},
         {"yuv422p10le -c:v prores_ks i.mov", "o.mov", "", 0, "prores|yuv422p10le"},
         {"yuv422p10le -c:v prores_ks i.mov", "o.mkv", "ffv1", 0, "ffv1|yuv422p10le"},
