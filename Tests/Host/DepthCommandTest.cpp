@@ -76,6 +76,8 @@ TEST_F(DepthCommandTest, TheOutputIsAsDeepAsItCanAndAnythingLostIsSaid) {
         {"deep.png o.png --renderer gl", "rgb24", has16 + "the renderer keeps 8 bits a channel"},
         {"deep.exr o.jpg --renderer gl", "yuvj444p",
          "the input has floats; the renderer keeps 8 bits a channel" + cutOff},
+        {"sheet deep.exr o.png", "rgb24",
+         "the input has floats; a sheet keeps 8 bits a channel" + cutOff},
     };
     for (const Row& row : rows) {
         const Result result = run("$PROGRAM " + row.files + " --shift-distance 3");

@@ -274,6 +274,10 @@ void makeSheet(Host::HostedEffect& effect, const std::vector<ParameterOption>& o
     for (const std::string& warning : warnings) {
         progress.warn(warning);
     }
+    if (frame.picture.depth.isDeep()) {
+        progress.warn("the input has " + Host::textOf(frame.picture.depth) +
+                      "; a sheet keeps 8 bits a channel" + Host::cutOff(frame.picture.depth, {}));
+    }
     if (!canShow(text.title)) {
         progress.warn("no font that is installed has all letters of the title '" + text.title +
                       "'");
