@@ -3,6 +3,7 @@
 #include "Host/Library/AssociatedAlpha.h"
 #include "Host/Media/PixelConversion.h"
 #include "Host/Media/PixelFormats.h"
+#include "Host/Media/StillsModuleLoader.h"
 
 extern "C" {
 #include <libavutil/pixdesc.h>
@@ -28,6 +29,15 @@ void FrameLosses::of(const Picture& picture, const StraightWorld& straight) {
     }
     if (carriesAlpha(mFormat) && straight.losesLight()) {
         warn(Kind::Light, bareLightLoss);
+    }
+    if (!picture.colorProfile.empty()) {
+        warn(Kind::Profile, "a video has no place for the colour profile");
+    }
+    if (picture.extras != nullptr && mTold.count(Kind::Metadata) == 0) {
+        for (const std::string& loss : stills().lossesIn(*picture.extras, "a video")) {
+            mTold.insert(Kind::Metadata);
+            mOutput.warn(loss);
+        }
     }
 }
 

@@ -20,7 +20,7 @@ public:
     void of(const Picture& picture, const StraightWorld& straight);
 
 private:
-    enum class Kind { Depth, Alpha, Light };
+    enum class Kind { Depth, Alpha, Light, Profile, Metadata };
 
     void warn(Kind kind, const std::string& text);
 
