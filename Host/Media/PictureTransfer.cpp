@@ -71,7 +71,9 @@ PictureTransfer transferOf(const Picture& picture, ClipKind kind) {
     }
     const AVFrame* source = picture.source.get();
     if (source != nullptr && source->color_trc != AVCOL_TRC_UNSPECIFIED) {
-        const std::string tag = "it is tagged '" + nameOf(source->color_trc) + "'";
+        const std::string tag = source->color_trc == AVCOL_TRC_RESERVED0
+                                    ? "its file names one without a tag"
+                                    : "it is tagged '" + nameOf(source->color_trc) + "'";
         return {transferOfTag(source->color_trc), tag};
     }
     if (kind == ClipKind::Video) {

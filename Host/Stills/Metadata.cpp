@@ -1,5 +1,6 @@
 #include "Host/Stills/StillExtras.h"
 
+#include "Host/Library/Primaries.h"
 #include "Host/Library/Text.h"
 
 #include <algorithm>
@@ -19,6 +20,18 @@ std::int64_t bytesOf(const OIIO::ParamValue& value) {
         return bytes;
     }
     return bytes + static_cast<std::int64_t>(value.datasize());
+}
+
+// What the file says of its primaries, if it does.
+int primariesOf(const ImageSpec& spec, int usual) {
+    Chromaticities points{};
+    const TypeDesc type(TypeDesc::FLOAT, static_cast<int>(points.size()));
+    const OIIO::ParamValue* said = spec.find_attribute("chromaticities", type);
+    if (said == nullptr) {
+        return usual;
+    }
+    std::memcpy(points.data(), said->data(), sizeof points);
+    return primariesNumber(points);
 }
 
 } // namespace
@@ -57,20 +70,20 @@ std::vector<std::uint8_t> profileOf(const ImageSpec& spec) {
 
 std::pair<int, int> colourCodes(const ImageSpec& spec) {
     constexpr int bt709 = 1;
-    constexpr int unknown = 2;
     constexpr int linear = 8;
     constexpr int srgb = 13;
     const std::string space = spec.get_string_attribute("oiio:ColorSpace");
     if (equalIgnoringCase(space, "sRGB")) {
-        return {bt709, srgb};
+        return {primariesOf(spec, bt709), srgb};
     }
     if (equalIgnoringCase(space, "linear")) {
-        return {unknown, linear};
+        return {primariesOf(spec, unknownColours), linear};
     }
     if (equalIgnoringCase(space, "Rec709")) {
-        return {bt709, bt709};
+        return {primariesOf(spec, bt709), bt709};
     }
-    return {unknown, unknown};
+    const bool isOther = equalIgnoringCase(space, "KodakLog");
+    return {primariesOf(spec, unknownColours), isOther ? otherColours : unknownColours};
 }
 
 } // namespace Vexorel::PrismDrift::Host

@@ -28,7 +28,7 @@ struct Still {
     bool hasAlpha = false; ///< in the file
     std::vector<std::uint8_t> colorProfile = {};
     /// The colours' primaries and their curve by the numbers of ITU-T H.273; 2 where nothing is
-    /// known.
+    /// known, 0 for others than those that have a number.
     int primaries = 2, transfer = 2;
     float pixelAspect = 1; ///< a pixel's width by its height
     int orientation = 1;   ///< of the file, by EXIF's numbers

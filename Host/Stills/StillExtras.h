@@ -48,7 +48,8 @@ void addUnwritten(const StillExtras& extras, const StillFormat& format, const Im
 /// Adds to a PNG's bytes what OpenImageIO doesn't write into one: EXIF and XMP.
 void addPngMetadata(const StillPicture& picture, std::vector<std::uint8_t>& png);
 
-/// The colours' primaries and curve by the numbers of H.273, 2 where they aren't known.
+/// The colours' primaries and curve by the numbers of H.273, 2 where they aren't known, and 0 where
+/// they are others than those that have a number.
 std::pair<int, int> colourCodes(const ImageSpec& spec);
 
 } // namespace Vexorel::PrismDrift::Host
