@@ -1,12 +1,16 @@
-// The curves of ICC profiles.
+// The curves and the primaries of ICC profiles.
 
 #include "Host/Library/Number.h"
+#include "Host/Library/Primaries.h"
+#include "Host/Media/PictureColours.h"
 #include "Host/Media/PictureTransfer.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <lcms2.h>
 #include <memory>
+#include <optional>
 
 namespace Vexorel::PrismDrift::Host {
 namespace {
@@ -44,6 +48,47 @@ bool follows(const cmsToneCurve& curve, Transfer transfer) {
     return true;
 }
 
+using Colorants = std::array<cmsCIEXYZ, 3>;
+
+// Red, green and blue at their brightest; nothing where the profile doesn't say them.
+std::optional<Colorants> colorantsOf(void* profile) {
+    Colorants colorants{};
+    constexpr std::array tags{cmsSigRedColorantTag, cmsSigGreenColorantTag, cmsSigBlueColorantTag};
+    for (std::size_t i = 0; i < colorants.size(); ++i) {
+        const auto* colorant = static_cast<const cmsCIEXYZ*>(cmsReadTag(profile, tags[i]));
+        if (colorant == nullptr) {
+            return std::nullopt;
+        }
+        colorants[i] = *colorant;
+    }
+    return colorants;
+}
+
+// Those of a profile for such primaries, which is adapted to the white of profiles as all are.
+std::optional<Colorants> colorantsOf(const Chromaticities& points) {
+    const auto point = [&](std::size_t i) {
+        return cmsCIExyY{static_cast<double>(points[2 * i]), static_cast<double>(points[2 * i + 1]),
+                         1.0};
+    };
+    const cmsCIExyY white = point(3);
+    const cmsCIExyYTRIPLE primaries{point(0), point(1), point(2)};
+    const std::unique_ptr<cmsToneCurve, void (*)(cmsToneCurve*)> curve(cmsBuildGamma(nullptr, 1.0),
+                                                                       &cmsFreeToneCurve);
+    std::array<cmsToneCurve*, 3> curves{curve.get(), curve.get(), curve.get()};
+    const Profile profile(cmsCreateRGBProfile(&white, &primaries, curves.data()));
+    return profile != nullptr ? colorantsOf(profile.get()) : std::nullopt;
+}
+
+bool areNear(const Colorants& one, const Colorants& other) {
+    constexpr double tolerance = 0.0015;
+    return std::equal(one.begin(), one.end(), other.begin(),
+                      [](const cmsCIEXYZ& left, const cmsCIEXYZ& right) {
+                          return std::abs(left.X - right.X) <= tolerance &&
+                                 std::abs(left.Y - right.Y) <= tolerance &&
+                                 std::abs(left.Z - right.Z) <= tolerance;
+                      });
+}
+
 std::string shapeOf(const cmsToneCurve& curve) {
     constexpr double precision = 0.02;
     const double gamma = cmsEstimateGamma(&curve, precision);
@@ -79,6 +124,22 @@ PictureTransfer transferOfProfile(const std::vector<std::uint8_t>& bytes) {
         }
     }
     return {{}, name + " " + shapeOf(*curves[1])};
+}
+
+AVColorPrimaries primariesOfProfile(const std::vector<std::uint8_t>& bytes) {
+    const Profile profile(
+        cmsOpenProfileFromMem(bytes.data(), static_cast<cmsUInt32Number>(bytes.size())));
+    const auto colorants = profile != nullptr ? colorantsOf(profile.get()) : std::nullopt;
+    if (!colorants) {
+        return AVCOL_PRI_RESERVED0;
+    }
+    for (const NumberedPrimaries& known : numberedPrimaries) {
+        const auto others = colorantsOf(known.points);
+        if (others && areNear(*colorants, *others)) {
+            return static_cast<AVColorPrimaries>(known.number);
+        }
+    }
+    return AVCOL_PRI_RESERVED0;
 }
 
 } // namespace Vexorel::PrismDrift::Host

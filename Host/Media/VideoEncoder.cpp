@@ -3,6 +3,7 @@
 #include "Host/Library/AssociatedAlpha.h"
 #include "Host/Media/ClipError.h"
 #include "Host/Media/HdrMetadata.h"
+#include "Host/Media/PictureColours.h"
 #include "Host/Media/PixelFormats.h"
 #include "Host/Media/PixelLayout.h"
 #include "Host/Media/StoredLayout.h"
@@ -97,14 +98,15 @@ bool isYuvFrame(const AVFrame& frame) {
 // The colours of the source, and BT.709's where RGB becomes YUV, or BT.2020's where deep RGB is
 // said to be that. A container without a field for
 // the matrix gets BT.601's, which readers assume.
-void setColours(AVCodecContext& encoder, const AVFrame& source, bool saysColours) {
+void setColours(AVCodecContext& encoder, const AVFrame& source, const ColourTags& tags,
+                bool saysColours) {
     const AVPixFmtDescriptor* to = av_pix_fmt_desc_get(encoder.pix_fmt);
     const AVPixFmtDescriptor* from = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(source.format));
     const bool toYuv = (to->flags & AV_PIX_FMT_FLAG_RGB) == 0 && to->nb_components >= 3;
     const bool fromYuv =
         from != nullptr && (from->flags & AV_PIX_FMT_FLAG_RGB) == 0 && from->nb_components >= 3;
-    encoder.color_primaries = source.color_primaries;
-    encoder.color_trc = source.color_trc;
+    encoder.color_primaries = tags.primaries;
+    encoder.color_trc = tags.transfer;
     if (!toYuv) {
         return;
     }
@@ -119,26 +121,40 @@ void setColours(AVCodecContext& encoder, const AVFrame& source, bool saysColours
     if (!saysColours) {
         return;
     }
-    const bool isWide =
-        depthOf(encoder.pix_fmt).isDeep() && source.color_primaries == AVCOL_PRI_BT2020;
+    const bool isWide = depthOf(encoder.pix_fmt).isDeep() && tags.primaries == AVCOL_PRI_BT2020;
     encoder.colorspace = isWide ? AVCOL_SPC_BT2020_NCL : AVCOL_SPC_BT709;
-    if (source.color_primaries == AVCOL_PRI_UNSPECIFIED) {
+    if (tags.primaries == AVCOL_PRI_UNSPECIFIED) {
         encoder.color_primaries = AVCOL_PRI_BT709;
     }
-    if (source.color_trc == AVCOL_TRC_UNSPECIFIED) {
+    if (tags.transfer == AVCOL_TRC_UNSPECIFIED) {
         encoder.color_trc = AVCOL_TRC_BT709;
     }
 }
 
-// Pictures that are shown wrongly without what the container has no place for.
-void warnOfLostTags(const EncoderSettings& settings, const AVFrame& source,
+// What is known to have no tag gets none.
+void leaveUntagged(AVCodecContext& encoder) {
+    if (encoder.color_primaries == AVCOL_PRI_RESERVED0) {
+        encoder.color_primaries = AVCOL_PRI_UNSPECIFIED;
+    }
+    if (encoder.color_trc == AVCOL_TRC_RESERVED0) {
+        encoder.color_trc = AVCOL_TRC_UNSPECIFIED;
+    }
+}
+
+// Pictures that are shown wrongly without what the container has no place for, or no file a tag.
+void warnOfLostTags(const EncoderSettings& settings, const ColourTags& tags,
                     const HdrMetadata& hdr) {
-    const bool isHdr = source.color_trc == AVCOL_TRC_SMPTE2084 ||
-                       source.color_trc == AVCOL_TRC_ARIB_STD_B67 ||
-                       source.color_primaries == AVCOL_PRI_BT2020 || !hdr.isEmpty();
-    if (isHdr) {
-        settings.output.warn(std::string(".") + settings.container.ending +
-                             " has no place for what HDR pictures say of their colours");
+    const std::string noPlace = std::string(".") + settings.container.ending + " has no place for ";
+    const bool isHdr = tags.transfer == AVCOL_TRC_SMPTE2084 ||
+                       tags.transfer == AVCOL_TRC_ARIB_STD_B67 ||
+                       tags.primaries == AVCOL_PRI_BT2020 || !hdr.isEmpty();
+    const std::string needed = neededTags(tags);
+    if (!settings.container.saysHdr && isHdr) {
+        settings.output.warn(noPlace + "what HDR pictures say of their colours");
+    } else if (!settings.container.saysColours && !needed.empty()) {
+        settings.output.warn(noPlace + needed);
+    } else if (const std::string untagged = coloursWithoutTag(tags); !untagged.empty()) {
+        settings.output.warn("video has no tag for " + untagged);
     }
 }
 
@@ -159,16 +175,16 @@ FFmpegPtr<AVCodecContext> openContext(const EncoderSettings& settings, const Enc
     if (settings.hasGlobalHeader) {
         context->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
     }
-    setColours(*context, *source, settings.container.saysColours);
+    const ColourTags tags = colourTagsOf(first.picture);
+    setColours(*context, *source, tags, settings.container.saysColours);
+    leaveUntagged(*context);
     if (isYuv(format) && (!codec.saysRange || !settings.container.saysRange)) {
         context->color_range = AVCOL_RANGE_MPEG;
     }
     context->chroma_sample_location = writtenChroma(codec, settings.container, format,
                                                     context->color_range, layoutOf(*source).chroma);
     const HdrMetadata hdr = HdrMetadata::of(source.get());
-    if (!settings.container.saysHdr) {
-        warnOfLostTags(settings, *source, hdr);
-    }
+    warnOfLostTags(settings, tags, hdr);
     if (hasDynamicHdr(*source)) {
         settings.output.warn("HDR metadata of each frame (HDR10+, Dolby Vision) are lost");
     }

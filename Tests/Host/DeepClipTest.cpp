@@ -105,6 +105,7 @@ TEST_F(DeepClipTest, TheCodecAndThePixelFormatKeepTheDepth) {
         {"rgb48be -c:v png i.mkv", "o.mov", "qtrle", 0, "qtrle|rgb24",
          "qtrle holds 8 bits a channel, not 16\n"},
         {"gbrapf32le i.exr", "o.nut", "", 0, "rawvideo|rgba64le",
+         ".nut has no place for the transfer linear\n"
          "rawvideo holds 16 bits a channel, not floats: what lies beyond 0 to 1 is cut off\n"},
         {"gbrpf32le i.exr", "o.mkv", "ffv1", 0, "ffv1|gbrp16le",
          "ffv1 holds 16 bits a channel, not floats: what lies beyond 0 to 1 is cut off\n"},

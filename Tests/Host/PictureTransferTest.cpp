@@ -1,7 +1,7 @@
 // How pictures stand for light: by their profiles, their tags, and by what they are.
 
 #include "Host/Media/PictureTransfer.h"
-
+#include "Host/Media/PictureColours.h"
 #include "Tests/Host/MediaTest.h"
 
 #include <cmath>
@@ -47,9 +47,11 @@ double hlg(double coded) {
                         : (std::exp((coded - 0.55991073) / 0.17883277) + 0.28466892) / 12;
 }
 
-Bytes profile(const Curve& red, const Curve& green, const Curve& blue, const char* name = nullptr) {
+constexpr cmsCIExyYTRIPLE bt709{{0.64, 0.33, 1}, {0.3, 0.6, 1}, {0.15, 0.06, 1}};
+
+Bytes profile(const Curve& red, const Curve& green, const Curve& blue, const char* name = nullptr,
+              const cmsCIExyYTRIPLE& primaries = bt709) {
     const cmsCIExyY white{0.3127, 0.329, 1};
-    const cmsCIExyYTRIPLE primaries{{0.64, 0.33, 1}, {0.3, 0.6, 1}, {0.15, 0.06, 1}};
     cmsToneCurve* curves[] = {red.get(), green.get(), blue.get()};
     void* made = cmsCreateRGBProfile(&white, &primaries, red ? curves : nullptr);
     if (name != nullptr) {
@@ -190,6 +192,49 @@ TEST_F(PictureTransferTest, GoesByTheGammaOfAPng) {
         const PictureTransfer found = transferOf(readPicture(path("b.png")), ClipKind::Still);
         EXPECT_EQ(found.transfer, transfer);
         EXPECT_EQ(found.reason, reason);
+    }
+}
+
+TEST_F(PictureTransferTest, AProfileBecomesTagsOrALine) {
+    const Curve pqCurve = table(4096, &pq);
+    const Curve srgbCurve = table(1024, &srgb);
+    const cmsCIExyYTRIPLE p3{{0.68, 0.32, 1}, {0.265, 0.69, 1}, {0.15, 0.06, 1}};
+    const cmsCIExyYTRIPLE bt2020{{0.708, 0.292, 1}, {0.17, 0.797, 1}, {0.131, 0.046, 1}};
+    const cmsCIExyYTRIPLE adobe{{0.64, 0.33, 1}, {0.21, 0.71, 1}, {0.15, 0.06, 1}};
+    const struct {
+        Curve curve;
+        cmsCIExyYTRIPLE primaries;
+        AVColorTransferCharacteristic transfer;
+        AVColorPrimaries tag;
+        const char* losses;
+    } rows[] = {
+        {srgbCurve, bt709, AVCOL_TRC_IEC61966_2_1, AVCOL_PRI_BT709, ""},
+        {srgbCurve, p3, AVCOL_TRC_IEC61966_2_1, AVCOL_PRI_SMPTE432, ""},
+        {pqCurve, bt2020, AVCOL_TRC_SMPTE2084, AVCOL_PRI_BT2020, ""},
+        {gamma(563 / 256.0), adobe, AVCOL_TRC_UNSPECIFIED, AVCOL_PRI_UNSPECIFIED,
+         "video has no tag for the picture's transfer (its colour profile 'Test' has a gamma of "
+         "2.2) and the picture's primaries, which have no name\n"},
+    };
+    for (const auto& [curve, primaries, transfer, tag, losses] : rows) {
+        Picture picture{noise(64, 48, false), {}};
+        picture.colorProfile = profile(curve, curve, curve, "Test", primaries);
+        writePicture(path("i.png"), picture);
+        ClipInput input;
+        input.file = path("i.png");
+        ClipOutput output;
+        output.file = path("o.mkv");
+        std::string warnings;
+        output.warn = [&](const std::string& text) { warnings += text + "\n"; };
+        const auto reader = openClip(input);
+        const auto writer = openClipWriter(output, input, *reader);
+        writer->write(std::move(*reader->next()));
+        writer->finish();
+        EXPECT_EQ(warnings, losses + std::string("a video has no place for the colour profile\n"));
+        input.file = output.file;
+        const auto item = openClip(input)->next();
+        const auto& source = std::get<ClipFrame>(*item).picture.source;
+        EXPECT_EQ(source->color_trc, transfer);
+        EXPECT_EQ(source->color_primaries, tag);
     }
 }
 
