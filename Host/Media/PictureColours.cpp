@@ -71,13 +71,21 @@ std::string nameOf(AVColorPrimaries primaries) {
     return "the primaries " + (name != nullptr ? name : std::to_string(primaries));
 }
 
-// Whether the format's file says it: what OpenImageIO has read of a file goes along.
+// Whether the written file says it: what OpenImageIO has read of a file goes along, such as a
+// TIFF's EXIF, which knows sRGB alone.
 bool isTransferKept(const Picture& picture, const std::string& ending) {
     const AVFrame* source = picture.source.get();
-    const bool isSaid =
-        source != nullptr && (source->color_trc != AVCOL_TRC_UNSPECIFIED || !picture.depth.isFloat);
-    return isSaid && picture.extras != nullptr &&
-           (ending == "png" || (ending == "dpx" && picture.readBy == "OpenImageIO, dpx"));
+    if (source == nullptr || picture.extras == nullptr) {
+        return false;
+    }
+    const AVColorTransferCharacteristic tag = source->color_trc;
+    if (ending == "png") {
+        return tag == AVCOL_TRC_LINEAR ||
+               (tag == AVCOL_TRC_UNSPECIFIED && !picture.depth.isFloat); // a gamma
+    }
+    return (ending == "dpx" && picture.readBy == "OpenImageIO, dpx") ||
+           (ending == "tif" && picture.readBy == "OpenImageIO, tiff" &&
+            tag == AVCOL_TRC_IEC61966_2_1);
 }
 
 std::string joined(const std::string& one, const std::string& other) {
@@ -132,9 +140,9 @@ std::string colourLoss(const Picture& picture, const PictureOutput& output,
     const bool isTiff = ending == "tif" || ending == "tiff";
     const bool isLight = ending == "exr" || ending == "hdr" ||
                          (isTiff && wantedDepth(output.depth, picture).isFloat);
-    const bool isTransferLost = isLight
-                                    ? tags.transfer != AVCOL_TRC_LINEAR
-                                    : !isPlain(tags.transfer) && !isTransferKept(picture, ending);
+    const bool isTransferLost =
+        !(isLight ? tags.transfer == AVCOL_TRC_LINEAR : isPlain(tags.transfer)) &&
+        !isTransferKept(picture, isTiff ? "tif" : ending);
     const bool arePrimariesLost =
         !arePlain(tags.primaries) && !(ending == "exr" && picture.extras != nullptr);
     const std::string lost =

@@ -4,6 +4,7 @@
 #include "Host/Library/ReplaceFile.h"
 #include "Host/Library/Text.h"
 #include "Host/Media/ClipError.h"
+#include "Host/Media/PictureColours.h"
 #include "Host/Media/PixelConversion.h"
 #include "Host/Media/PixelFormats.h"
 #include "Host/Media/StillsModuleLoader.h"
@@ -191,6 +192,17 @@ EncodedPicture encodedByFFmpeg(const Format& format, const Picture& picture,
     return encoded;
 }
 
+EncodedPicture encodedByOpenImageIO(const Format& format, const Picture& picture,
+                                    const PictureOutput& output) {
+    StillFile file = stills().encodedStill({.world = picture.world,
+                                            .depth = picture.depth,
+                                            .isAssociated = picture.isAssociated,
+                                            .colorProfile = picture.colorProfile,
+                                            .extras = picture.extras.get()},
+                                           format.ending, output.depth, output.dithers);
+    return {std::move(file.bytes), std::move(file.losses)};
+}
+
 } // namespace
 
 EncodedPicture encodedPicture(const Picture& picture, const PictureOutput& output) {
@@ -198,16 +210,14 @@ EncodedPicture encodedPicture(const Picture& picture, const PictureOutput& outpu
     if (format == nullptr) {
         throw Error("'" + output.ending + "' is no format of pictures");
     }
-    if (!isStill(*format, picture, output)) {
-        return encodedByFFmpeg(*format, picture, output);
+    EncodedPicture encoded = isStill(*format, picture, output)
+                                 ? encodedByOpenImageIO(*format, picture, output)
+                                 : encodedByFFmpeg(*format, picture, output);
+    if (std::string loss = colourLoss(picture, output, format->ending, format->name);
+        !loss.empty()) {
+        encoded.losses.push_back(std::move(loss));
     }
-    StillFile file = stills().encodedStill({.world = picture.world,
-                                            .depth = picture.depth,
-                                            .isAssociated = picture.isAssociated,
-                                            .colorProfile = picture.colorProfile,
-                                            .extras = picture.extras.get()},
-                                           format->ending, output.depth, output.dithers);
-    return {std::move(file.bytes), std::move(file.losses)};
+    return encoded;
 }
 
 std::string endingOf(const fs::path& file) {

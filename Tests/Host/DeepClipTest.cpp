@@ -215,6 +215,76 @@ TEST_F(DeepClipTest, PicturesOfItKeepTheDepthOrSayWhatIsLost) {
     }
 }
 
+// Each file says of its colours what is true of them, or a line says what it can't say.
+TEST_F(DeepClipTest, ColoursAreTaggedAsWhatTheyAreOrSaidToBeLost) {
+    const auto clip = [](const std::string& transfer, const std::string& primaries) {
+        return "ffmpeg -v error -y -f lavfi -i testsrc2=s=64x48 -frames:v 1 -pix_fmt yuv420p10le "
+               "-c:v ffv1 -color_trc " +
+               transfer + " -color_primaries " + primaries + " i.mkv";
+    };
+    const std::string create = "oiiotool --nosoftwareattrib --create 64x48 3 ";
+    const std::string light = create + "-d half --attrib:type=float[8] chromaticities ";
+    const std::string p3 = light + "0.68,0.32,0.265,0.69,0.15,0.06,0.3127,0.329 -o i.exr";
+    const std::string aces = light + "0.7347,0.2653,0,1,0.0001,-0.077,0.32168,0.33767 -o i.exr";
+    struct Case {
+        std::string made, name, tags; // of video: matrix, transfer, primaries
+        std::vector<const char*> losses = {};
+    };
+    const Case cases[] = {
+        {p3, "o.mp4", "bt709|linear|smpte432"},
+        {p3, "o.y4m", "", {".y4m has no place for the transfer linear and the primaries smpte432"}},
+        {aces, "o.mov", "bt709|linear|unknown", {"video has no tag for the picture's primaries"}},
+        {light + "0.708,0.292,0.17,0.797,0.131,0.046,0.3127,0.329 -o i.exr", "o.mkv",
+         "bt2020nc|linear|bt2020"},
+        {create + "-d half -o i.exr", "o.mkv", "bt709|linear|bt709"},
+        {create + "-d float -o i.tif", "o.mkv", "bt709|linear|bt709"},
+        {create + "-d uint8 --attrib Artist Me -o i.tif",
+         "o.mkv",
+         "bt709|bt709|bt709",
+         {"a video is written without texts"}},
+        {p3, "o.exr", ""},
+        {p3, "o.png", "", {"PNG has no place for the primaries smpte432\n"}},
+        {p3, "o.webp", "", {"WebP has no place for the transfer linear and the primaries"}},
+        {create + "-d half -o i.exr", "o.png", ""},
+        {create + "-d half -o i.exr", "o.tif", ""},
+        {clip("smpte2084", "bt2020"),
+         "o.png",
+         "",
+         {"PNG has no place for the transfer PQ (smpte2084) and the primaries bt2020\n"}},
+        {clip("arib-std-b67", "unknown"), "o.dpx", "", {"DPX has no place for the transfer HLG"}},
+        {clip("bt709", "bt709"), "o.png", ""},
+        {clip("bt709", "smpte170m"), "o.tif", "", {"the primaries smpte170m\n"}},
+        {clip("smpte2084", "bt2020"),
+         "o.exr",
+         "",
+         {"(smpte2084) and the primaries bt2020: readers take its values for light\n"}},
+        {clip("unknown", "unknown"),
+         "o.exr",
+         "",
+         {"OpenEXR has no place for a transfer: readers take"}},
+    };
+    for (const auto& [made, name, tags, losses] : cases) {
+        SCOPED_TRACE(made + " " + name);
+        shell(made);
+        std::istringstream lines(copy(made.substr(made.rfind(' ') + 1), name));
+        std::string warnings;
+        for (std::string line; std::getline(lines, line);) {
+            const bool isOther = line.find(" holds ") != std::string::npos ||
+                                 line.find("ImageHistory") != std::string::npos ||
+                                 (losses.empty() && line.find("texts") != std::string::npos);
+            warnings += isOther ? "" : line + "\n";
+        }
+        for (const char* loss : losses) {
+            EXPECT_THAT(warnings, HasSubstr(loss));
+        }
+        EXPECT_TRUE(!losses.empty() || warnings.empty()) << warnings;
+        EXPECT_TRUE(tags.empty() ||
+                    shell("ffprobe -v error -show_entries stream=color_space,color_transfer,"
+                          "color_primaries -of csv=p=0:s='|' " +
+                          name) == tags + "\n");
+    }
+}
+
 // A compositor's clip is divided by its alpha on its way into a codec that keeps it apart.
 TEST_F(DeepClipTest, AssociatedColoursAreDividedForCodecs) {
     makeNoise("rgba64le", "-c:v png i.mkv");

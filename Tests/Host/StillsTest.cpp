@@ -234,11 +234,15 @@ TEST_F(StillsTest, WhatIsLeftOutIsNamed) {
         {"light.exr", "out.png", {"PNG holds 16 bits a channel, not floats", light}},
         {"light.exr",
          "out.pam",
-         {"PAM holds 16 bits a channel, not floats", light, "EXIF", "texts"}},
+         {"PAM holds 16 bits a channel, not floats", light, "EXIF", "texts",
+          "the transfer linear"}},
         {"light.exr", "out.tif", {}},
         {"light.exr", "out.exr", {}},
         {"levels.exr", "out.exr", {"the smaller sizes of its texture are left out"}},
-        {"deep.png", "out.hdr", {"Radiance HDR holds 8 bits a channel with one exponent for all"}},
+        {"deep.png",
+         "out.hdr",
+         {"Radiance HDR holds 8 bits a channel with one exponent for all",
+          "Radiance HDR has no place for a transfer: readers take its values for light"}},
     };
     std::vector<std::string> lines;
     ReadLimits limits;

@@ -282,7 +282,7 @@ void makeSheet(Host::HostedEffect& effect, const std::vector<ParameterOption>& o
         progress.warn("no font that is installed has all letters of the title '" + text.title +
                       "'");
     }
-    Host::Picture sheet{layout.emptySheet(), frame.picture.colorProfile};
+    Host::Picture sheet{layout.emptySheet(), frame.picture.colorProfile, frame.picture.source};
     PictureDrawing drawing(*renderer, {common.downsample, common.linear},
                            [&](const std::string& loss) { progress.warn(loss); });
     drawCells(drawing, frame, cells, layout, sheet.world, progress);
