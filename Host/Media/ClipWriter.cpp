@@ -6,7 +6,7 @@
 #include "Host/Media/SequencePattern.h"
 #include "Host/Media/VideoWriter.h"
 
-#include <algorithm>
+#include <set>
 #include <system_error>
 #include <utility>
 
@@ -142,6 +142,26 @@ private:
     std::optional<Picture> mPicture;
 };
 
+// Warns of what each picture loses, once of each kind.
+class PictureLosses {
+public:
+    explicit PictureLosses(const ClipOutput& output) : mOutput(output) {}
+
+    // The lines begin with `name`, which the same line about another picture doesn't.
+    void tell(const std::vector<std::string>& losses, const std::string& name,
+              const std::string& end) {
+        for (const std::string& loss : losses) {
+            if (mTold.insert(loss.substr(name.size())).second) {
+                mOutput.warn(loss + end);
+            }
+        }
+    }
+
+private:
+    const ClipOutput& mOutput;
+    std::set<std::string> mTold;
+};
+
 // A picture in a file for each frame.
 class SequenceWriter : public ClipWriter {
 public:
@@ -153,27 +173,18 @@ public:
         if (frame == nullptr) {
             return;
         }
-        warnOnce(writePicture(mPattern.file(frame->number), frame->picture,
-                              pictureOutput(mOutput, mEnding)));
+        const std::filesystem::path file = mPattern.file(frame->number);
+        mLosses.tell(writePicture(file, frame->picture, pictureOutput(mOutput, mEnding)),
+                     nameOf(file), ", and so on");
     }
 
     void finish() override {}
 
 private:
-    // What is lost of the first picture that loses something is mostly lost of all.
-    void warnOnce(const std::vector<std::string>& losses) {
-        if (losses.empty() || std::exchange(mHasWarned, true)) {
-            return;
-        }
-        for (const std::string& loss : losses) {
-            mOutput.warn(loss + ", and so on");
-        }
-    }
-
     ClipOutput mOutput;
     SequencePattern mPattern;
     std::string mEnding;
-    bool mHasWarned = false;
+    PictureLosses mLosses{mOutput};
 };
 
 // Pictures one after the other into a pipe.
@@ -194,9 +205,7 @@ public:
         } catch (const Error&) {
             rethrowWithPrefix(cannotWrite(mOutput.file));
         }
-        if (!encoded.losses.empty() && !std::exchange(mHasWarned, true)) {
-            std::for_each(encoded.losses.begin(), encoded.losses.end(), mOutput.warn);
-        }
+        mLosses.tell(encoded.losses, "", "");
     }
 
     void finish() override {}
@@ -211,7 +220,7 @@ private:
 
     ClipOutput mOutput;
     std::string mEnding;
-    bool mHasWarned = false;
+    PictureLosses mLosses{mOutput};
 };
 
 } // namespace

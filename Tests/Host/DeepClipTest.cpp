@@ -215,6 +215,17 @@ TEST_F(DeepClipTest, PicturesOfItKeepTheDepthOrSayWhatIsLost) {
     }
 }
 
+// A later picture of a sequence may lose what the first one hasn't.
+TEST_F(DeepClipTest, EachLossOfASequenceIsSaidOnce) {
+    makeNoise("rgb48be", "i.1.png");
+    makeNoise("rgb48be", "i.2.png");
+    makeNoise("rgba", "i.3.png");
+    EXPECT_THAT(
+        copy("i.%d.png", "o.%d.jpg"),
+        testing::MatchesRegex("'[^\n]*o.1.jpg': JPEG holds 8 bits a channel, not 16, and so "
+                              "on\n'[^\n]*o.3.jpg': JPEG has no transparency[^\n]*\n"));
+}
+
 // Each file says of its colours what is true of them, or a line says what it can't say.
 TEST_F(DeepClipTest, ColoursAreTaggedAsWhatTheyAreOrSaidToBeLost) {
     const auto clip = [](const std::string& transfer, const std::string& primaries) {
@@ -264,7 +275,7 @@ TEST_F(DeepClipTest, ColoursAreTaggedAsWhatTheyAreOrSaidToBeLost) {
          {"OpenEXR has no place for a transfer: readers take"}},
     };
     for (const auto& [made, name, tags, losses] : cases) {
-        SCOPED_TRACE(made + " " + name);
+        SCOPED_TRACE(testing::Message() << made << " " << name);
         shell(made);
         std::istringstream lines(copy(made.substr(made.rfind(' ') + 1), name));
         std::string warnings;
