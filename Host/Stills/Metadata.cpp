@@ -82,7 +82,10 @@ std::pair<int, int> colourCodes(const ImageSpec& spec) {
     if (equalIgnoringCase(space, "Rec709")) {
         return {primariesOf(spec, bt709), bt709};
     }
-    const bool isOther = equalIgnoringCase(space, "KodakLog");
+    // A film scan's densities.
+    const bool isOther =
+        equalIgnoringCase(space, "KodakLog") ||
+        equalIgnoringCase(spec.get_string_attribute("dpx:Transfer"), "Printing density");
     return {primariesOf(spec, unknownColours), isOther ? otherColours : unknownColours};
 }
 
