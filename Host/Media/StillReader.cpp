@@ -3,7 +3,6 @@
 #include "Host/Library/Orientation.h"
 #include "Host/Media/ClipError.h"
 #include "Host/Media/FFmpeg.h"
-#include "Host/Media/HeifDepth.h"
 #include "Host/Media/PictureData.h"
 #include "Host/Media/PixelFormats.h"
 #include "Host/Media/PngChunks.h"
@@ -108,9 +107,6 @@ public:
     ~StillCall() = default;
 
     Still read(bool hasPixels) {
-        if (const int bits = mRequest.format == "heif" ? heifBits(mRequest.file) : 8; bits > 8) {
-            mRequest.warn(std::to_string(bits) + " bits a channel are read as 8");
-        }
         mRequest.hasPixels = hasPixels;
         return stills().readStill(mRequest);
     }

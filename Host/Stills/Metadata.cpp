@@ -2,6 +2,7 @@
 
 #include "Host/Library/Primaries.h"
 #include "Host/Library/Text.h"
+#include "Host/Stills/HeifPart.h"
 
 #include <algorithm>
 #include <cstring>
@@ -72,6 +73,9 @@ std::pair<int, int> colourCodes(const ImageSpec& spec) {
     constexpr int bt709 = 1;
     constexpr int linear = 8;
     constexpr int srgb = 13;
+    if (spec.find_attribute(heifTransfer) != nullptr) {
+        return {spec.get_int_attribute(heifPrimaries), spec.get_int_attribute(heifTransfer)};
+    }
     const std::string space = spec.get_string_attribute("oiio:ColorSpace");
     if (equalIgnoringCase(space, "sRGB")) {
         return {primariesOf(spec, bt709), srgb};

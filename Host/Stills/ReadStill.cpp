@@ -1,6 +1,7 @@
 #include "Host/Stills/ReadStill.h"
 
 #include "Host/Library/Error.h"
+#include "Host/Stills/HeifPart.h"
 #include "Host/Stills/StillExtras.h"
 
 #include <OpenImageIO/filesystem.h>
@@ -159,7 +160,15 @@ void checkData(const StillRequest& request, const ImageSpec& spec, std::int64_t 
     }
 }
 
-StoredPart readPart(ImageInput& input, int index, const ImageSpec& spec) {
+StoredPart readPart(ImageInput& input, int index, const ImageSpec& spec,
+                    const StillRequest& request) {
+    if (request.format == "heif") {
+        StoredPart part = heifPart(request.file.string(), spec);
+        if (limitMetadata(part.spec, request.metadata)) { // such as its profile
+            request.warnOfMetadata();
+        }
+        return part;
+    }
     StoredPart part{spec, StoredBytes(static_cast<std::size_t>(bytesOf(spec)))};
     if (!input.read_image(index, 0, 0, spec.nchannels, OIIO::TypeUnknown, part.pixels.data()) ||
         input.has_error()) {
@@ -274,7 +283,7 @@ Still readStill(const StillRequest& request) {
     const int orientation = specs.front().get_int_attribute("Orientation", 1);
     for (std::size_t i = 0; i < specs.size(); ++i) {
         extras->parts.push_back(request.hasPixels
-                                    ? readPart(file.input(), static_cast<int>(i), specs[i])
+                                    ? readPart(file.input(), static_cast<int>(i), specs[i], request)
                                     : StoredPart{specs[i], {}});
         turn(extras->parts.back());
     }

@@ -2,7 +2,6 @@
 
 #include "Host/Media/StillHeader.h"
 #include "Host/Library/Error.h"
-#include "Host/Media/HeifDepth.h"
 #include "Tests/Host/MediaTest.h"
 
 using namespace Vexorel::PrismDrift::Host;
@@ -134,29 +133,6 @@ TEST_F(StillHeaderTest, OfDpxAndCineonNameWhatTheFileHas) {
             expectVerdict(format, bytes, reason);
         }
     }
-}
-
-TEST_F(StillHeaderTest, OfHeifTellsTheDepth) {
-    const auto boxed = [](const std::string& type, const std::string& bytes) {
-        return number(bytes.size() + 8, 4, true) + type + bytes;
-    };
-    const auto bits = [&](const std::string& properties) {
-        std::ofstream(path("still"), std::ios::binary)
-            << boxed("ftyp", "heic") + boxed("meta", std::string(4, '\0') + boxed("hdlr", "pict") +
-                                                         boxed("iprp", boxed("ipco", properties)));
-        return heifBits(path("still"));
-    };
-    const std::string hevc10 = boxed("hvcC", std::string(17, '\0') + "\xFA" + std::string(5, '\0'));
-    const std::string large = number(1, 4, true) + "pixi" + number(16 + 8, 8, true) +
-                              std::string(4, '\0') + "\3\x0C\x0C\x0C";
-    EXPECT_EQ(bits(boxed("ispe", "size") + hevc10), 10);
-    EXPECT_EQ(bits(boxed("av1C", "\x81\4\x4C"s)), 10);
-    EXPECT_EQ(bits(boxed("av1C", "\x81\4\x6C"s)), 12);
-    EXPECT_EQ(bits(boxed("av1C", "\x81\4\x2C"s)), 8);
-    EXPECT_EQ(bits(large), 12);
-    EXPECT_EQ(bits(number(0, 4, true) + hevc10.substr(4)), 10); // to the end
-    EXPECT_EQ(bits(number(1U << 30, 4, true) + hevc10.substr(4)), 8);
-    EXPECT_EQ(bits(boxed("hvcC", "cut")), 8);
 }
 
 } // namespace

@@ -133,6 +133,22 @@ TEST_F(StillsTest, EachKindOfFileIsReadAsItIs) {
     }
 }
 
+TEST_F(StillsTest, DeepHeifKeepsItsBitsAndItsColours) {
+    shell("heif-enc -b 10 deep.png -o a.heic; heif-convert a.heic a.png");
+    const Picture picture = readPicture(path("a.heic"), {}, stored);
+    EXPECT_EQ(textOf(picture.depth), "10 bits a channel");
+    EXPECT_LE(greatest(values(picture.world), values(readPicture(path("a.png"), {}, stored).world)),
+              1.0 / 1023);
+    std::ostringstream text;
+    text << std::ifstream(path("a.heic"), std::ios::binary).rdbuf();
+    std::string bytes = text.str();
+    for (std::size_t at = 0; (at = bytes.find("ispe", at)) != std::string::npos; ++at) {
+        bytes[at + 11] = 99; // another width than the one that is coded
+    }
+    std::ofstream(path("lies.heic"), std::ios::binary) << bytes;
+    EXPECT_THAT(errorOf([&] { readPicture(path("lies.heic")); }), HasSubstr("it is damaged"));
+}
+
 TEST_F(StillsTest, EveryOrientationIsTurnedUpright) {
     for (int i = 1; i <= 8; ++i) {
         const std::string number = std::to_string(i);
