@@ -2,6 +2,7 @@
 
 #include "Host/OpenFX/HostParameters.h"
 #include "Host/OpenFX/Rendering.h"
+#include "Host/Presentation/Presentation.h"
 
 namespace Vexorel::PrismDrift::Host {
 
@@ -9,11 +10,12 @@ void describe(const Suites& suites, OfxImageEffectHandle effect) {
     OfxPropertySetHandle set = nullptr;
     require(suites.effects->getPropertySet(effect, &set), "gives no properties of the effect");
     const Properties properties(suites, set, "the effect");
-    properties.set(kOfxPropLabel, "Prism Drift");
-    properties.offer(kOfxImageEffectPluginPropGrouping, "Vexorel");
-    properties.offer(kOfxPropPluginDescription,
-                     "Moves the red, green and blue channels apart, each with a scale and a "
-                     "lightness of its own. What leaves the frame comes in on the other side.");
+    properties.set(kOfxPropLabel, effectName);
+    properties.offer(kOfxImageEffectPluginPropGrouping, effectAuthor);
+    properties.offer(
+        kOfxPropPluginDescription,
+        (std::string(effectSummary) + ". What leaves the frame comes in on the other side.")
+            .c_str());
     properties.set(kOfxImageEffectPropSupportedContexts, kOfxImageEffectContextFilter, 0);
     properties.set(kOfxImageEffectPropSupportedContexts, kOfxImageEffectContextGeneral, 1);
     properties.set(kOfxImageEffectPropSupportedPixelDepths, kOfxBitDepthByte, 0);

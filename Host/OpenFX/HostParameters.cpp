@@ -1,69 +1,12 @@
 #include "Host/OpenFX/HostParameters.h"
 
-#include "Host/Library/Error.h"
-#include "Host/Library/PublishedParameters.h"
-#include "PrismDrift/Sources/Parameters.h"
+#include "Host/Presentation/Presentation.h"
 
 #include <algorithm>
 #include <cmath>
 
 namespace Vexorel::PrismDrift::Host {
 namespace {
-
-// What projects store the values under: never to be changed.
-const char* identifierOf(const Parameter& parameter) {
-    switch (parameter.id) {
-    case kChannelOrder:
-        return "channelOrder";
-    case kShiftAngle:
-        return "shiftAngle";
-    case kShiftDistance:
-        return "shiftDistance";
-    case kScaleGroup:
-        return "channelScale";
-    case kScaleR:
-        return "scaleR";
-    case kScaleG:
-        return "scaleG";
-    case kScaleB:
-        return "scaleB";
-    case kLightnessGroup:
-        return "channelLightness";
-    case kLightnessR:
-        return "lightnessR";
-    case kLightnessG:
-        return "lightnessG";
-    case kLightnessB:
-        return "lightnessB";
-    default:
-        throw Error("the parameter " + parameter.fullName() + " has no identifier for hosts");
-    }
-}
-
-std::string hintOf(const Parameter& parameter) {
-    switch (parameter.id) {
-    case kChannelOrder:
-        return "The first channel moves against the shift, the second stays, the third moves along";
-    case kShiftAngle:
-        return "The direction of the shift in degrees: 0 points to the right, 90 down";
-    case kShiftDistance:
-        return "How far the channels move, in pixels of the full resolution";
-    default:
-        return parameter.group + " in percent: " + parameter.takes();
-    }
-}
-
-// The part of the effect that publishes, and nothing that draws.
-PF_Err publish(PF_Cmd /*command*/, PF_InData* in, PF_OutData* out, PF_ParamDef** /*parameters*/,
-               PF_LayerDef* /*output*/, void* /*extra*/) {
-    return publishParameters(in, out);
-}
-
-// Never destroyed, since the host's threads may outlive static objects.
-const std::shared_ptr<const std::vector<Parameter>>& parameters() {
-    static const auto& published = *new auto(publishedParameters(&publish, nullptr));
-    return published;
-}
 
 const char* typeOf(const Parameter& parameter) {
     switch (parameter.kind) {
@@ -159,7 +102,7 @@ double valueOf(const Suites& suites, OfxParamSetHandle set, const Parameter& par
 void defineControls(const Suites& suites, OfxImageEffectHandle effect) {
     OfxParamSetHandle set = controlsOf(suites, effect);
     const char* group = nullptr;
-    for (const Parameter& parameter : *parameters()) {
+    for (const Parameter& parameter : *effectParameters()) {
         if (parameter.kind == ParameterKind::GroupEnd) {
             group = nullptr;
             continue;
@@ -172,9 +115,9 @@ void defineControls(const Suites& suites, OfxImageEffectHandle effect) {
 }
 
 ParameterValues controlValues(const Suites& suites, OfxImageEffectHandle instance, OfxTime time) {
-    ParameterValues values(parameters());
+    ParameterValues values(effectParameters());
     OfxParamSetHandle set = controlsOf(suites, instance);
-    for (const Parameter& parameter : *parameters()) {
+    for (const Parameter& parameter : *effectParameters()) {
         if (parameter.hasValue()) {
             values.set(parameter.index, valueOf(suites, set, parameter, time));
         }

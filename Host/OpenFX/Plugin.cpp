@@ -4,6 +4,7 @@
 #include "Host/Library/Error.h"
 #include "Host/OpenFX/Description.h"
 #include "Host/OpenFX/Rendering.h"
+#include "Host/Presentation/Presentation.h"
 
 #include <cxxabi.h>
 #include <new>
@@ -93,13 +94,8 @@ OfxStatus mainEntry(const char* action, const void* handle, OfxPropertySetHandle
     }
 }
 
-OfxPlugin plugin{kOfxImageEffectPluginApi,
-                 1,
-                 "net.vexorel.PrismDrift",
-                 PRISMDRIFT_VERSION_MAJOR,
-                 PRISMDRIFT_VERSION_MINOR,
-                 &setHost,
-                 &mainEntry};
+OfxPlugin plugin{kOfxImageEffectPluginApi, 1,        openFxIdentifier, PRISMDRIFT_VERSION_MAJOR,
+                 PRISMDRIFT_VERSION_MINOR, &setHost, &mainEntry};
 
 } // namespace
 
