@@ -1,6 +1,7 @@
 #include "Host/Frei0r/Controls.h"
 
 #include "Host/Library/Number.h"
+#include "Host/Presentation/Presentation.h"
 
 #include <algorithm>
 #include <cmath>
@@ -21,21 +22,50 @@ Control controlOf(const Parameter& parameter) {
     control.low = isAngle ? -180.0 : parameter.minimum;
     control.high = isAngle ? 180.0 : parameter.maximum;
     control.explanation = "0 to 1 stand for " + numberText(control.low) + " to " +
-                          numberText(control.high) + (isAngle ? " degrees" : "");
+                          numberText(control.high) + " " + unitOf(parameter).name;
     return control;
+}
+
+bool needsAddend(const Control& control) {
+    return !control.isText() && control.low == -control.high && control.parameter.initial == 0.0;
+}
+
+Control addendOf(const Control& control) {
+    Control addend = control;
+    const std::string unit = unitOf(control.parameter).name;
+    addend.isAddend = true;
+    addend.name = control.name + " in " + unit;
+    if (control.parameter.kind == ParameterKind::Angle) {
+        addend.low = -360.0;
+        addend.high = 360.0;
+    }
+    addend.explanation = numberText(addend.low) + " to " + numberText(addend.high) + " " + unit +
+                         ", added to " + control.name;
+    return addend;
 }
 
 } // namespace
 
-double Control::valueAt(double position) const {
-    if (std::isnan(position)) {
-        return initial();
+double Control::initialSetting() const {
+    if (isText()) {
+        return parameter.initial;
     }
-    return low + std::clamp(position, 0.0, 1.0) * (high - low);
+    return isAddend ? 0.0 : (parameter.initial - low) / (high - low);
 }
 
-double Control::positionOf(double value) const {
-    return (value - low) / (high - low);
+double Control::nearestSetting(double setting) const {
+    if (std::isnan(setting)) {
+        return initialSetting();
+    }
+    return isAddend ? std::clamp(setting, low, high) : std::clamp(setting, 0.0, 1.0);
+}
+
+double Control::valueAt(double setting, double value) const {
+    if (isText()) {
+        return setting;
+    }
+    return isAddend ? std::clamp(value + setting, parameter.minimum, parameter.maximum)
+                    : low + setting * (high - low);
 }
 
 int Control::choiceOf(std::string_view label) const {
@@ -49,6 +79,12 @@ std::vector<Control> controlsOf(const std::vector<Parameter>& parameters) {
     for (const Parameter& parameter : parameters) {
         if (parameter.hasValue()) {
             controls.push_back(controlOf(parameter));
+        }
+    }
+    const std::size_t positions = controls.size();
+    for (std::size_t i = 0; i < positions; ++i) {
+        if (needsAddend(controls[i])) {
+            controls.push_back(addendOf(controls[i]));
         }
     }
     return controls;

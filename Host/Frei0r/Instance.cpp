@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <cmath>
 #include <cstring>
 
 namespace Vexorel::PrismDrift::Host {
@@ -35,22 +34,18 @@ void rotateBytes(std::uint8_t* to, const std::uint8_t* from, std::size_t pixels)
     }
 }
 
-double initialSetting(const Control& control) {
-    return control.isText() ? control.initial() : control.positionOf(control.initial());
-}
-
 } // namespace
 
 Instance::Instance(unsigned width, unsigned height)
     : mWidth(checkedSide(width)), mHeight(checkedSide(height)) {
     for (const Control& each : SharedEffect::get().controls()) {
-        mSettings.push_back(initialSetting(each));
+        mSettings.push_back(each.initialSetting());
     }
 }
 
 void Instance::setText(std::size_t index, const char* text) {
     const Control& popup = control(index);
-    double choice = popup.initial();
+    double choice = popup.initialSetting();
     if (text != nullptr && *text != '\0') {
         choice = popup.choiceOf(text);
         if (choice == 0.0) {
@@ -62,9 +57,8 @@ void Instance::setText(std::size_t index, const char* text) {
     mSettings[index] = choice;
 }
 
-void Instance::setPosition(std::size_t index, double position) {
-    const double setting =
-        std::isnan(position) ? initialSetting(control(index)) : std::clamp(position, 0.0, 1.0);
+void Instance::setNumber(std::size_t index, double number) {
+    const double setting = control(index).nearestSetting(number);
     const Platform::MutexLock lock(mMutex);
     mSettings[index] = setting;
 }
@@ -74,7 +68,7 @@ const char* Instance::text(std::size_t index) const {
     return control(index).parameter.choices[static_cast<std::size_t>(mSettings[index]) - 1].c_str();
 }
 
-double Instance::position(std::size_t index) const {
+double Instance::number(std::size_t index) const {
     const Platform::MutexLock lock(mMutex);
     return mSettings[index];
 }
@@ -84,7 +78,8 @@ ParameterValues Instance::values() const {
     ParameterValues values = effect.defaultValues();
     for (std::size_t i = 0; i < mSettings.size(); ++i) {
         const Control& each = effect.controls()[i];
-        values.set(each.parameter.index, each.isText() ? mSettings[i] : each.valueAt(mSettings[i]));
+        const int index = each.parameter.index;
+        values.set(index, each.valueAt(mSettings[i], values.constant(index).value_or(0.0)));
     }
     return values;
 }

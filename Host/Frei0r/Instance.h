@@ -20,10 +20,11 @@ public:
     /// `index` counts in SharedEffect::controls(). An unknown choice is reported on standard error
     /// and ignored; null or an empty text sets the default.
     void setText(std::size_t index, const char* text);
-    void setPosition(std::size_t index, double position);
+    /// A position or an addend. One beyond the ends counts as the nearer end, NaN as the default.
+    void setNumber(std::size_t index, double number);
     /// The text is valid as long as the process lives.
     const char* text(std::size_t index) const;
-    double position(std::size_t index) const;
+    double number(std::size_t index) const;
 
     /// Draws a frame of straight R, G, B, A bytes without gaps between the rows. Input and output
     /// may be the same memory and need no alignment. A frame that can't be drawn is copied.
@@ -35,7 +36,7 @@ private:
 
     const int mWidth, mHeight;
     mutable Platform::Mutex mMutex;
-    /// A choice or a position for each control.
+    /// A choice, a position or an addend for each control.
     std::vector<double> mSettings PRISMDRIFT_GUARDED_BY(mMutex);
     /// Made by the first frame.
     std::optional<World> mInput PRISMDRIFT_GUARDED_BY(mMutex);

@@ -9,6 +9,7 @@ extern "C" {
 #pragma GCC visibility pop
 
 #include "Host/Frei0r/Instance.h"
+#include "Host/Presentation/Presentation.h"
 
 #include <cstring>
 #include <exception>
@@ -52,15 +53,14 @@ void f0r_deinit() {
 
 void f0r_get_plugin_info(f0r_plugin_info_t* info) {
     *info = {};
-    info->name = "Prism Drift";
-    info->author = "Vexorel";
+    info->name = effectName;
+    info->author = effectAuthor;
     info->plugin_type = F0R_PLUGIN_TYPE_FILTER;
     info->color_model = F0R_COLOR_MODEL_RGBA8888;
     info->frei0r_version = FREI0R_MAJOR_VERSION;
     info->major_version = PRISMDRIFT_VERSION_MAJOR;
     info->minor_version = PRISMDRIFT_VERSION_MINOR;
-    info->explanation = "Moves the red, green and blue channels apart, each with a scale and a "
-                        "lightness of its own";
+    info->explanation = effectSummary;
     guarded([&] { info->num_params = static_cast<int>(SharedEffect::get().controls().size()); });
 }
 
@@ -96,9 +96,9 @@ void f0r_set_param_value(f0r_instance_t instance, f0r_param_t param, int index) 
             std::memcpy(&text, param, sizeof text);
             instanceOf(instance).setText(static_cast<std::size_t>(index), text);
         } else {
-            double position = 0.0;
-            std::memcpy(&position, param, sizeof position);
-            instanceOf(instance).setPosition(static_cast<std::size_t>(index), position);
+            double number = 0.0;
+            std::memcpy(&number, param, sizeof number);
+            instanceOf(instance).setNumber(static_cast<std::size_t>(index), number);
         }
     });
 }
@@ -113,8 +113,8 @@ void f0r_get_param_value(f0r_instance_t instance, f0r_param_t param, int index) 
             const char* text = instanceOf(instance).text(static_cast<std::size_t>(index));
             std::memcpy(param, &text, sizeof text);
         } else {
-            const double position = instanceOf(instance).position(static_cast<std::size_t>(index));
-            std::memcpy(param, &position, sizeof position);
+            const double number = instanceOf(instance).number(static_cast<std::size_t>(index));
+            std::memcpy(param, &number, sizeof number);
         }
     });
 }

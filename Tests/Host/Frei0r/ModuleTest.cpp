@@ -121,16 +121,26 @@ TEST(Frei0rModule, TellsWhatItIsBeforeInit) {
                 info.frei0r_version == FREI0R_MAJOR_VERSION);
     f0r_instance_t instance = module.construct(720, 576);
     std::string names;
+    std::string explanations;
     for (int i = 0; i < info.num_params; ++i) {
         f0r_param_info_t param;
         module.paramInfo(&param, i);
         names += std::string(param.name) + "|";
         EXPECT_EQ(param.type, i == 0 ? F0R_PARAM_STRING : F0R_PARAM_DOUBLE);
-        EXPECT_TRUE(i == 0 || module.get<double>(instance, i) == 0.5) << i;
+        EXPECT_TRUE(i == 0 || module.get<double>(instance, i) == (i < 9 ? 0.5 : 0.0)) << i;
+        explanations += std::string(param.explanation) + "|";
     }
     EXPECT_EQ(names, "Channel Order|Shift Angle|Shift Distance|Channel Scale R Channel|Channel "
                      "Scale G Channel|Channel Scale B Channel|Channel Lightness R Channel|Channel "
-                     "Lightness G Channel|Channel Lightness B Channel|");
+                     "Lightness G Channel|Channel Lightness B Channel|Shift Angle in degrees|Shift "
+                     "Distance in pixels|Channel Lightness R Channel in percent|Channel Lightness "
+                     "G Channel in percent|Channel Lightness B Channel in percent|");
+    for (const char* part :
+         {"|0 to 1 stand for -180 to 180 degrees|", "|0 to 1 stand for 0 to 200 percent|",
+          "|-360 to 360 degrees, added to Shift Angle|",
+          "|-1000 to 1000 pixels, added to Shift Distance|"}) {
+        EXPECT_NE(explanations.find(part), std::string::npos) << part << explanations;
+    }
     EXPECT_STREQ(module.get<char*>(instance, 0), "RGB");
     module.destruct(instance);
     EXPECT_EQ(module.find("EntryPointFunc").address, nullptr);
@@ -142,10 +152,17 @@ TEST(Frei0rModule, TakesAnyValue) {
     const double kept[][2] = {{0.25, 0.25},        {-3, 0},        {7, 1},
                               {std::nan(""), 0.5}, {-INFINITY, 0}, {INFINITY, 1}};
     for (const auto& [given, wanted] : kept) {
-        for (int i = -1; i < 10; ++i) { // there is no -1 and no 9
+        for (int i = -1; i < 9; ++i) { // there is no -1
             i == 0 ? module.set(instance, 0, "GBR") : module.set(instance, i, given);
             EXPECT_TRUE(i < 1 || i > 8 || module.get<double>(instance, i) == wanted) << given;
         }
+    }
+    const double addends[][3] = {{9, -400, -360},       {9, 359.5, 359.5},     {10, INFINITY, 1000},
+                                 {10, std::nan(""), 0}, {13, -INFINITY, -100}, {14, 3, 0}}; // no 14
+    for (const auto& [index, given, wanted] : addends) {
+        const int i = static_cast<int>(index);
+        module.set(instance, i, given);
+        EXPECT_EQ(module.get<double>(instance, i), wanted) << i << ' ' << given;
     }
     testing::internal::CaptureStderr();
     module.set(instance, 0, "XYZ");

@@ -100,6 +100,15 @@ decode in.mov -vf 'format=rgba,frei0r=prismdrift:RGB|7|nan|0.5|0.5|0.5|nan|-4'
 same)");
 }
 
+// Addends join the positions, and the sum stays within the range: 72 - 117 degrees, 1100 pixels, 30
+// and -130 percent.
+TEST_P(Frei0rPrograms, FfmpegAddsNumbersWithUnits) {
+    run(R"(clip 64x48 '--shift-angle -45 --shift-distance 1000 --channel-lightness 30,0,-100'
+decode in.mov -vf \
+    'format=rgba,frei0r=prismdrift:RGB|0.7|0.95|0.5|0.5|0.5|0.5|0.5|0.35|-117|200|30|0|-100'
+same)");
+}
+
 TEST_P(Frei0rPrograms, FfmpegPadsAndCropsOddWidths) {
     run(R"(clip 100x60 '--channel-order BGR --channel-lightness 20,0,-40'
 decode in.mov -vf \
