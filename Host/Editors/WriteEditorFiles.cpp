@@ -1,8 +1,9 @@
-// Writes the files that show the effect in Kdenlive, below a folder that stands for
+// Writes the files that show the effect in Kdenlive and Shotcut, below a folder that stands for
 // /usr/share.
 //   prismdrift_write_editor_files FOLDER
 
 #include "Host/Editors/Kdenlive.h"
+#include "Host/Editors/Shotcut.h"
 #include "Host/Library/ReplaceFile.h"
 #include "Host/Presentation/Presentation.h"
 
@@ -28,6 +29,9 @@ void writeAllFiles(const std::filesystem::path& folder) {
     write(effects / "prismdrift_frei0r.xml", kdenliveEffect(frei0r, name, frei0rFields()));
     write(effects / "prismdrift_openfx.xml",
           kdenliveEffect(openFx, name + " (OpenFX)", openFxFields()));
+    const auto filter = folder / "shotcut/qml/filters/prismdrift";
+    write(filter / "meta.qml", shotcutMetadata(frei0r, frei0rFields()));
+    write(filter / "ui.qml", shotcutPanel(frei0rFields()));
 }
 
 } // namespace
