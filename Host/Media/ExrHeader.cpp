@@ -121,10 +121,15 @@ private:
 
     std::uint64_t pixelBytes(std::uint64_t at, std::uint64_t end) {
         constexpr std::uint64_t half = 1;
+        constexpr std::uint64_t lastType = 2;
         std::uint64_t bytes = 0;
         const std::uint64_t before = std::exchange(mAt, at);
         while (mAt < end && !text().empty()) {
-            bytes += number(mAt, 4) == half ? 2 : 4;
+            const std::uint64_t type = number(mAt, 4);
+            if (type > lastType) {
+                refuse("its channels are of a type " + std::to_string(type));
+            }
+            bytes += type == half ? 2 : 4;
             mAt += 16;
         }
         mAt = before;

@@ -67,6 +67,8 @@ TEST_F(StillHeaderTest, OfOpenExrHasRoomForWhatItNames) {
          "a text of its attribute 'names' is longer than that"},
         {exr(attribute("preview", "preview", number(65536, 4, false) + number(65536, 4, false))),
          "its preview is larger than its attribute"},
+        {exr(attribute("channels", "chlist", "R\0\3"s + std::string(16, '\0'))),
+         "its channels are of a type 3"},
         {exr("", box(0, 0, -1, 9)), "it names a size of 0x10"},
         {exr("", box(-2147483648, 0, 2147483647, 0)), "it names a size of 4294967296x1"},
         {exr("", box(0, 0, 299, 299)), "its 300x300 pixels are more than 65536"},
