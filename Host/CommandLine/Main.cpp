@@ -112,6 +112,9 @@ std::optional<DrawnFrames> drawnFrames(const Arguments& arguments, const Host::C
     Host::ClipInput drawn;
     drawn.file = arguments.drawn;
     drawn.frames = input.frames;
+    if (input.missing == Host::Missing::Skip) {
+        drawn.missing = input.missing; // nobody has drawn what the input lacks
+    }
     drawn.picture.worlds = input.picture.worlds;
     drawn.limits = input.limits;
     return DrawnFrames(drawn);

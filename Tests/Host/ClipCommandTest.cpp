@@ -49,6 +49,11 @@ TEST_F(ClipCommandTest, ASequenceKeepsItsNumbersAndSaysWhatIsMissing) {
                          "; for f in o.*; do printf '%s ' ${f:2:2}; rm $f; done"),
                   numbers);
     }
+    // Nobody has drawn what isn't there.
+    output(
+        "run() { $PROGRAM $FAKE \"$@\" --missing skip; }; run in.%04d.png whole.mov --codec png; "
+        "run in.%04d.png d.%04d.png; $PROGRAM in.%04d.png joined.mov --codec png --missing skip "
+        "--drawn d.%04d.png; cmp whole.mov joined.mov");
 }
 
 TEST_P(ClipDrawing, PartsOfARunGiveTheSameBytes) {
