@@ -111,4 +111,32 @@ void checkStillHeader(const std::filesystem::path& file, const std::string& form
     }
 }
 
+std::optional<RowPadding> unnamedPadding(const std::filesystem::path& dpx) {
+    FileBytes file(dpx);
+    const bool isBigEndian = file.at(0, 1) == "S";
+    const auto number = [&](std::uint64_t at, std::size_t size) {
+        return file.number(at, size, isBigEndian).value_or(0);
+    };
+    constexpr std::size_t place = 812;
+    constexpr std::uint64_t word = 4;
+    const std::uint64_t kind = number(800, 1);
+    const std::uint64_t channels = kind >= 1 && kind <= 6       ? 1
+                                   : kind == 50                 ? 3
+                                   : (kind == 51 || kind == 52) ? 4
+                                                                : 0;
+    const std::uint64_t bits = number(803, 1);
+    const bool isFilled = bits == 8 || bits == 16 || (bits == 12 && number(804, 2) != 0);
+    const std::uint64_t row = isFilled ? number(772, 4) * channels * (bits > 8 ? 2 : 1) : 0;
+    const std::uint64_t padding = (word - row % word) % word;
+    const std::uint64_t named = number(place, 4);
+    const bool isPlain = number(770, 2) == 1 && number(806, 2) == 0;
+    if (padding == 0 || !isPlain || (named != 0 && named != undefined) ||
+        number(808, 4) + (row + padding) * number(776, 4) > file.size()) {
+        return std::nullopt;
+    }
+    RowPadding found{place, {}};
+    found.bytes[isBigEndian ? word - 1 : 0] = static_cast<std::uint8_t>(padding);
+    return found;
+}
+
 } // namespace Vexorel::PrismDrift::Host

@@ -10,6 +10,7 @@
 #include "Host/Media/StillHeader.h"
 #include "Host/Media/StillsModuleLoader.h"
 
+#include <algorithm>
 #include <cmath>
 #include <fstream>
 #include <iterator>
@@ -88,6 +89,11 @@ public:
             mRequest.bytes = &mBytes;
         } else if (format == "jpeg") {
             mBytes = bytesOf(file);
+            mRequest.bytes = &mBytes;
+        } else if (const auto padding = format == "dpx" ? unnamedPadding(file) : std::nullopt) {
+            mBytes = bytesOf(file);
+            std::copy(padding->bytes.begin(), padding->bytes.end(),
+                      mBytes.begin() + static_cast<std::ptrdiff_t>(padding->at));
             mRequest.bytes = &mBytes;
         }
         mRequest.worlds = request.worlds;
