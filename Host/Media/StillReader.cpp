@@ -40,6 +40,14 @@ std::vector<std::uint8_t> pngBytes(const fs::path& file, const ReadLimits& limit
     return withMetadataFirst(bytes);
 }
 
+// A JPEG's bytes with the mark of its end, without which OpenImageIO refuses pixels that are all
+// there.
+std::vector<std::uint8_t> jpegBytes(const fs::path& file) {
+    std::vector<std::uint8_t> bytes = bytesOf(file);
+    bytes.insert(bytes.end(), {0xFF, 0xD9});
+    return bytes;
+}
+
 AVPixelFormat formatOf(const Still& still) {
     if (still.depth.isFloat) {
         return still.hasAlpha ? AV_PIX_FMT_GBRAPF32 : AV_PIX_FMT_GBRPF32;
@@ -88,7 +96,7 @@ public:
             mBytes = pngBytes(file, limits);
             mRequest.bytes = &mBytes;
         } else if (format == "jpeg") {
-            mBytes = bytesOf(file);
+            mBytes = jpegBytes(file);
             mRequest.bytes = &mBytes;
         } else if (const auto padding = format == "dpx" ? unnamedPadding(file) : std::nullopt) {
             mBytes = bytesOf(file);
@@ -154,7 +162,11 @@ Picture readStillPicture(const fs::path& file, const std::string& format, const 
     std::optional<Still> still;
     try {
         still = call.read(takesPixels);
-    } catch (const Error&) { // its pixels are fine
+    } catch (const Error&) {
+        if (isOfInks) {
+            throw;
+        }
+        // The other pixels are fine.
         warnOfDamagedMetadata(file, limits);
         return std::move(decoded);
     }

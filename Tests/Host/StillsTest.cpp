@@ -114,6 +114,8 @@ TEST_F(StillsTest, EachKindOfFileIsReadAsItIs) {
         {"a.jp2", "convert deep.png -depth 12 a.jp2", 12, false, level, "OpenImageIO, jpeg2000"},
         {"a.jpg", "convert deep.png -colorspace CMYK -quality 100 a.jpg", 8, false, 2 * byte,
          "OpenImageIO, jpeg", "-colorspace sRGB"},
+        {"a.jpg", "convert deep.png -colorspace CMYK -quality 100 b.jpg; head -c -2 b.jpg >a.jpg",
+         8, false, 2 * byte, "OpenImageIO, jpeg", "-colorspace sRGB"},
         {"a.png", "convert clear.png -depth 8 -strip a.png", 8, false, exact, "FFmpeg, png"},
         {"a.png", "convert clear.png -colors 9 -strip PNG8:a.png", 8, false, exact, "FFmpeg, png"},
         {"a.webp", "convert clear.png -define webp:lossless=true a.webp", 8, false, exact,
