@@ -173,6 +173,44 @@ std::vector<std::uint8_t> bytesOf(const std::string& format, const std::vector<S
     return std::move(bytes.buffer());
 }
 
+// Fills the rows of a DPX up to whole words of 32 bits, as the format says and readers expect, of
+// which some can't read the file otherwise. OpenImageIO leaves that out.
+void fillRows(const ImageSpec& spec, int bits, std::vector<std::uint8_t>& file) {
+    constexpr std::size_t word = 4;
+    constexpr std::size_t sizeAt = 16;
+    constexpr std::size_t pixelsAt = 808;
+    constexpr std::size_t paddingAt = 812;
+    const std::size_t rowBytes = static_cast<std::size_t>(spec.width) *
+                                 static_cast<std::size_t>(spec.nchannels) * (bits > 8 ? 2 : 1);
+    const std::size_t padding = (word - rowBytes % word) % word;
+    if (bits == 10 || bits == 12 || padding == 0) { // those stand in words
+        return;
+    }
+    const bool isBigEndian = file[0] == 'S';
+    const auto place = [&](std::size_t at, std::size_t i) -> std::uint8_t& {
+        return file[at + (isBigEndian ? word - 1 - i : i)];
+    };
+    const auto set = [&](std::size_t at, std::size_t value) {
+        for (std::size_t i = 0; i < word; ++i) {
+            place(at, i) = static_cast<std::uint8_t>(value >> 8 * i);
+        }
+    };
+    std::size_t pixels = 0;
+    for (std::size_t i = 0; i < word; ++i) {
+        pixels |= std::size_t{place(pixelsAt, i)} << 8 * i;
+    }
+    const auto begin = file.cbegin() + static_cast<std::ptrdiff_t>(pixels);
+    std::vector<std::uint8_t> filled(file.cbegin(), begin);
+    for (int y = 0; y < spec.height; ++y) {
+        const auto row = begin + static_cast<std::ptrdiff_t>(rowBytes) * y;
+        filled.insert(filled.end(), row, row + static_cast<std::ptrdiff_t>(rowBytes));
+        filled.resize(filled.size() + padding);
+    }
+    file = std::move(filled);
+    set(paddingAt, padding);
+    set(sizeAt, file.size());
+}
+
 // What the written file says of itself; nothing where that takes a file.
 std::optional<ImageSpec> writtenSpec(const std::string& format,
                                      const std::vector<std::uint8_t>& bytes) {
@@ -265,10 +303,13 @@ StillFile encodedStill(const StillPicture& picture, const std::string& ending,
     if (file.bytes.empty()) {
         throw Error("OpenImageIO has written nothing");
     }
+    if (std::string(format.format) == "dpx") {
+        fillRows(part.spec, written.bits, file.bytes);
+    }
     if (std::string(format.format) == "png") {
         addPngMetadata(picture, file.bytes);
         if (picture.extras != nullptr && picture.extras->raw.hasIptc()) {
-            file.losses.emplace_back("PNG has no place for IPTC");
+            file.losses.emplace_back("PNG has no place for IPTC or extended XMP");
         }
     } else if (picture.extras != nullptr && std::string(format.format) == "jpeg") {
         addToJpeg(picture.extras->raw, file.bytes);
