@@ -1,5 +1,6 @@
 #include "Host/Stills/ReadStill.h"
 
+#include "Host/Library/AssociatedAlpha.h"
 #include "Host/Library/Error.h"
 #include "Host/Stills/HeifPart.h"
 #include "Host/Stills/StillExtras.h"
@@ -212,9 +213,13 @@ Still stillOf(std::shared_ptr<StillExtras> extras, const StillRequest& request) 
     if (request.hasPixels) {
         request.checkSize(part.frame().width, part.frame().height);
         warnOfCropping(part, request);
-        still.world =
+        PartWorld read =
             worldOf(part, colours, isDeep ? PF_PixelFormat_ARGB128 : PF_PixelFormat_ARGB32,
                     isAssociated && !keepsAssociated);
+        still.world = std::move(read.world);
+        if (read.losesLight) {
+            request.warn(bareLightLoss);
+        }
     }
     still.colorProfile = profileOf(part.spec);
     if (still.colorProfile.empty() && part.spec.find_attribute("ICCProfile") != nullptr) {

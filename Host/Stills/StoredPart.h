@@ -51,10 +51,15 @@ Depth depthOf(const ImageSpec& spec, const ColourChannels& colours);
 /// Turns the part, with its pixels if it has any, as its orientation says. Then it is upright.
 void turn(StoredPart& part);
 
+struct PartWorld {
+    World world;
+    bool losesLight = false; ///< whether a stored colour was more than alpha lets a world hold
+};
+
 /// The part's colours in its frame, those outside of its stored pixels transparent black, as a
 /// world of the format. With `divides` the stored colours are multiplied by alpha and the world's
 /// are not.
-World worldOf(const StoredPart& part, const ColourChannels& colours, PF_PixelFormat format,
-              bool divides);
+PartWorld worldOf(const StoredPart& part, const ColourChannels& colours, PF_PixelFormat format,
+                  bool divides);
 
 } // namespace Vexorel::PrismDrift::Host

@@ -90,12 +90,17 @@ void convertChannel(const StoredChannel& channel, const std::byte* row, std::siz
 }
 
 // Colours free of alpha; where alpha is 0 they stay. Whole numbers are divided as such, so that the
-// result is the nearest float to the quotient.
-void divideByAlpha(const std::array<StoredChannel, channelCount>& channels, float* pixels,
+// result is the nearest float to the quotient. Gives whether there was light without cover.
+bool divideByAlpha(const std::array<StoredChannel, channelCount>& channels, float* pixels,
                    int count) {
     const double fullAlpha = channels[0].full;
+    bool losesLight = false;
     for (int x = 0; x < count; ++x, pixels += channelCount) {
-        if (!(pixels[0] > 0) || pixels[0] == 1.F) {
+        if (!(pixels[0] > 0)) {
+            losesLight = losesLight || pixels[1] != 0 || pixels[2] != 0 || pixels[3] != 0;
+            continue;
+        }
+        if (pixels[0] == 1.F) {
             continue;
         }
         const bool isWhole = fullAlpha > 1;
@@ -105,9 +110,11 @@ void divideByAlpha(const std::array<StoredChannel, channelCount>& channels, floa
             const double colour = isWhole ? std::rint(pixels[i] * full) : pixels[i];
             const double quotient = colour / full / (alpha / fullAlpha);
             const double exact = full == fullAlpha ? colour / alpha : quotient;
+            losesLight = losesLight || (isWhole && exact > 1);
             pixels[i] = static_cast<float>(isWhole ? std::min(1.0, exact) : exact);
         }
     }
+    return losesLight;
 }
 
 std::uint8_t byteOf(float value) {
@@ -134,8 +141,8 @@ void copyBytes(const std::array<StoredChannel, channelCount>& channels, const st
 
 } // namespace
 
-World worldOf(const StoredPart& part, const ColourChannels& colours, PF_PixelFormat format,
-              bool divides) {
+PartWorld worldOf(const StoredPart& part, const ColourChannels& colours, PF_PixelFormat format,
+                  bool divides) {
     const Window frame = part.frame();
     const Window data = part.data();
     const Window shown = common(frame, data);
@@ -143,7 +150,8 @@ World worldOf(const StoredPart& part, const ColourChannels& colours, PF_PixelFor
     for (std::size_t i = 0; i < channelCount; ++i) {
         channels[i] = channelOf(part.spec, colours.argb[i]);
     }
-    World world(frame.width, frame.height, format);
+    PartWorld result{World(frame.width, frame.height, format)};
+    World& world = result.world;
     const bool isDeep = format == PF_PixelFormat_ARGB128;
     const bool copies = !isDeep && !divides && isOfBytes(channels);
     const std::size_t step = storedPixelBytes(part.spec);
@@ -161,7 +169,8 @@ World worldOf(const StoredPart& part, const ColourChannels& colours, PF_PixelFor
             convertChannel(channels[i], row, step, shown.width, line.data() + i);
         }
         if (divides) {
-            divideByAlpha(channels, line.data(), shown.width);
+            result.losesLight =
+                divideByAlpha(channels, line.data(), shown.width) || result.losesLight;
         }
         if (isDeep) {
             std::memcpy(to, line.data(), line.size() * sizeof(float));
@@ -169,7 +178,7 @@ World worldOf(const StoredPart& part, const ColourChannels& colours, PF_PixelFor
             std::transform(line.begin(), line.end(), to, &byteOf);
         }
     }
-    return world;
+    return result;
 }
 
 } // namespace Vexorel::PrismDrift::Host
