@@ -4,6 +4,7 @@
 #include "Host/Media/Demuxer.h"
 #include "Host/Media/FrameProperties.h"
 #include "Host/Media/JpegMarkers.h"
+#include "Host/Media/PixelFormats.h"
 #include "Host/Media/TiffLayout.h"
 
 #include <algorithm>
@@ -88,6 +89,11 @@ void PictureData::limit(AVFrame& frame) {
     const auto isKept = [](const AVFrameSideData& data) {
         return data.type == AV_FRAME_DATA_DISPLAYMATRIX;
     };
+    const bool isOfInks =
+        mCodec == AV_CODEC_ID_MJPEG && carriesAlpha(static_cast<AVPixelFormat>(frame.format));
+    if (isOfInks && !mMetadata.isTold) { // the decoder rounds them, and takes some for others
+        throw Error("a JPEG of inks (CMYK) is read of a file of its own alone");
+    }
     std::int64_t bytes = 0;
     for (int i = 0; i < frame.nb_side_data; ++i) {
         const AVFrameSideData& data = *frame.side_data[i];
