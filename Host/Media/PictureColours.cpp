@@ -51,7 +51,7 @@ std::string nameOf(const ColourTags& tags) {
     const char* name = av_color_transfer_name(tags.transfer);
     switch (tags.transfer) {
     case AVCOL_TRC_UNSPECIFIED:
-        return "a transfer";
+        return "how its values are coded";
     case AVCOL_TRC_RESERVED0:
         return "the picture's transfer (" + tags.transferReason + ")";
     case AVCOL_TRC_SMPTE2084:
@@ -151,7 +151,7 @@ std::string colourLoss(const Picture& picture, const PictureOutput& output,
         return "";
     }
     const std::string taken =
-        isTiff ? ": floats are taken for light" : ": readers take its values for light";
+        isTiff ? ": floats are taken for linear light" : ": readers take them for linear light";
     return name + " has no place for " + lost + (isLight && isTransferLost ? taken : "");
 }
 

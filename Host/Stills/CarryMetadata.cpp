@@ -100,9 +100,20 @@ void addLosses(const StillExtras& extras, const StillFormat& format,
                          (channels.size() == 1 ? " further channel (" : " further channels (") +
                          listed(channels) + ")");
     }
-    const bool isThere = has(extras.spec(), Kind::Exif) || !extras.raw.isEmpty();
+    const RawMetadata& raw = extras.raw;
+    const bool isThere =
+        has(extras.spec(), Kind::Exif) || !raw.exif.empty() || !raw.xmp.empty() || raw.hasIptc();
     if (isThere && !format.hasExif) {
         losses.push_back(noPlace + "EXIF, IPTC and XMP");
+    }
+    const std::vector<std::string> comments = extras.raw.comments();
+    const std::string description = extras.spec().get_string_attribute("ImageDescription");
+    const bool isCarried =
+        std::string_view(format.format) == "jpeg" ||
+        (format.hasTexts && std::count(comments.begin(), comments.end(), description) ==
+                                static_cast<std::ptrdiff_t>(comments.size()));
+    if (!comments.empty() && !isCarried) {
+        losses.push_back(std::string(format.name) + " is written without the JPEG's comment");
     }
     if (has(extras.spec(), Kind::Film) && !isTaken(Kind::Film, "", format, false)) {
         losses.push_back(noPlace + "time codes and key codes");
@@ -169,7 +180,11 @@ std::vector<std::string> lossesIn(const StillExtras& extras, const std::string& 
     std::vector<std::string> losses;
     const StillFormat format{"", "", name.c_str(), {}};
     addLosses(extras, format, losses);
-    if (has(extras.spec(), Kind::Text)) {
+    const auto& values = extras.spec().extra_attribs;
+    if (std::any_of(values.begin(), values.end(), [](const OIIO::ParamValue& value) {
+            const std::string text = value.name().string();
+            return kindOf(text) == Kind::Text && !isAmong(text, {"DateTime", "Software"});
+        })) {
         losses.push_back(name + " is written without texts");
     }
     return losses;

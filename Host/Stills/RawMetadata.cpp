@@ -153,6 +153,16 @@ bool RawMetadata::hasIptc() const {
     });
 }
 
+std::vector<std::string> RawMetadata::comments() const {
+    std::vector<std::string> texts;
+    for (const std::string& segment : segments) {
+        if (static_cast<unsigned char>(segment[1]) == comment) {
+            texts.push_back(segment.substr(4));
+        }
+    }
+    return texts;
+}
+
 RawMetadata rawMetadataOf(const std::vector<std::uint8_t>& file, std::size_t most) {
     const std::string_view bytes(reinterpret_cast<const char*>(file.data()), file.size());
     RawMetadata found;

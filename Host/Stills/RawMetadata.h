@@ -17,7 +17,8 @@ struct RawMetadata {
     bool isOfJpeg = false;
     bool hasFurtherPictures = false; ///< behind the first one, such as a gain map
 
-    bool hasIptc() const;
+    bool hasIptc() const; ///< or XMP beyond the packet
+    std::vector<std::string> comments() const;
     bool isEmpty() const { return exif.empty() && xmp.empty() && segments.empty(); }
 };
 

@@ -273,11 +273,11 @@ TEST_F(DeepClipTest, ColoursAreTaggedAsWhatTheyAreOrSaidToBeLost) {
         {clip("smpte2084", "bt2020"),
          "o.exr",
          "",
-         {"(smpte2084) and the primaries bt2020: readers take its values for light\n"}},
+         {"(smpte2084) and the primaries bt2020: readers take them for linear light\n"}},
         {clip("unknown", "unknown"),
          "o.exr",
          "",
-         {"OpenEXR has no place for a transfer: readers take"}},
+         {"OpenEXR has no place for how its values are coded: readers take them"}},
     };
     for (const auto& [made, name, tags, losses] : cases) {
         SCOPED_TRACE(testing::Message() << made << " " << name);

@@ -203,6 +203,23 @@ TEST_F(StillsTest, NeutralFilesComeBackToTheBit) {
     }
 }
 
+// At a width whose rows end within a word of 32 bits, for readers that don't take such rows.
+TEST_F(StillsTest, RowsOfDpxAreFilledUp) {
+    const Picture picture = readPicture(path("deep.png"), {}, stored);
+    for (const int bits : {8, 10, 12, 16}) {
+        writePicture(path("out.dpx"), picture, {.depth = Depth{bits, false}});
+        const double most = 1.01 / (std::pow(2, bits) - 1);
+        shell("ffmpeg -v error -y -i out.dpx out.png");
+        EXPECT_LE(greatest(theirs("out.dpx", "-set colorspace sRGB"), values(picture.world)), most)
+            << bits;
+        EXPECT_LE(greatest(theirs("out.png", ""), values(picture.world)), most) << bits;
+        EXPECT_LE(
+            greatest(values(readPicture(path("out.dpx"), {}, stored).world), values(picture.world)),
+            most)
+            << bits;
+    }
+}
+
 TEST_F(StillsTest, LayersPassThroughAndAreNamedWhereTheyAreLost) {
     shell("oiiotool deep.png -d half -o c.exr; oiiotool --pattern noise 37x29 3 --chnames "
           "diffuse.R,diffuse.G,diffuse.B -d float -o d.exr; oiiotool --pattern "
@@ -256,7 +273,8 @@ TEST_F(StillsTest, WhatStandsBesideThePixelsStaysOrIsNamed) {
 TEST_F(StillsTest, WhatIsLeftOutIsNamed) {
     shell("convert deep.png deep.png pages.tif; oiiotool deep.png -d uint32 -o whole.tif; "
           "oiiotool deep.png -d double -o double.tif; oiiotool clear.png --ch R,G,B,A=0 -d float "
-          "-o light.exr; oiiotool deep.png -d half -otex levels.exr; convert deep.png -set comment "
+          "-o light.exr; oiiotool light.exr -d uint16 -o associated.tif; oiiotool deep.png -d half "
+          "-otex levels.exr; convert deep.png -set comment "
           "hello -depth 8 text.png; mkfifo pipe");
     const std::string light = "light that covers nothing, colour at an alpha of 0, is lost";
     const struct {
@@ -269,15 +287,15 @@ TEST_F(StillsTest, WhatIsLeftOutIsNamed) {
         {"light.exr", "out.png", {"PNG holds 16 bits a channel, not floats", light}},
         {"light.exr",
          "out.pam",
-         {"PAM holds 16 bits a channel, not floats", light, "EXIF", "texts",
-          "the transfer linear"}},
+         {"PAM holds 16 bits a channel, not floats", light, "EXIF", "the transfer linear"}},
         {"light.exr", "out.tif", {}},
         {"light.exr", "out.exr", {}},
+        {"associated.tif", "out.tif", {light}},
         {"levels.exr", "out.exr", {"the smaller sizes of its texture are left out"}},
         {"deep.png",
          "out.hdr",
          {"Radiance HDR holds 8 bits a channel with one exponent for all",
-          "Radiance HDR has no place for a transfer: readers take its values for light"}},
+          "Radiance HDR has no place for how its values are coded: readers take them"}},
     };
     std::vector<std::string> lines;
     ReadLimits limits;
@@ -303,6 +321,10 @@ TEST_F(StillsTest, WhatIsLeftOutIsNamed) {
     EXPECT_EQ(errorOf([&] { openClip(input); }),
               "cannot read 'pipe': a picture in the format tiff can't come from a pipe: give the "
               "name of its file");
+    shell("convert deep.png -colorspace CMYK inks.jpg; (exec > /dev/null 2>&1; cat inks.jpg > "
+          "pipe) &");
+    EXPECT_EQ(errorOf([&] { readPicture(path("pipe")); }),
+              "cannot read 'pipe': a JPEG of inks (CMYK) is read of a file of its own alone");
     Picture profiled = readPicture(path("deep.png"));
     profiled.colorProfile.resize(200);
     EXPECT_THAT(writePicture(path("out.exr"), profiled),
@@ -373,7 +395,9 @@ TEST_F(StillsTest, BlocksBesideThePixelsAreCarriedAsTheyAre) {
     EXPECT_THAT(writePicture(path("out.png"), picture), ElementsAre(HasSubstr("IPTC")));
     EXPECT_THAT(contents("out.png"), AllOf(HasSubstr("eXIf" + exif(1).substr(6)), HasSubstr(xmp)));
     EXPECT_EQ(readPicture(path("out.png")).world.width(), 16);
-    EXPECT_THAT(writePicture(path("out.webp"), picture), Contains(HasSubstr("no place for EXIF")));
+    EXPECT_THAT(writePicture(path("out.webp"), picture),
+                ElementsAre(HasSubstr("no place for EXIF"), HasSubstr("the JPEG's comment"),
+                            HasSubstr("written without texts")));
 }
 
 } // namespace
