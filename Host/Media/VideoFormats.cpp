@@ -465,7 +465,7 @@ std::string encoderOptions(const VideoCodec& codec, double quality, const std::s
     }
     // With AVX-512 x264 decides by memory that it hasn't filled: each run gives other bytes.
     if (std::string_view(codec.name) == "h264" && (av_get_cpu_flags() & AV_CPU_FLAG_AVX512) != 0) {
-        parameters += ":asm=avx2";
+        parameters += std::string(parameters.empty() ? "" : ":") + "asm=avx2";
     }
     if (codec.parametersOption != nullptr && !parameters.empty()) {
         add(codec.parametersOption, escaped(parameters));
