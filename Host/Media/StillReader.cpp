@@ -155,13 +155,15 @@ Picture readStillPicture(const fs::path& file, const std::string& format, const 
     const bool wantsFloats = request.worlds == WorldDepth::Floats ||
                              (request.worlds == WorldDepth::Stored && decoded.depth.isDeep());
     const bool hasFloats = decoded.world.format() == PF_PixelFormat_ARGB128;
-    // FFmpeg rounds CMYK down, to up to four levels too few.
+    const bool needsPixels = wantsFloats && !hasFloats;
+    // FFmpeg rounds CMYK down, to up to four levels too few. Colours of half the size it enlarges
+    // otherwise than the library that nearly all other programs read JPEG by.
+    const bool isJpeg = format == "jpeg";
     const bool isOfInks =
-        format == "jpeg" && carriesAlpha(static_cast<AVPixelFormat>(decoded.source->format));
-    const bool takesPixels = isOfInks || (wantsFloats && !hasFloats);
+        isJpeg && carriesAlpha(static_cast<AVPixelFormat>(decoded.source->format));
     std::optional<Still> still;
     try {
-        still = call.read(takesPixels);
+        still = call.read(needsPixels || isJpeg);
     } catch (const Error&) {
         if (isOfInks) {
             throw;
@@ -170,18 +172,21 @@ Picture readStillPicture(const fs::path& file, const std::string& format, const 
         warnOfDamagedMetadata(file, limits);
         return std::move(decoded);
     }
-    if (takesPixels) {
+    if (needsPixels || isOfInks) {
         Picture picture = pictureOf(std::move(*still), format);
         picture.colorProfile = decoded.colorProfile;
         return picture;
     }
-    if (format == "png") { // FFmpeg has turned a JPEG
+    if (isJpeg) {
+        decoded.world = std::move(still->world);
+        decoded.readBy = "OpenImageIO, jpeg";
+    } else {
         if (const auto turn = Orientation::ofTag(still->orientation); !turn.upright()) {
             decoded.world = turned(decoded.world, turn);
         }
+        decoded.readBy += "; what stands beside its pixels by OpenImageIO";
     }
     decoded.extras = std::move(still->extras);
-    decoded.readBy += "; what stands beside its pixels by OpenImageIO";
     return std::move(decoded);
 }
 

@@ -10,8 +10,8 @@ namespace Vexorel::PrismDrift::Host {
 Picture readStillPicture(const std::filesystem::path& file, const std::string& format,
                          const ReadLimits& limits, const PictureRequest& request);
 
-/// The same of a file that FFmpeg has read as `decoded`, which stays with its pixels where they are
-/// what is asked for.
+/// The same of a file that FFmpeg has read as `decoded`, and so found whole. A PNG's pixels stay
+/// where they are what is asked for.
 Picture readStillPicture(const std::filesystem::path& file, const std::string& format,
                          const ReadLimits& limits, const PictureRequest& request,
                          Picture&& decoded);

@@ -112,6 +112,8 @@ TEST_F(StillsTest, EachKindOfFileIsReadAsItIs) {
         {"a.hdr", "convert deep.png a.hdr", 32, true, level, "OpenImageIO, hdr",
          "-set colorspace sRGB"},
         {"a.jp2", "convert deep.png -depth 12 a.jp2", 12, false, level, "OpenImageIO, jpeg2000"},
+        {"a.jpg", "convert deep.png -sampling-factor 4:2:0 a.jpg", 8, false, exact,
+         "OpenImageIO, jpeg"},
         {"a.jpg", "convert deep.png -colorspace CMYK -quality 100 a.jpg", 8, false, 2 * byte,
          "OpenImageIO, jpeg", "-colorspace sRGB"},
         {"a.jpg", "convert deep.png -colorspace CMYK -quality 100 b.jpg; head -c -2 b.jpg >a.jpg",
