@@ -16,7 +16,8 @@ enum Marker : std::uint8_t {
     End = 0xD9,
     Scan = 0xDA,
     ExifOrXmp = 0xE1,
-    Iptc = 0xED
+    Iptc = 0xED,
+    Comment = 0xFE
 };
 
 // Pixels hold a byte 255 only with a zero or a restart behind it.
@@ -29,7 +30,8 @@ bool isInPixels(std::uint8_t second) {
 bool hasJpegMetadata(const std::uint8_t* data, std::size_t size) {
     for (std::size_t at = 2; at + 3 < size && data[at] == 0xFF && data[at + 1] != Scan;
          at += static_cast<std::size_t>(data[at + 2] << 8 | data[at + 3]) + 2) {
-        if (data[at + 1] == ExifOrXmp || data[at + 1] == Iptc) {
+        const std::uint8_t marker = data[at + 1];
+        if (marker == ExifOrXmp || marker == Iptc || marker == Comment) {
             return true;
         }
     }

@@ -7,7 +7,7 @@
 
 namespace Vexorel::PrismDrift::Host {
 
-/// Whether EXIF, XMP or IPTC stand before its pixels.
+/// Whether EXIF, XMP, IPTC or a comment stand before its pixels.
 bool hasJpegMetadata(const std::uint8_t* data, std::size_t size);
 
 /// Throws Error, with the reason alone, for a file without the tables that its pixels are coded by,

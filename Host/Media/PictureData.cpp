@@ -30,10 +30,11 @@ void warnOfDamagedMetadata(const std::filesystem::path& file, const ReadLimits& 
 }
 
 PictureData::PictureData(AVCodecID codec, ClipKind kind, const ClipInput& input)
-    : mCodec(codec), mKind(kind), mFile(input.file), mLimits(input.limits) {
-    // Of a picture in a file another reader takes them.
-    mMetadata.isTold = kind == ClipKind::Still && isPlainFile(mFile);
-}
+    : mCodec(codec),
+      mKind(kind),
+      mFile(input.file),
+      mLimits(input.limits),
+      mHasOtherReader(kind == ClipKind::Still && isPlainFile(mFile)) {}
 
 // An animated PNG's header is kept apart from its frames.
 void PictureData::limit(AVCodecContext& context) {
@@ -57,7 +58,7 @@ bool PictureData::note(const std::optional<SmallerPng>& png) {
 }
 
 void PictureData::noteMetadata(const std::uint8_t* data, std::size_t size) {
-    if (!mMetadata.isTold && !mMetadata.isThere) {
+    if (!mHasOtherReader && !mMetadata.isTold && !mMetadata.isThere) {
         mMetadata.isThere = isPng() ? hasPngMetadata(data, size)
                                     : mCodec == AV_CODEC_ID_MJPEG && hasJpegMetadata(data, size);
     }
@@ -91,7 +92,7 @@ void PictureData::limit(AVFrame& frame) {
     };
     const bool isOfInks =
         mCodec == AV_CODEC_ID_MJPEG && carriesAlpha(static_cast<AVPixelFormat>(frame.format));
-    if (isOfInks && !mMetadata.isTold) { // the decoder rounds them, and takes some for others
+    if (isOfInks && !mHasOtherReader) { // the decoder rounds them, and takes some for others
         throw Error("a JPEG of inks (CMYK) is read of a file of its own alone");
     }
     std::int64_t bytes = 0;
@@ -131,6 +132,7 @@ void PictureData::warn() {
     }
     if (mLarge.isThere && !std::exchange(mLarge.isTold, true)) {
         warnOfLargeMetadata(mFile, mLimits);
+        mMetadata.isTold = true; // so far
     }
     if (mDamaged.isThere && !std::exchange(mDamaged.isTold, true)) {
         warnOfDamagedMetadata(mFile, mLimits);

@@ -48,6 +48,7 @@ private:
     const ClipKind mKind;
     const std::filesystem::path mFile; // for messages
     const ReadLimits mLimits;
+    const bool mHasOtherReader;          // for the metadata and for JPEGs of inks
     std::vector<std::uint8_t> mPngStart; // of an APNG
     StoredLayout mTiff;                  // of the last packet
     FFmpegPtr<AVPacket> mSmaller;
