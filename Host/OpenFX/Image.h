@@ -25,6 +25,8 @@ struct Image {
     bool isPremultiplied = false;
     double scaleX = 1.0, scaleY = 1.0; ///< pixels for one of the full resolution
     double aspect = 1.0;               ///< a pixel's width in pixel heights
+    /// Where only one field of interlaced material is written: 0 for its even rows, 1 for the odd.
+    std::optional<int> field;
 
     std::uint8_t* at(int x, int y) const;
     std::size_t pixelBytes() const;

@@ -148,6 +148,9 @@ void fill(const OfxRectI& window, const OfxRectI& frame, const Image& image, con
     const OfxRectI target = intersection(window, image.bounds);
     const OfxRectI drawn = intersection(target, frame);
     forRows(target.y1, target.y2, widthOf(target), [&](int y) {
+        if (image.field && (y & 1) != *image.field) {
+            return;
+        }
         const bool isDrawn = y >= drawn.y1 && y < drawn.y2 && drawn.x1 < drawn.x2;
         if (!isDrawn || widthOf(drawn) < widthOf(target)) {
             std::memset(image.at(target.x1, y), 0,

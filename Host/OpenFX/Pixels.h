@@ -14,7 +14,8 @@ namespace Vexorel::PrismDrift::Host {
 World worldOf(const Image& image, const OfxRectI& frame, PF_PixelFormat format);
 
 /// Puts the frame's part of the window into the image; the rest of the window becomes transparent
-/// black. The world may end before the frame does, where the window doesn't reach.
+/// black, and rows of another field than the image's stay as they are. The world may end before the
+/// frame does, where the window doesn't reach.
 void put(const World& world, const OfxRectI& frame, const OfxRectI& window, const Image& image);
 
 /// The same of pixels that stay as they are, from an image of the same depth.

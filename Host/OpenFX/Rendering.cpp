@@ -15,6 +15,14 @@ double timeOf(const Properties& arguments) {
     return arguments.needed(arguments.numbers<1>(kOfxPropTime), kOfxPropTime)[0];
 }
 
+std::optional<int> fieldOf(const Properties& arguments) {
+    const auto field = arguments.text(kOfxImageEffectPropFieldToRender);
+    if (field == kOfxImageFieldLower) {
+        return 0;
+    }
+    return field == kOfxImageFieldUpper ? std::optional(1) : std::nullopt;
+}
+
 ChannelValues valuesAt(const Suites& suites, OfxImageEffectHandle instance, OfxTime time) {
     return softwareSettings(controlValues(suites, instance, time), {}).values;
 }
@@ -92,9 +100,11 @@ void render(const Suites& suites, OfxImageEffectHandle instance, const Propertie
     if (!output) {
         throw Refusal(kOfxStatFailed, "the host gives no picture to draw into");
     }
+    Image result = *output;
+    result.field = fieldOf(arguments);
     const FetchedImage source(suites, instance, sourceClip, time);
     if (!source || isEmpty(source->region)) {
-        clear(window, *output); // what the standard has a missing picture stand for
+        clear(window, result); // what the standard has a missing picture stand for
         return;
     }
     if (source->depth != output->depth) {
@@ -102,7 +112,7 @@ void render(const Suites& suites, OfxImageEffectHandle instance, const Propertie
     }
     const Image picture = scaled(*source, arguments);
     fitTo(picture, values);
-    draw(picture, *output, window, values);
+    draw(picture, result, window, values);
 }
 
 void askForRegions(const Suites& suites, OfxImageEffectHandle instance, const Properties& arguments,

@@ -122,6 +122,29 @@ TEST(OpenFX, TakesWhatHostsLeaveOut) {
     forEachValue([&](int x, int y, int channel) { ASSERT_EQ(scene.output.get(x, y, channel), 0); });
 }
 
+// Of interlaced material a host asks for one field after the other, in the same picture.
+TEST(OpenFX, WritesTheFieldThatIsAskedFor) {
+    const double untouched = OpenFXPicture(kOfxBitDepthByte, {0, 0, 1, 1}).get(0, 0, 0);
+    const auto drawn = [](const char* field, bool hasSource) {
+        Scene scene(away({.name = field}, 0, -5));
+        scene.arguments.values[kOfxImageEffectPropFieldToRender] = {std::string(field)};
+        scene.effect.clips["Source"].picture = hasSource ? &scene.source : nullptr;
+        EXPECT_EQ(scene.render(), kOfxStatOK) << OpenFXHost::message;
+        return scene.output;
+    };
+    for (const bool hasSource : {true, false}) {
+        const OpenFXPicture both = drawn("OfxFieldBoth", hasSource);
+        const OpenFXPicture lower = drawn("OfxFieldLower", hasSource);
+        const OpenFXPicture upper = drawn("OfxFieldUpper", hasSource);
+        forEachValue([&](int x, int row, int channel) {
+            const int y = row - 5;
+            const double value = both.get(x, y, channel);
+            ASSERT_EQ(lower.get(x, y, channel), y % 2 == 0 ? value : untouched) << y;
+            ASSERT_EQ(upper.get(x, y, channel), y % 2 == 0 ? untouched : value) << y;
+        });
+    }
+}
+
 TEST(OpenFX, ShiftsDownAtNinetyDegreesAndKeepsItsValuesInRange) {
     for (const double angle : {90.0, 90.0 - 360 * 1000}) {
         Scene scene({.name = "dot", .distance = 4, .angle = angle, .isOpaque = true});
