@@ -323,8 +323,8 @@ TEST_F(StillsTest, WhatIsLeftOutIsNamed) {
     EXPECT_EQ(errorOf([&] { openClip(input); }),
               "cannot read 'pipe': a picture in the format tiff can't come from a pipe: give the "
               "name of its file");
-    shell("convert deep.png -set comment hello -colorspace CMYK inks.jpg; (exec > /dev/null 2>&1; cat inks.jpg > "
-          "pipe) &");
+    shell("convert deep.png -set comment hello -colorspace CMYK inks.jpg; "
+          "(exec > /dev/null 2>&1; cat inks.jpg > pipe) &");
     EXPECT_EQ(errorOf([&] { readPicture(path("pipe")); }),
               "cannot read 'pipe': a JPEG of inks (CMYK) is read of a file of its own alone");
     Picture profiled = readPicture(path("deep.png"));
