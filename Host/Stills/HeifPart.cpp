@@ -5,6 +5,7 @@
 #include <cstring>
 #include <libheif/heif.h>
 #include <memory>
+#include <utility>
 
 namespace Vexorel::PrismDrift::Host {
 namespace {
@@ -22,15 +23,19 @@ struct Deleter {
 template <typename Object>
 using Owned = std::unique_ptr<Object, Deleter>;
 
-// Calls the function with a place for what it makes, before the other arguments.
+void check(const heif_error& error) {
+    if (error.code != heif_error_Ok) {
+        throw Error("it is damaged or cut off (" + tidied(error.message) + ")");
+    }
+}
+
+// What the function makes at the place that it is called with.
 template <typename Object, typename Function>
 Owned<Object> made(const Function& function) {
     Object* object = nullptr;
     const heif_error error = function(&object);
     Owned<Object> owned(object);
-    if (error.code != heif_error_Ok || object == nullptr) {
-        throw Error("it is damaged or cut off (" + tidied(error.message) + ")");
-    }
+    check(error);
     return owned;
 }
 
@@ -81,12 +86,9 @@ void copyRow(const std::uint8_t* from, int bits, std::size_t bytes, std::byte* t
 
 } // namespace
 
-StoredPart heifPart(const std::string& file, const ImageSpec& spec) {
+HeifPart heifPart(const std::string& file, const ImageSpec& spec) {
     const Owned<heif_context> context(heif_context_alloc());
-    const heif_error error = heif_context_read_from_file(context.get(), file.c_str(), nullptr);
-    if (error.code != heif_error_Ok) {
-        throw Error("it is damaged or cut off (" + tidied(error.message) + ")");
-    }
+    check(heif_context_read_from_file(context.get(), file.c_str(), nullptr));
     const auto picture = made<heif_image_handle>([&](heif_image_handle** handle) {
         return heif_context_get_primary_image_handle(context.get(), handle);
     });
@@ -114,7 +116,7 @@ StoredPart heifPart(const std::string& file, const ImageSpec& spec) {
         copyRow(rows + static_cast<std::ptrdiff_t>(stride) * y, bits,
                 part.spec.scanline_bytes(true), part.row(y));
     }
-    return part;
+    return {std::move(part), heif_context_get_number_of_top_level_images(context.get())};
 }
 
 } // namespace Vexorel::PrismDrift::Host

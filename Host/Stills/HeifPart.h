@@ -7,9 +7,14 @@
 
 namespace Vexorel::PrismDrift::Host {
 
+struct HeifPart {
+    StoredPart part;
+    int pictures = 1; ///< in the file
+};
+
 /// The first picture of the file that OpenImageIO describes so, with the depth and the colours that
 /// the file says. Throws Error with the reason alone.
-StoredPart heifPart(const std::string& file, const ImageSpec& spec);
+HeifPart heifPart(const std::string& file, const ImageSpec& spec);
 
 /// What such a part says of its colours, by the numbers of H.273; 2 where it says nothing.
 constexpr const char* heifPrimaries = "heif:Primaries";

@@ -39,9 +39,10 @@ public:
 
     ImageInput& input() { return *mInput; }
 
-    std::vector<ImageSpec> specs() {
+    // The parts' descriptions. A HEIF's further ones would be decoded for them.
+    std::vector<ImageSpec> specs(const std::string& format) {
         std::vector<ImageSpec> specs;
-        constexpr int most = 1024;
+        const int most = format == "heif" ? 1 : 1024;
         for (int i = 0; i < most && mInput->seek_subimage(i, 0); ++i) {
             specs.push_back(mInput->spec());
         }
@@ -57,15 +58,19 @@ private:
     ImageInput::unique_ptr mInput;
 };
 
+void warnOfFurtherPictures(std::ptrdiff_t pictures, const StillRequest& request) {
+    if (pictures > 1) {
+        request.warn("only the first of " + std::to_string(pictures) + " pictures is read");
+    }
+}
+
 // Pages, and what else a file holds but smaller forms and masks of its first picture.
 void warnOfFurtherPictures(const std::vector<ImageSpec>& specs, const StillRequest& request) {
     constexpr int smallerOrMask = 1 | 4;
     const auto count = std::count_if(specs.begin() + 1, specs.end(), [](const ImageSpec& spec) {
         return (spec.get_int_attribute("tiff:subfiletype", 0) & smallerOrMask) == 0;
     });
-    if (count > 0) {
-        request.warn("only the first of " + std::to_string(count + 1) + " pictures is read");
-    }
+    warnOfFurtherPictures(count + 1, request);
 }
 
 bool hasNamedChannels(const std::string& format) {
@@ -161,14 +166,19 @@ void checkData(const StillRequest& request, const ImageSpec& spec, std::int64_t 
     }
 }
 
+StoredPart readHeif(const ImageSpec& spec, const StillRequest& request) {
+    HeifPart heif = heifPart(request.file.string(), spec);
+    warnOfFurtherPictures(heif.pictures, request);
+    if (limitMetadata(heif.part.spec, request.metadata)) { // such as its profile
+        request.warnOfMetadata();
+    }
+    return std::move(heif.part);
+}
+
 StoredPart readPart(ImageInput& input, int index, const ImageSpec& spec,
                     const StillRequest& request) {
     if (request.format == "heif") {
-        StoredPart part = heifPart(request.file.string(), spec);
-        if (limitMetadata(part.spec, request.metadata)) { // such as its profile
-            request.warnOfMetadata();
-        }
-        return part;
+        return readHeif(spec, request);
     }
     StoredPart part{spec, StoredBytes(static_cast<std::size_t>(bytesOf(spec)))};
     if (!input.read_image(index, 0, 0, spec.nchannels, OIIO::TypeUnknown, part.pixels.data()) ||
@@ -242,7 +252,7 @@ bool isAlphaAssociated(const std::string& format, const ImageSpec& spec) {
 Still readStill(const StillRequest& request) {
     OpenStill file(request);
     const bool isNamed = hasNamedChannels(request.format);
-    std::vector<ImageSpec> specs = file.specs();
+    std::vector<ImageSpec> specs = file.specs(request.format);
     if (specs.front().find_attribute("textureformat") != nullptr) {
         request.warn("the smaller sizes of its texture are left out");
     }

@@ -273,7 +273,8 @@ TEST_F(StillsTest, WhatStandsBesideThePixelsStaysOrIsNamed) {
 }
 
 TEST_F(StillsTest, WhatIsLeftOutIsNamed) {
-    shell("convert deep.png deep.png pages.tif; oiiotool deep.png -d uint32 -o whole.tif; "
+    shell("convert deep.png deep.png pages.tif; heif-enc deep.png deep.png -o pages.heic; oiiotool "
+          "deep.png -d uint32 -o whole.tif; "
           "oiiotool deep.png -d double -o double.tif; oiiotool clear.png --ch R,G,B,A=0 -d float "
           "-o light.exr; oiiotool light.exr -d uint16 -o associated.tif; oiiotool deep.png -d half "
           "-otex levels.exr; convert deep.png -set comment "
@@ -284,6 +285,7 @@ TEST_F(StillsTest, WhatIsLeftOutIsNamed) {
         std::vector<std::string> lines; // parts of them
     } rows[] = {
         {"pages.tif", "out.tif", {"only the first of 2 pictures is read"}},
+        {"pages.heic", "out.tif", {"only the first of 2 pictures is read"}},
         {"whole.tif", "out.tif", {"32 bits a channel are read as floats of 32"}},
         {"double.tif", "out.tif", {"floats of double precision are read as fl"}},
         {"light.exr", "out.png", {"PNG holds 16 bits a channel, not floats", light}},
