@@ -132,7 +132,7 @@ void PictureData::warn() {
     }
     if (mLarge.isThere && !std::exchange(mLarge.isTold, true)) {
         warnOfLargeMetadata(mFile, mLimits);
-        mMetadata.isTold = true; // so far
+        mMetadata.isTold = true; // by this line, if there are any
     }
     if (mDamaged.isThere && !std::exchange(mDamaged.isTold, true)) {
         warnOfDamagedMetadata(mFile, mLimits);

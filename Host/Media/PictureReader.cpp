@@ -82,8 +82,8 @@ ReadLimits warningOnce(const ReadLimits& limits) {
     return once;
 }
 
-// The picture with what stands beside its pixels. The other library is loaded only now, when the
-// file is known to be whole.
+// The picture with what stands beside its pixels, and a JPEG's pixels. The other library is loaded
+// only now, when the file is known to be whole.
 Picture withMetadata(Picture&& decoded, const fs::path& file, const StillLibrary& library,
                      const ReadLimits& limits, const PictureRequest& request) {
     const std::string missing = reasonWithoutStills();

@@ -12,8 +12,8 @@ struct StillLibrary {
     /// and video, animated pictures, bare PNGs of 8 bits, which must not wait for another library,
     /// formats that OpenImageIO doesn't know or reads worse, and what can't be opened.
     std::string openImageIOFormat = {};
-    /// Whether FFmpeg decodes the file as well, since it finds damage that OpenImageIO passes over.
-    /// It then gives the pixels, as far as it has them all.
+    /// Whether FFmpeg decodes the file first, since it finds damage that OpenImageIO passes over. A
+    /// PNG's pixels are then FFmpeg's, as far as it has them all.
     bool isCheckedByFFmpeg = false;
 };
 

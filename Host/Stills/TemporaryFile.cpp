@@ -2,7 +2,6 @@
 
 #include "Host/Library/Error.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -43,10 +42,10 @@ std::vector<std::uint8_t> TemporaryFile::bytes() const {
     while (at < bytes.size()) {
         const ssize_t count =
             pread(mDescriptor, bytes.data() + at, bytes.size() - at, static_cast<off_t>(at));
-        if (count < 0 && errno != EINTR) {
+        if (count <= 0) {
             refuse("read");
         }
-        at += static_cast<std::size_t>(std::max<ssize_t>(0, count));
+        at += static_cast<std::size_t>(count);
     }
     return bytes;
 }

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <array>
 #include <iterator>
+#include <string_view>
 #include <utility>
 
 namespace Vexorel::PrismDrift::Host {
@@ -255,6 +256,45 @@ Depth writtenDepth(const StillFormat& format, const StillPicture& picture,
     return written;
 }
 
+bool isFormat(const StillFormat& format, std::string_view name) {
+    return format.format == name;
+}
+
+// How the colours are written, and what of them gets lost however deep the file is.
+ColourSteps colourSteps(const StillPicture& picture, const StillFormat& format,
+                        const Depth& written, std::vector<std::string>& losses) {
+    ColourSteps steps{picture.isAssociated, format.alpha};
+    steps.bits = written.isFloat ? 0 : written.bits;
+    if (picture.isAssociated && written.isFloat && format.alpha == Alpha::Straight) {
+        steps.wanted = Alpha::Associated; // which a TIFF can be, and stays
+    }
+    if (picture.isAssociated && steps.wanted == Alpha::Straight && hasBareLight(picture.world)) {
+        losses.emplace_back(bareLightLoss);
+    }
+    if (isFormat(format, "hdr") &&
+        (picture.extras == nullptr || picture.extras->format != format.format)) {
+        losses.emplace_back("Radiance HDR holds 8 bits a channel with one exponent for all three, "
+                            "and nothing below 0");
+    }
+    return steps;
+}
+
+// What OpenImageIO's writer doesn't write, or not as it was.
+void addMetadata(const StillPicture& picture, const StillFormat& format, StillFile& file) {
+    if (isFormat(format, "png")) {
+        addPngMetadata(picture, file.bytes);
+        if (picture.extras != nullptr && picture.extras->raw.hasIptc()) {
+            file.losses.emplace_back("PNG has no place for IPTC or extended XMP");
+        }
+    } else if (picture.extras != nullptr && isFormat(format, "jpeg")) {
+        addToJpeg(picture.extras->raw, file.bytes);
+    } else if (picture.extras != nullptr) {
+        if (const auto spec = writtenSpec(format.format, file.bytes)) {
+            addUnwritten(*picture.extras, format, *spec, file.losses);
+        }
+    }
+}
+
 } // namespace
 
 StillFile encodedStill(const StillPicture& picture, const std::string& ending,
@@ -272,21 +312,10 @@ StillFile encodedStill(const StillPicture& picture, const std::string& ending,
         file.losses.push_back(std::string(format.name) + " has no transparency: the alpha is lost");
     }
     StoredPart& part = still.parts[still.chosen];
-    ColourSteps steps{picture.isAssociated, format.alpha, dithers};
-    steps.bits = written.isFloat ? 0 : written.bits;
-    if (picture.isAssociated && written.isFloat && format.alpha == Alpha::Straight) {
-        steps.wanted = Alpha::Associated; // which a TIFF can be, and stays
-    }
+    ColourSteps steps = colourSteps(picture, format, written, file.losses);
+    steps.dithers = dithers;
     if (steps.wanted == Alpha::Straight) {
         part.spec.attribute("oiio:UnassociatedAlpha", 1);
-    }
-    if (picture.isAssociated && steps.wanted == Alpha::Straight && hasBareLight(picture.world)) {
-        file.losses.emplace_back(bareLightLoss);
-    }
-    if (std::string(format.format) == "hdr" &&
-        (picture.extras == nullptr || picture.extras->format != format.format)) {
-        file.losses.emplace_back("Radiance HDR holds 8 bits a channel with one exponent for all "
-                                 "three, and nothing below 0");
     }
     store(picture.world, still.colours, steps, part);
     if (!written.isFloat) {
@@ -295,7 +324,7 @@ StillFile encodedStill(const StillPicture& picture, const std::string& ending,
     for (StoredPart& packed : still.parts) {
         pack(packed.spec, format.compression, isLayered);
     }
-    if (std::string(format.format) == "jpeg") {
+    if (isFormat(format, "jpeg")) {
         part.spec.attribute("jpeg:subsampling", "4:4:4");
     }
     carryMetadata(picture, format, part.spec, file.losses);
@@ -303,21 +332,10 @@ StillFile encodedStill(const StillPicture& picture, const std::string& ending,
     if (file.bytes.empty()) {
         throw Error("OpenImageIO has written nothing");
     }
-    if (std::string(format.format) == "dpx") {
+    if (isFormat(format, "dpx")) {
         fillRows(part.spec, written.bits, file.bytes);
     }
-    if (std::string(format.format) == "png") {
-        addPngMetadata(picture, file.bytes);
-        if (picture.extras != nullptr && picture.extras->raw.hasIptc()) {
-            file.losses.emplace_back("PNG has no place for IPTC or extended XMP");
-        }
-    } else if (picture.extras != nullptr && std::string(format.format) == "jpeg") {
-        addToJpeg(picture.extras->raw, file.bytes);
-    } else if (picture.extras != nullptr) {
-        if (const auto spec = writtenSpec(format.format, file.bytes)) {
-            addUnwritten(*picture.extras, format, *spec, file.losses);
-        }
-    }
+    addMetadata(picture, format, file);
     return file;
 }
 
